@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs what building, running and testing Pondrift needs, on Debian 12 or Ubuntu 24.04.
+# Only packages that are missing are installed, so a second run costs one dpkg query.
+set -euo pipefail
+
+packages=(
+  build-essential cmake pkg-config
+  qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
+  qt6-qpa-plugins qt6-translations-l10n libgl-dev
+  libsqlite3-dev libssl-dev
+  libxcb1-dev libxkbcommon-dev libxkbcommon-x11-dev
+  libbenchmark-dev
+  xvfb xauth
+  fonts-dejavu-core fonts-wqy-microhei
+)
+if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+sudo=""
+if [ "$(id -u)" -ne 0 ]; then
+  if command -v sudo >/dev/null 2>&1; then sudo="sudo"; else
+    echo "Pondrift: these packages are missing and there is no sudo to install them: ${missing[*]}" >&2
+    exit 1
+  fi
+fi
+echo "Pondrift: installing ${missing[*]}"
+export DEBIAN_FRONTEND=noninteractive
+$sudo apt-get update -qq
+$sudo apt-get install -y -qq --no-install-recommends "${missing[@]}"

@@ -1,0 +1,122 @@
+#include "app/AppDelegate.h"
+
+#include "platform/Log.h"
+
+#include <QApplication>
+#include <QSessionManager>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <sys/socket.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Written by the signal handler, read on the main thread: the only async-signal-safe way
+// from a handler into the event loop.
+int signalPipe[2] = {-1, -1};
+
+void onTerminationSignal(int signal)
+{
+    const char byte = static_cast<char>(signal);
+    [[maybe_unused]] const ssize_t written = ::write(signalPipe[0], &byte, 1);
+}
+
+} // namespace
+
+AppDelegate::AppDelegate()
+    : quitPath(AppLifecycle::Hooks{
+          .flushAll = {},
+          .willTerminate = [] {},
+      })
+{
+    qApp->setQuitOnLastWindowClosed(false);
+    connect(qApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::commitData);
+    installSignalHandlers();
+}
+
+AppDelegate::~AppDelegate()
+{
+    std::signal(SIGTERM, SIG_DFL);
+    std::signal(SIGINT, SIG_DFL);
+}
+
+void AppDelegate::applicationDidFinishLaunching()
+{
+    setAccessoryPolicy();
+    runMigration();
+    buildMainMenu();
+    createDeckManager();
+    restoreAfterLanguageRelaunch();
+    startUndoToast();
+    registerHotKeys();
+    startUpdater();
+    reloadCloudSync();
+}
+
+// On X11 a program without a window has no taskbar entry; nothing to switch.
+void AppDelegate::setAccessoryPolicy() {}
+
+// Moving data out of an older sandboxed install; comes with the migration.
+void AppDelegate::runMigration() {}
+
+// The application and edit menus; come with the menus and actions.
+void AppDelegate::buildMainMenu() {}
+
+// The decks, whose first use of the note store opens the database and loads every note.
+void AppDelegate::createDeckManager() {}
+
+// Re-opens what was open before a language change restarted the process.
+void AppDelegate::restoreAfterLanguageRelaunch() {}
+
+// The countdown toast of the last deletion.
+void AppDelegate::startUndoToast() {}
+
+// New note, all notes, archive and quick capture from anywhere on the desktop.
+void AppDelegate::registerHotKeys() {}
+
+// Linux installs update through their packages; there is no updater to start.
+void AppDelegate::startUpdater() {}
+
+// Mirroring notes into the sync folder when the setting is on.
+void AppDelegate::reloadCloudSync() {}
+
+void AppDelegate::terminate()
+{
+    if (quitPath.shouldTerminate())
+        QCoreApplication::quit();
+}
+
+void AppDelegate::commitData(QSessionManager& manager)
+{
+    // The session is ending: a refusal asks the session manager to cancel the logout, so
+    // that unsaved text is not lost. Without interaction allowed, we can only try.
+    if (!quitPath.shouldTerminate() && manager.allowsInteraction())
+        manager.cancel();
+}
+
+void AppDelegate::installSignalHandlers()
+{
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) {
+        Log::line(u"Pondrift: cannot watch for termination signals"_s);
+        return;
+    }
+    signalNotifier = new QSocketNotifier(signalPipe[1], QSocketNotifier::Read, this);
+    connect(signalNotifier, &QSocketNotifier::activated, this, &AppDelegate::onSignal);
+    struct sigaction action = {};
+    action.sa_handler = onTerminationSignal;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = SA_RESTART;
+    ::sigaction(SIGTERM, &action, nullptr);
+    ::sigaction(SIGINT, &action, nullptr);
+}
+
+void AppDelegate::onSignal()
+{
+    char byte = 0;
+    [[maybe_unused]] const ssize_t got = ::read(signalPipe[1], &byte, 1);
+    quitPath.terminateUnconditionally();
+    QCoreApplication::quit();
+}
