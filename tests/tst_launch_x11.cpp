@@ -1,0 +1,90 @@
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+#include <xcb/xcb.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+// The program as a user starts it: a background process with no window that stays up until
+// asked to quit, and quits cleanly.
+class TestLaunch : public QObject {
+    Q_OBJECT
+
+    // Mapped top-level windows on the X server; Qt's own hidden helper windows don't count.
+    static int viewableTopLevels()
+    {
+        xcb_connection_t* c = xcb_connect(nullptr, nullptr);
+        if (xcb_connection_has_error(c)) {
+            xcb_disconnect(c);
+            return -1;
+        }
+        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
+        xcb_query_tree_reply_t* tree = xcb_query_tree_reply(c, xcb_query_tree(c, root), nullptr);
+        int count = 0;
+        if (tree) {
+            const xcb_window_t* children = xcb_query_tree_children(tree);
+            for (int i = 0; i < xcb_query_tree_children_length(tree); ++i) {
+                xcb_get_window_attributes_reply_t* a = xcb_get_window_attributes_reply(
+                    c, xcb_get_window_attributes(c, children[i]), nullptr);
+                if (a && a->map_state == XCB_MAP_STATE_VIEWABLE)
+                    ++count;
+                free(a);
+            }
+            free(tree);
+        }
+        xcb_disconnect(c);
+        return count;
+    }
+
+    QProcessEnvironment isolatedEnvironment(const QString& home) const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(u"HOME"_s, home);
+        env.insert(u"XDG_DATA_HOME"_s, home + u"/data"_s);
+        env.insert(u"XDG_CONFIG_HOME"_s, home + u"/config"_s);
+        env.insert(u"XDG_RUNTIME_DIR"_s, home + u"/run"_s);
+        env.remove(u"QT_QPA_PLATFORM"_s);
+        return env;
+    }
+
+private Q_SLOTS:
+    void staysRunningWithoutAWindowAndQuitsOnRequest_data()
+    {
+        QTest::addColumn<int>("signalNumber");
+        QTest::newRow("SIGTERM from the session") << int(SIGTERM);
+        QTest::newRow("SIGINT from a terminal") << int(SIGINT);
+    }
+    void staysRunningWithoutAWindowAndQuitsOnRequest()
+    {
+        QFETCH(int, signalNumber);
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        QDir(home.path()).mkpath(u"run"_s);
+        QFile::setPermissions(home.path() + u"/run"_s, QFileDevice::ReadOwner
+                                                           | QFileDevice::WriteOwner
+                                                           | QFileDevice::ExeOwner);
+        const int before = viewableTopLevels();
+        QVERIFY2(before >= 0, "no X server; run this test under xvfb-run");
+
+        QProcess program;
+        program.setProcessEnvironment(isolatedEnvironment(home.path()));
+        program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        program.start(QString::fromUtf8(PONDRIFT_BINARY), {});
+        QVERIFY(program.waitForStarted());
+
+        // Give it time to finish launching, then check it is still there with nothing shown.
+        QVERIFY(!program.waitForFinished(2500));
+        QCOMPARE(program.state(), QProcess::Running);
+        QCOMPARE(viewableTopLevels(), before);
+
+        ::kill(static_cast<pid_t>(program.processId()), signalNumber);
+        QVERIFY(program.waitForFinished(15000));
+        QCOMPARE(program.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(program.exitCode(), 0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestLaunch)
+#include "tst_launch_x11.moc"
