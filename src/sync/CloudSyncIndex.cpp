@@ -1,0 +1,147 @@
+#include "sync/CloudSyncIndex.h"
+
+#include "exchange/IsoStamp.h"
+#include "platform/Log.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QSaveFile>
+#include <QStandardPaths>
+
+using namespace Qt::Literals::StringLiterals;
+
+QString CloudSyncIndex::defaultPath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+           + u"/Pondrift/"_s + fileName();
+}
+
+CloudSyncIndex CloudSyncIndex::load(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    return decode(file.readAll()).value_or(CloudSyncIndex{});
+}
+
+std::optional<CloudSyncIndex> CloudSyncIndex::decode(const QByteArray& data)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(data, &error);
+    if (error.error != QJsonParseError::NoError || !document.isObject())
+        return std::nullopt;
+    const QJsonValue entries = document.object().value(u"entries"_s);
+    if (!entries.isObject())
+        return std::nullopt;
+    CloudSyncIndex index;
+    const QJsonObject object = entries.toObject();
+    for (auto it = object.begin(); it != object.end(); ++it) {
+        if (!it.value().isObject())
+            return std::nullopt;
+        const QJsonObject e = it.value().toObject();
+        const QJsonValue name = e.value(u"fileName"_s);
+        const QJsonValue synced = e.value(u"syncedModified"_s);
+        const QJsonValue fileDate = e.value(u"fileModified"_s);
+        if (!name.isString() || !synced.isString() || !fileDate.isString())
+            return std::nullopt;
+        const auto syncedDate = IsoStamp::parse(synced.toString());
+        const auto fileModified = IsoStamp::parse(fileDate.toString());
+        if (!syncedDate || !fileModified)
+            return std::nullopt;
+        index.record(it.key(), name.toString(), *syncedDate, *fileModified);
+        Entry& entry = index.table[it.key()];
+        entry.coarseSynced = true;
+        entry.coarseFile = true;
+    }
+    return index;
+}
+
+QByteArray CloudSyncIndex::encode() const
+{
+    QJsonObject entries;
+    for (auto it = table.cbegin(); it != table.cend(); ++it) {
+        entries.insert(it.key(), QJsonObject{
+                                     {u"fileModified"_s, IsoStamp::format(it->fileModified)},
+                                     {u"fileName"_s, it->fileName},
+                                     {u"syncedModified"_s, IsoStamp::format(it->syncedModified)},
+                                 });
+    }
+    // QJsonObject keeps its keys sorted, so the output is sorted at every level.
+    return QJsonDocument(QJsonObject{{u"entries"_s, entries}}).toJson(QJsonDocument::Indented);
+}
+
+bool CloudSyncIndex::save(const QString& path) const
+{
+    const auto fail = [](const QString& description) {
+        Log::line(u"Pondrift cloud: cannot save the sync index \u2014 "_s + description);
+        return false;
+    };
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return fail(file.errorString());
+    const QByteArray data = encode();
+    if (file.write(data) != data.size()) {
+        const QString description = file.errorString();
+        file.cancelWriting();
+        return fail(description);
+    }
+    if (!file.commit())
+        return fail(file.errorString());
+    return true;
+}
+
+const CloudSyncIndex::Entry* CloudSyncIndex::entry(const QString& noteID) const
+{
+    const auto it = table.constFind(noteID);
+    return it == table.cend() ? nullptr : &it.value();
+}
+
+std::optional<QString> CloudSyncIndex::idForFileName(const QString& name) const
+{
+    const auto it = byFileName.constFind(name);
+    if (it == byFileName.cend())
+        return std::nullopt;
+    return it.value();
+}
+
+void CloudSyncIndex::record(const QString& noteID, const QString& fileName, Date noteModified,
+                            Date fileModified)
+{
+    forget(noteID);
+    table.insert(noteID, Entry{fileName, noteModified, fileModified});
+    byFileName.insert(fileName, noteID);
+}
+
+void CloudSyncIndex::forget(const QString& noteID)
+{
+    const auto it = table.find(noteID);
+    if (it == table.end())
+        return;
+    byFileName.remove(it->fileName, noteID);
+    table.erase(it);
+}
+
+void CloudSyncIndex::forgetAll()
+{
+    table.clear();
+    byFileName.clear();
+}
+
+void CloudSyncIndex::refine(const QString& noteID, std::optional<Date> syncedModified,
+                            std::optional<Date> fileModified)
+{
+    const auto it = table.find(noteID);
+    if (it == table.end())
+        return;
+    if (syncedModified) {
+        it->syncedModified = *syncedModified;
+        it->coarseSynced = false;
+    }
+    if (fileModified) {
+        it->fileModified = *fileModified;
+        it->coarseFile = false;
+    }
+}

@@ -1,0 +1,73 @@
+#pragma once
+
+#include "notes/Date.h"
+
+#include <QHash>
+#include <QMultiHash>
+#include <QString>
+
+#include <optional>
+
+// This machine's memory of the last agreement between each note and its document: which file
+// it lives in and both dates as they stood at that sync. It is what tells a new note from a
+// deleted one and a changed file from an unchanged one. It lives beside the database, never
+// in the synced folder.
+//
+// On disk the dates have whole seconds only; in memory they keep their fractions until the
+// next load. Dates read from disk are marked coarse, so that the engine can match them
+// against dates that still carry fractions (see CloudSync).
+class CloudSyncIndex {
+public:
+    struct Entry {
+        QString fileName;
+        Date syncedModified; // the note's modified when last synced
+        Date fileModified;   // the file's modification date when last synced
+        // Read from disk and not yet settled: the date was cut to its whole second on the way.
+        bool coarseSynced = false;
+        bool coarseFile = false;
+
+        friend bool operator==(const Entry&, const Entry&) = default;
+    };
+
+    // "cloud-index.json" in the program's data folder.
+    static QString defaultPath();
+    static QString fileName() { return QStringLiteral("cloud-index.json"); }
+
+    // Never fails: a missing, unreadable or undecodable file (a single entry lacking a key
+    // is enough) gives an empty index, which the sync treats as its first run.
+    static CloudSyncIndex load(const QString& path);
+    // Replaces the file in one step; on failure logs one line and returns false, leaving the
+    // old file and this index as they are.
+    bool save(const QString& path) const;
+
+    // The encoded form, as saved: pretty-printed, keys sorted, whole-second UTC dates.
+    QByteArray encode() const;
+    static std::optional<CloudSyncIndex> decode(const QByteArray& data);
+
+    const QHash<QString, Entry>& entries() const { return table; }
+    const Entry* entry(const QString& noteID) const;
+    bool isEmpty() const { return table.isEmpty(); }
+    qsizetype size() const { return table.size(); }
+
+    // The id whose entry names exactly this file (case sensitive); which one when two do is
+    // unspecified.
+    std::optional<QString> idForFileName(const QString& name) const;
+    // Replaces the whole entry for the id, file name included.
+    void record(const QString& noteID, const QString& fileName, Date noteModified,
+                Date fileModified);
+    void forget(const QString& noteID);
+    void forgetAll();
+    // Settles a coarse date of an entry to the exact value it stands for, without a new sync.
+    void refine(const QString& noteID, std::optional<Date> syncedModified,
+                std::optional<Date> fileModified);
+
+    friend bool operator==(const CloudSyncIndex& a, const CloudSyncIndex& b)
+    {
+        return a.table == b.table;
+    }
+
+private:
+    QHash<QString, Entry> table;
+    // fileName -> ids, so that looking up every scanned name stays linear in the folder.
+    QMultiHash<QString, QString> byFileName;
+};

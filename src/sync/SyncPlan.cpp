@@ -1,0 +1,281 @@
+#include "sync/SyncPlan.h"
+
+#include <QHash>
+
+#include <algorithm>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace SyncPlan {
+
+Action Action::push(QString noteID, std::optional<QString> existingFileName)
+{
+    Action a;
+    a.kind = Kind::Push;
+    a.noteID = std::move(noteID);
+    a.existingFileName = std::move(existingFileName);
+    return a;
+}
+
+Action Action::pull(QString fileName)
+{
+    Action a;
+    a.kind = Kind::Pull;
+    a.fileName = std::move(fileName);
+    return a;
+}
+
+Action Action::reindex(QString noteID, QString fileName)
+{
+    Action a;
+    a.kind = Kind::Reindex;
+    a.noteID = std::move(noteID);
+    a.fileName = std::move(fileName);
+    return a;
+}
+
+Action Action::adopt(QString fileName)
+{
+    Action a;
+    a.kind = Kind::Adopt;
+    a.fileName = std::move(fileName);
+    return a;
+}
+
+Action Action::deleteLocal(QString noteID)
+{
+    Action a;
+    a.kind = Kind::DeleteLocal;
+    a.noteID = std::move(noteID);
+    return a;
+}
+
+Action Action::deleteRemote(QString fileName)
+{
+    Action a;
+    a.kind = Kind::DeleteRemote;
+    a.fileName = std::move(fileName);
+    return a;
+}
+
+Action Action::conflict(QString noteID, QString fileName, bool localWins)
+{
+    Action a;
+    a.kind = Kind::Conflict;
+    a.noteID = std::move(noteID);
+    a.fileName = std::move(fileName);
+    a.localWins = localWins;
+    return a;
+}
+
+QString Action::toString() const
+{
+    switch (kind) {
+    case Kind::Push:
+        return u"push(%1, %2)"_s.arg(noteID, existingFileName.value_or(u"-"_s));
+    case Kind::Pull:
+        return u"pull(%1)"_s.arg(fileName);
+    case Kind::Reindex:
+        return u"reindex(%1, %2)"_s.arg(noteID, fileName);
+    case Kind::Adopt:
+        return u"adopt(%1)"_s.arg(fileName);
+    case Kind::DeleteLocal:
+        return u"deleteLocal(%1)"_s.arg(noteID);
+    case Kind::DeleteRemote:
+        return u"deleteRemote(%1)"_s.arg(fileName);
+    case Kind::Conflict:
+        return u"conflict(%1, %2, %3)"_s.arg(noteID, fileName,
+                                             localWins ? u"local"_s : u"remote"_s);
+    }
+    return {};
+}
+
+QString canonical(const QString& text)
+{
+    // Nothing below U+0300 composes or decomposes under NFC, and file names and ids are
+    // nearly always plain ASCII: skip the normaliser for them.
+    const bool plain = std::all_of(text.cbegin(), text.cend(),
+                                   [](QChar c) { return c.unicode() < 0x300; });
+    return plain ? text : text.normalized(QString::NormalizationForm_C);
+}
+
+bool scalarLess(QStringView a, QStringView b)
+{
+    const qsizetype n = std::min(a.size(), b.size());
+    for (qsizetype i = 0; i < n; ++i) {
+        char16_t x = a[i].unicode();
+        char16_t y = b[i].unicode();
+        if (x == y)
+            continue;
+        // UTF-16 order equals scalar order except that surrogates (astral scalars) must sort
+        // after U+E000..U+FFFF: lift surrogates above, lower the rest beneath them.
+        const auto fix = [](char16_t u) -> int {
+            if (u >= 0xD800 && u <= 0xDFFF)
+                return u + 0x2000;
+            if (u >= 0xE000)
+                return u - 0x800;
+            return u;
+        };
+        return fix(x) < fix(y);
+    }
+    return a.size() < b.size();
+}
+
+bool textLess(const QString& a, const QString& b) { return scalarLess(canonical(a), canonical(b)); }
+
+namespace {
+
+// Names sorted by canonical scalar order; each name normalised once.
+QStringList sortedNames(const QStringList& names)
+{
+    QList<std::pair<QString, qsizetype>> keyed;
+    keyed.reserve(names.size());
+    for (qsizetype i = 0; i < names.size(); ++i)
+        keyed.append({canonical(names[i]), i});
+    std::sort(keyed.begin(), keyed.end(), [](const auto& x, const auto& y) {
+        if (x.first == y.first)
+            return x.second < y.second;
+        return scalarLess(x.first, y.first);
+    });
+    QStringList out;
+    out.reserve(names.size());
+    for (const auto& [key, i] : keyed)
+        out.append(names[i]);
+    return out;
+}
+
+// Later effective date counts as newer; among equal dates the greater file name.
+bool isNewer(const RemoteFile& a, const RemoteFile& b)
+{
+    const Date ea = a.effectiveModified();
+    const Date eb = b.effectiveModified();
+    if (ea != eb)
+        return ea > eb;
+    return scalarLess(canonical(b.fileName), canonical(a.fileName));
+}
+
+} // namespace
+
+QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
+                      const QSet<QString>& unresolved, const CloudSyncIndex& index)
+{
+    // Step 1: group the documents by canonical id, in remote order; collect orphans.
+    QHash<QString, QList<qsizetype>> groups;
+    QStringList orphans;
+    for (qsizetype i = 0; i < remote.size(); ++i) {
+        const RemoteFile& file = remote[i];
+        if (file.noteID)
+            groups[canonical(*file.noteID)].append(i);
+        else
+            orphans.append(file.fileName);
+    }
+
+    // Index entries by canonical id, since a document may spell an id in another form.
+    const auto entryFor = [&index](const QString& id) -> const CloudSyncIndex::Entry* {
+        if (const auto* e = index.entry(id))
+            return e;
+        const QString c = canonical(id);
+        return c == id ? nullptr : index.entry(c);
+    };
+
+    // Step 2: one winner per id; the file the index tracks keeps its place.
+    QHash<QString, qsizetype> winners;
+    winners.reserve(groups.size());
+    for (auto it = groups.cbegin(); it != groups.cend(); ++it) {
+        const QList<qsizetype>& members = it.value();
+        if (members.size() == 1) {
+            winners.insert(it.key(), members.front());
+            continue;
+        }
+        qsizetype newest = members.front();
+        for (qsizetype m : members) {
+            if (isNewer(remote[m], remote[newest]))
+                newest = m;
+        }
+        qsizetype keeper = newest;
+        if (const auto* e = entryFor(it.key())) {
+            const QString tracked = canonical(e->fileName);
+            for (qsizetype m : members) {
+                if (canonical(remote[m].fileName) == tracked) {
+                    keeper = m;
+                    break;
+                }
+            }
+        }
+        winners.insert(it.key(), keeper);
+        for (qsizetype m : members) {
+            if (m != keeper)
+                orphans.append(remote[m].fileName);
+        }
+    }
+
+    QList<Action> result;
+
+    // Step 3: orphans become notes of their own, in name order.
+    for (const QString& name : sortedNames(orphans))
+        result.append(Action::adopt(name));
+
+    QSet<QString> canonicalUnresolved;
+    canonicalUnresolved.reserve(unresolved.size());
+    for (const QString& name : unresolved)
+        canonicalUnresolved.insert(canonical(name));
+
+    // Step 4: each local note in the store's order.
+    QSet<QString> localIDs;
+    localIDs.reserve(notes.size());
+    for (const Note& note : notes) {
+        const QString id = canonical(note.id);
+        localIDs.insert(id);
+        const auto* entry = entryFor(note.id);
+        const auto w = winners.constFind(id);
+        if (w == winners.cend()) {
+            if (!entry)
+                result.append(Action::push(note.id, std::nullopt));
+            else if (!canonicalUnresolved.contains(canonical(entry->fileName)))
+                result.append(Action::deleteLocal(note.id));
+            continue;
+        }
+        const RemoteFile& r = remote[w.value()];
+        const bool localWins = note.modified > r.effectiveModified();
+        if (!entry) {
+            if (note.modified == r.declaredModified)
+                result.append(Action::reindex(note.id, r.fileName));
+            else if (note.modified != r.effectiveModified())
+                result.append(Action::conflict(note.id, r.fileName, localWins));
+            continue;
+        }
+        const bool localChanged = note.modified > entry->syncedModified;
+        const bool remoteChanged = r.fileModified > entry->fileModified;
+        if (localChanged && remoteChanged) {
+            if (note.modified != r.effectiveModified())
+                result.append(Action::conflict(note.id, r.fileName, localWins));
+        } else if (localChanged) {
+            result.append(Action::push(note.id, r.fileName));
+        } else if (remoteChanged) {
+            result.append(Action::pull(r.fileName));
+        }
+    }
+
+    // Step 5: every document (not only winners) whose id has no local note.
+    QList<std::pair<QString, qsizetype>> byName;
+    byName.reserve(remote.size());
+    for (qsizetype i = 0; i < remote.size(); ++i) {
+        if (remote[i].noteID && !localIDs.contains(canonical(*remote[i].noteID)))
+            byName.append({canonical(remote[i].fileName), i});
+    }
+    std::sort(byName.begin(), byName.end(), [](const auto& x, const auto& y) {
+        if (x.first == y.first)
+            return x.second < y.second;
+        return scalarLess(x.first, y.first);
+    });
+    for (const auto& [key, i] : byName) {
+        const RemoteFile& file = remote[i];
+        if (entryFor(*file.noteID))
+            result.append(Action::deleteRemote(file.fileName));
+        else
+            result.append(Action::pull(file.fileName));
+    }
+    return result;
+}
+
+} // namespace SyncPlan

@@ -1,0 +1,85 @@
+#pragma once
+
+#include "notes/Note.h"
+#include "sync/CloudSyncIndex.h"
+
+#include <QList>
+#include <QSet>
+#include <QString>
+
+#include <optional>
+
+// The reconciliation planner: everything known at one moment goes in, the ordered list of
+// actions that brings the notes and the folder together comes out. Pure: no clock, no file,
+// no store, no state; equal inputs give equal lists. All dates compare exactly.
+namespace SyncPlan {
+
+// One document as the sync sees it.
+struct RemoteFile {
+    QString fileName;
+    // The identity the document declares, or the one the index holds for an unchanged file;
+    // absent when the document has none.
+    std::optional<QString> noteID;
+    // What the document declares (or the index's synced date for an unchanged file); the far
+    // past for a document without identity.
+    Date declaredModified;
+    Date fileModified;
+
+    // The later of the two dates; fileModified when they are equal.
+    Date effectiveModified() const
+    {
+        return declaredModified > fileModified ? declaredModified : fileModified;
+    }
+
+    friend bool operator==(const RemoteFile&, const RemoteFile&) = default;
+};
+
+// One step for the engine. Which payloads mean something depends on the kind:
+//   Push         noteID, existingFileName (absent for a note that has no document yet)
+//   Pull         fileName
+//   Reindex      noteID, fileName
+//   Adopt        fileName
+//   DeleteLocal  noteID
+//   DeleteRemote fileName
+//   Conflict     noteID, fileName, localWins
+// Payloads a kind does not use stay empty, so that equality over all fields is equality of
+// the action.
+struct Action {
+    enum class Kind { Push, Pull, Reindex, Adopt, DeleteLocal, DeleteRemote, Conflict };
+
+    Kind kind = Kind::Push;
+    QString noteID;
+    QString fileName;
+    std::optional<QString> existingFileName;
+    bool localWins = false;
+
+    static Action push(QString noteID, std::optional<QString> existingFileName);
+    static Action pull(QString fileName);
+    static Action reindex(QString noteID, QString fileName);
+    static Action adopt(QString fileName);
+    static Action deleteLocal(QString noteID);
+    static Action deleteRemote(QString fileName);
+    static Action conflict(QString noteID, QString fileName, bool localWins);
+
+    // For test output and log lines: "push(ID, name)" and so on.
+    QString toString() const;
+
+    friend bool operator==(const Action&, const Action&) = default;
+};
+
+// notes: every local note, active and archived, in the store's order (kept in the result).
+// remote: one entry per readable document, any order.
+// unresolved: names that exist in the folder but could not be read in this pass; their
+// notes are not taken for deleted.
+QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
+                      const QSet<QString>& unresolved, const CloudSyncIndex& index);
+
+// The order and equality of names and ids: canonical (NFC) forms, compared by Unicode
+// scalar values. QString's own operator< compares UTF-16 units, which puts U+E000..U+FFFF
+// after the astral planes.
+QString canonical(const QString& text);
+// Both arguments already canonical.
+bool scalarLess(QStringView a, QStringView b);
+bool textLess(const QString& a, const QString& b);
+
+} // namespace SyncPlan
