@@ -1,0 +1,54 @@
+#pragma once
+
+#include "notes/Note.h"
+
+#include <QString>
+
+#include <array>
+
+// The text form of one note in the synced folder: `key: value` lines between two fences, one
+// empty line, then the body as Markdown with task lines as check boxes. People open and edit
+// these files by hand, so parse accepts more than render writes and gives a defined note for
+// every text, including text that never came from this program. Pure: no file, no clock
+// beyond the fresh note that parse starts from.
+namespace NoteDocument {
+
+inline const QString fence = QStringLiteral("---");
+
+namespace Key {
+inline const QString id = QStringLiteral("pondrift-id");
+inline const QString color = QStringLiteral("color");
+inline const QString created = QStringLiteral("created");
+inline const QString modified = QStringLiteral("modified");
+inline const QString archived = QStringLiteral("archived");
+inline const QString pinned = QStringLiteral("pinned");
+inline const QString order = QStringLiteral("order");
+inline const QString direction = QStringLiteral("direction");
+inline const QString title = QStringLiteral("title");
+inline const std::array<QString, 9> all{id,       color,  created,   modified, archived,
+                                        pinned,   order,  direction, title};
+} // namespace Key
+
+struct Parsed {
+    Note note;
+    // The text carried a non-empty "pondrift-id" in a recognised front matter. Only then does
+    // note.id mean anything to the sync; otherwise it is freshly made.
+    bool hasIdentity = false;
+};
+
+// Total. Dates lose their fractions; a custom title is folded onto one line.
+QString render(const Note& note);
+// Total. fallbackTitle names the note when neither a custom title nor the body can; the sync
+// passes the file name without its extension.
+Parsed parse(const QString& text, const QString& fallbackTitle);
+
+// The title on one line: split at every newline character, empty pieces dropped, joined by
+// one blank, blanks and tabs cut from both ends.
+QString foldedTitle(const QString& title);
+// The shortest text that reads back as the same double, always with a point or an exponent:
+// "0.0", "2.5", "1e+16", "1e-05".
+QString formatOrder(double order);
+// The whole text read as C strtod reads it in the C locale; absent when any of it is left.
+std::optional<double> parseOrder(QStringView text);
+
+} // namespace NoteDocument
