@@ -16,7 +16,10 @@ Note noteWith(const QString& title, const QString& body)
     return note;
 }
 
-QString repeated(const QString& unit, int count) { return unit.repeated(count); }
+QString repeated(const QString& unit, int count)
+{
+    return unit.repeated(count);
+}
 
 } // namespace
 
@@ -42,12 +45,9 @@ private Q_SLOTS:
             << QString() << u"# \nSecond"_s << u"Second"_s;
         QTest::newRow("heading marks and the blank after them go")
             << QString() << u"### Trip"_s << u"Trip"_s;
-        QTest::newRow("seven hashes are no heading")
-            << QString() << u"####### x"_s << u"# x"_s;
-        QTest::newRow("a done box and a blank go")
-            << QString() << u"☑ bread"_s << u"bread"_s;
-        QTest::newRow("a line of only a box is skipped")
-            << QString() << u"☐\nnext"_s << u"next"_s;
+        QTest::newRow("seven hashes are no heading") << QString() << u"####### x"_s << u"# x"_s;
+        QTest::newRow("a done box and a blank go") << QString() << u"☑ bread"_s << u"bread"_s;
+        QTest::newRow("a line of only a box is skipped") << QString() << u"☐\nnext"_s << u"next"_s;
         QTest::newRow("a token before the text goes")
             << QString() << u"![image](pondrift-img://A) Holiday"_s << u"Holiday"_s;
         QTest::newRow("blank lines and carriage returns are skipped")
@@ -124,8 +124,8 @@ private Q_SLOTS:
         QTest::addColumn<bool>("isTokenLine");
         QTest::newRow("a token with blanks round it")
             << u" \t![image|240](pondrift-img://A-1)  "_s << true;
-        QTest::newRow("two tokens") << u"![image](pondrift-img://A)![image](pondrift-img://B)"_s
-                                    << false;
+        QTest::newRow("two tokens")
+            << u"![image](pondrift-img://A)![image](pondrift-img://B)"_s << false;
         QTest::newRow("text after the token") << u"![image](pondrift-img://A) x"_s << false;
         QTest::newRow("blank line") << u"   "_s << false;
     }
@@ -147,8 +147,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("expected"); // Qt::LayoutDirection, or -1 for none
-        QTest::newRow("digits then Hebrew is right to left") << u"123 שלום abc"_s
-                                                             << int(Qt::RightToLeft);
+        QTest::newRow("digits then Hebrew is right to left")
+            << u"123 שלום abc"_s << int(Qt::RightToLeft);
         QTest::newRow("punctuation then Latin") << u"«¿ hello"_s << int(Qt::LeftToRight);
         QTest::newRow("Arabic") << u"مرحبا"_s << int(Qt::RightToLeft);
         QTest::newRow("a right-to-left mark decides before letters")

@@ -8,7 +8,6 @@
 #include <QRegularExpression>
 #include <QString>
 #include <QStringList>
-
 #include <optional>
 
 // One image token found in a text.

@@ -3,7 +3,6 @@
 #include "notes/Note.h"
 
 #include <QString>
-
 #include <optional>
 #include <utility>
 

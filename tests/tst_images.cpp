@@ -1,0 +1,335 @@
+#include "images/ImagePasteboard.h"
+#include "images/ImageStore.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFile>
+#include <QImage>
+#include <QMimeData>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QUrl>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+QByteArray pngBytes(int width = 4, int height = 3)
+{
+    QImage image(width, height, QImage::Format_ARGB32);
+    image.fill(Qt::red);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+void writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+}
+
+} // namespace
+
+class TestImages : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir root;
+    QString folder;
+
+private Q_SLOTS:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void init()
+    {
+        folder = root.filePath(u"Support/Images"_s);
+        QDir(folder).removeRecursively();
+        ImageStore::setDirectory(folder);
+    }
+
+    void tokenText_data()
+    {
+        QTest::addColumn<double>("width"); // negative infinity stands for no width
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("no width") << -qInf() << u"![image](pondrift-img://A)"_s;
+        QTest::newRow("a whole width has no fraction")
+            << 240.0 << u"![image|240](pondrift-img://A)"_s;
+        QTest::newRow("a fraction is written with one decimal")
+            << 240.25 << u"![image|240.2](pondrift-img://A)"_s;
+        QTest::newRow("a zero width is dropped") << 0.0 << u"![image](pondrift-img://A)"_s;
+        QTest::newRow("a negative width is dropped") << -3.0 << u"![image](pondrift-img://A)"_s;
+    }
+    void tokenText()
+    {
+        QFETCH(double, width);
+        QFETCH(QString, expected);
+        const std::optional<double> w = width == -qInf() ? std::nullopt : std::optional(width);
+        QCOMPARE(ImageStore::token(u"A"_s, w), expected);
+        // Whatever is written reads back as the same token.
+        const QList<ImageToken> read = ImageStore::tokens(expected);
+        QCOMPARE(read.size(), 1);
+        QCOMPARE(read.first().id, u"A"_s);
+    }
+
+    void scanning_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("ids");
+        QTest::addColumn<double>("firstWidth"); // -1 when the first token has none
+        QTest::addColumn<qsizetype>("firstLocation");
+        QTest::newRow("many decimals are read") << u"![image|12.345](pondrift-img://A-1)"_s
+                                                << QStringList{u"A-1"_s} << 12.345 << qsizetype(0);
+        QTest::newRow("an underscore is outside the id alphabet")
+            << u"![image](pondrift-img://a_b)"_s << QStringList{} << -1.0 << qsizetype(-1);
+        QTest::newRow("a negative width is no token")
+            << u"![image|-5](pondrift-img://A)"_s << QStringList{} << -1.0 << qsizetype(-1);
+        QTest::newRow("a path cannot be smuggled in")
+            << u"![image](pondrift-img://../x) ![image](pondrift-img://a/b)"_s << QStringList{}
+            << -1.0 << qsizetype(-1);
+        QTest::newRow("ranges count UTF-16 units after astral characters, repeats kept")
+            << u"😀 ![image](pondrift-img://B)x![image|7](pondrift-img://B)"_s
+            << QStringList{u"B"_s, u"B"_s} << -1.0 << qsizetype(3);
+    }
+    void scanning()
+    {
+        QFETCH(QString, text);
+        QFETCH(QStringList, ids);
+        QFETCH(double, firstWidth);
+        QFETCH(qsizetype, firstLocation);
+        QCOMPARE(ImageStore::referencedIDs(text), ids);
+        const QList<ImageToken> found = ImageStore::tokens(text);
+        if (found.isEmpty())
+            return;
+        QCOMPARE(found.first().width.value_or(-1.0), firstWidth);
+        QCOMPARE(found.first().range.location, firstLocation);
+        for (const ImageToken& token : found) {
+            QVERIFY(text.mid(token.range.location, token.range.length).startsWith(u"![image"_s));
+            QVERIFY(text.mid(token.range.location, token.range.length).endsWith(u")"_s));
+        }
+    }
+
+    void extensions_data()
+    {
+        QTest::addColumn<QString>("ext");
+        QTest::addColumn<QString>("storedAs"); // empty when refused
+        QTest::newRow("upper case is stored lower case") << u"JPEG"_s << u"jpeg"_s;
+        QTest::newRow("ten characters is the limit") << u"abcdefghij"_s << u"abcdefghij"_s;
+        QTest::newRow("eleven characters are refused") << u"abcdefghijk"_s << QString();
+        QTest::newRow("a double extension is refused") << u"tar.gz"_s << QString();
+        QTest::newRow("a path in the extension is refused") << u"/../x"_s << QString();
+        QTest::newRow("an empty extension is refused") << QString() << QString();
+    }
+    void extensions()
+    {
+        QFETCH(QString, ext);
+        QFETCH(QString, storedAs);
+        const std::optional<QString> id = ImageStore::save(u"bytes"_s.toUtf8(), ext);
+        QCOMPARE(id.has_value(), !storedAs.isEmpty());
+        if (!id) {
+            QVERIFY(ImageStore::allIDs().isEmpty());
+            return;
+        }
+        QVERIFY(QFile::exists(folder + u'/' + *id + u'.' + storedAs));
+        QCOMPARE(ImageStore::data(*id), u"bytes"_s.toUtf8());
+    }
+
+    void emptyDataIsRefused() { QVERIFY(!ImageStore::save(QByteArray(), u"png"_s)); }
+
+    void hostileIDsReachNothing_data()
+    {
+        QTest::addColumn<QString>("id");
+        QTest::newRow("parent folder") << u"../secret"_s;
+        QTest::newRow("dots alone") << u".."_s;
+        QTest::newRow("a slash") << u"sub/secret"_s;
+        QTest::newRow("an underscore") << u"se_cret"_s;
+        QTest::newRow("empty") << QString();
+    }
+    void hostileIDsReachNothing()
+    {
+        QFETCH(QString, id);
+        // Files that a path trick would reach, beside and below the folder.
+        QDir().mkpath(folder + u"/sub"_s);
+        const QString outside = root.filePath(u"Support/secret.png"_s);
+        const QString below = folder + u"/sub/secret.png"_s;
+        writeFile(outside, pngBytes());
+        writeFile(below, pngBytes());
+        writeFile(folder + u"/se_cret.png"_s, pngBytes());
+        writeFile(folder + u"/.png"_s, pngBytes());
+
+        QVERIFY(!ImageStore::filePath(id));
+        QVERIFY(!ImageStore::data(id));
+        QVERIFY(!ImageStore::image(id));
+        ImageStore::deleteImages({id});
+        QVERIFY(QFile::exists(outside));
+        QVERIFY(QFile::exists(below));
+        QVERIFY(QFile::exists(folder + u"/se_cret.png"_s));
+        QVERIFY(ImageStore::allIDs().isEmpty());
+    }
+
+    void pngWinsOverOtherExtensions()
+    {
+        QDir().mkpath(folder);
+        writeFile(folder + u"/X.jpg"_s, "jpg");
+        writeFile(folder + u"/X.png"_s, "png");
+        writeFile(folder + u"/Y.tar.gz"_s, "gz");
+        QCOMPARE(ImageStore::data(u"X"_s), QByteArray("png"));
+        QVERIFY2(!ImageStore::data(u"Y"_s), "a name with two dots belongs to no id");
+        QFile::remove(folder + u"/X.png"_s);
+        QCOMPARE(ImageStore::data(u"X"_s), QByteArray("jpg"));
+        ImageStore::deleteImages({u"X"_s});
+        QVERIFY(!QFile::exists(folder + u"/X.jpg"_s));
+    }
+
+    void bitmapsAreCappedAt2048_data()
+    {
+        QTest::addColumn<QSize>("given");
+        QTest::addColumn<QSize>("stored");
+        QTest::newRow("a wide picture is scaled down") << QSize(4096, 1024) << QSize(2048, 512);
+        QTest::newRow("a tall picture is scaled down") << QSize(300, 3000) << QSize(205, 2048);
+        QTest::newRow("exactly 2048 stays") << QSize(2048, 10) << QSize(2048, 10);
+    }
+    void bitmapsAreCappedAt2048()
+    {
+        QFETCH(QSize, given);
+        QFETCH(QSize, stored);
+        QImage image(given, QImage::Format_RGB32);
+        image.fill(Qt::blue);
+        const std::optional<QString> id = ImageStore::save(image);
+        QVERIFY(id);
+        QVERIFY(QFile::exists(folder + u'/' + *id + u".png"_s));
+        QVERIFY(ImageStore::data(*id)->startsWith("\x89PNG"));
+        QCOMPARE(ImageStore::image(*id)->size(), stored);
+    }
+
+    void aMissIsNotCached()
+    {
+        QVERIFY(!ImageStore::image(u"LATE"_s));
+        // The file arrives afterwards, as sync would bring it.
+        QDir().mkpath(folder);
+        writeFile(folder + u"/LATE.png"_s, pngBytes(5, 6));
+        const std::optional<QImage> image = ImageStore::image(u"LATE"_s);
+        QVERIFY(image);
+        QCOMPARE(image->size(), QSize(5, 6));
+        ImageStore::deleteImages({u"LATE"_s});
+        QVERIFY2(!ImageStore::image(u"LATE"_s), "a deleted image leaves the cache too");
+    }
+
+    void undecodableFileGivesNoImage()
+    {
+        QDir().mkpath(folder);
+        writeFile(folder + u"/BAD.png"_s, "not a picture");
+        QVERIFY(!ImageStore::image(u"BAD"_s));
+        QCOMPARE(ImageStore::data(u"BAD"_s), QByteArray("not a picture"));
+    }
+
+    void folderIsMadeOnFirstSaveAndFailsQuietly()
+    {
+        QVERIFY(!QDir(folder).exists());
+        QVERIFY(ImageStore::allIDs().isEmpty());
+        QVERIFY(ImageStore::save(pngBytes(), u"png"_s));
+        QVERIFY(QDir(folder).exists());
+
+        // A file where the folder should be: nothing can be made, nothing breaks.
+        const QString blocked = root.filePath(u"blocked"_s);
+        writeFile(blocked, "x");
+        ImageStore::setDirectory(blocked + u"/Images"_s);
+        QVERIFY(!ImageStore::save(pngBytes(), u"png"_s));
+        QVERIFY(ImageStore::allIDs().isEmpty());
+    }
+
+    void allIDsSkipsForeignNames()
+    {
+        QDir().mkpath(folder);
+        for (const QString& name :
+             {u"A.png"_s, u"B-2.gif"_s, u"C"_s, u"bad_name.png"_s, u"a.b.png"_s, u".hidden"_s})
+            writeFile(folder + u'/' + name, "x");
+        QCOMPARE(ImageStore::allIDs(), (QStringList{u"A"_s, u"B-2"_s, u"C"_s}));
+    }
+
+    // Pasting and dropping.
+
+    void pasteboardPrefersFiles_data()
+    {
+        QTest::addColumn<QStringList>("files"); // names inside a temporary folder
+        QTest::addColumn<bool>("withBitmap");
+        QTest::addColumn<QStringList>("storedExtensions");
+        QTest::addColumn<bool>("fromBitmap");
+        QTest::newRow("image files win over the bitmap, other files are skipped")
+            << QStringList{u"notes.txt"_s, u"photo.PNG"_s} << true << QStringList{u"png"_s}
+            << false;
+        QTest::newRow("a file without extension is stored as png")
+            << QStringList{u"noext"_s} << false << QStringList{u"png"_s} << false;
+        QTest::newRow("a ten-character extension is stored")
+            << QStringList{u"pic.abcdefghij"_s} << false << QStringList{u"abcdefghij"_s} << false;
+        QTest::newRow("an eleven-character extension is refused, then the bitmap counts")
+            << QStringList{u"pic.abcdefghijk"_s} << true << QStringList{u"png"_s} << true;
+        QTest::newRow("no image file and no bitmap gives nothing")
+            << QStringList{u"notes.txt"_s} << false << QStringList{} << false;
+        QTest::newRow("a bitmap alone") << QStringList{} << true << QStringList{u"png"_s} << true;
+    }
+    void pasteboardPrefersFiles()
+    {
+        QFETCH(QStringList, files);
+        QFETCH(bool, withBitmap);
+        QFETCH(QStringList, storedExtensions);
+        QFETCH(bool, fromBitmap);
+        QTemporaryDir source;
+        QList<QUrl> urls;
+        for (const QString& name : files) {
+            // Every "image" holds 4 by 3 PNG bytes whatever its name; the text file does not.
+            writeFile(source.filePath(name), name.endsWith(u".txt"_s) ? "hello" : pngBytes());
+            urls.append(QUrl::fromLocalFile(source.filePath(name)));
+        }
+        QMimeData mime;
+        if (!urls.isEmpty())
+            mime.setUrls(urls);
+        if (withBitmap) {
+            QImage bitmap(3000, 10, QImage::Format_RGB32);
+            bitmap.fill(Qt::green);
+            mime.setImageData(bitmap);
+        }
+
+        QCOMPARE(ImagePasteboard::canProvideImage(&mime), !storedExtensions.isEmpty());
+        QVERIFY2(ImageStore::allIDs().isEmpty(), "asking writes nothing");
+
+        const QStringList ids = ImagePasteboard::imageIDs(&mime);
+        QCOMPARE(ids.size(), storedExtensions.size());
+        for (qsizetype i = 0; i < ids.size(); ++i) {
+            QVERIFY(ImageStore::filePath(ids[i])->endsWith(u'.' + storedExtensions[i]));
+            // A bitmap is capped on the way in; a file keeps its own size.
+            QCOMPARE(ImageStore::image(ids[i])->width(), fromBitmap ? 2048 : 4);
+        }
+    }
+
+    void fileBytesAreKeptAsTheyCame()
+    {
+        QTemporaryDir source;
+        const QString path = source.filePath(u"big.png"_s);
+        const QByteArray bytes = pngBytes(3000, 20);
+        writeFile(path, bytes);
+        const std::optional<QString> id = ImagePasteboard::saveFile(path);
+        QVERIFY(id);
+        QCOMPARE(ImageStore::data(*id), bytes);
+        QVERIFY(!ImagePasteboard::saveFile(source.filePath(u"missing.png"_s)));
+    }
+
+    void remoteURLsAreNotFiles()
+    {
+        QMimeData mime;
+        mime.setUrls({QUrl(u"https://example.com/picture.png"_s)});
+        QVERIFY(!ImagePasteboard::canProvideImage(&mime));
+        mime.setData(u"image/png"_s, pngBytes(7, 7));
+        QVERIFY(ImagePasteboard::canProvideImage(&mime));
+        const QStringList ids = ImagePasteboard::imageIDs(&mime);
+        QCOMPARE(ids.size(), 1);
+        QCOMPARE(ImageStore::image(ids.first())->size(), QSize(7, 7));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestImages)
+#include "tst_images.moc"
