@@ -1,4 +1,5 @@
 #include "app/L10n.h"
+#include "notes/Fmt.h"
 #include "notes/NoteText.h"
 
 #include <QStandardPaths>
@@ -179,6 +180,50 @@ private Q_SLOTS:
         // An explicit direction ignores the text.
         QCOMPARE(NoteText::paragraphStyle(NoteTextDirection::LeftToRight, text).direction,
                  Qt::LeftToRight);
+    }
+
+    void ago_data()
+    {
+        QTest::addColumn<QDateTime>("then");
+        QTest::addColumn<QDateTime>("now");
+        QTest::addColumn<QString>("key"); // empty: "date.just_now"
+        QTest::addColumn<int>("count");
+        const QDateTime noon(QDate(2026, 3, 15), QTime(12, 0), Qt::LocalTime);
+        QTest::newRow("59 seconds is just now") << noon.addSecs(-59) << noon << QString() << 0;
+        QTest::newRow("a date in the future is just now")
+            << noon.addDays(3) << noon << QString() << 0;
+        QTest::newRow("60 seconds is a minute")
+            << noon.addSecs(-60) << noon << u"date.minutes_ago"_s << 1;
+        QTest::newRow("59 minutes 59 is 59 minutes")
+            << noon.addSecs(-3599) << noon << u"date.minutes_ago"_s << 59;
+        QTest::newRow("23 hours") << noon.addSecs(-23 * 3600 - 59) << noon << u"date.hours_ago"_s
+                                  << 23;
+        QTest::newRow("six days") << noon.addDays(-6) << noon << u"date.days_ago"_s << 6;
+        QTest::newRow("thirteen days are a week")
+            << noon.addDays(-13) << noon << u"date.weeks_ago"_s << 1;
+        QTest::newRow("a calendar month")
+            << noon.addMonths(-1) << noon << u"date.months_ago"_s << 1;
+        QTest::newRow("a day short of a month is weeks")
+            << noon.addMonths(-1).addDays(1) << noon << u"date.weeks_ago"_s << 3;
+        QTest::newRow("eleven months") << noon.addMonths(-11) << noon << u"date.months_ago"_s << 11;
+        QTest::newRow("two years and a bit")
+            << noon.addMonths(-27) << noon << u"date.years_ago"_s << 2;
+    }
+    void ago()
+    {
+        QFETCH(QDateTime, then);
+        QFETCH(QDateTime, now);
+        QFETCH(QString, key);
+        QFETCH(int, count);
+        const QString expected =
+            key.isEmpty() ? L10n::text(u"date.just_now"_s) : L10n::plural(key, count);
+        QCOMPARE(Fmt::ago(Date::fromDateTime(then), Date::fromDateTime(now)), expected);
+    }
+
+    void fileStampIsLocalAndFixed()
+    {
+        const QDateTime local(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::LocalTime);
+        QCOMPARE(Fmt::fileStamp(Date::fromDateTime(local)), u"2026-01-02-030405"_s);
     }
 };
 

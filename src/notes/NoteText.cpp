@@ -89,6 +89,11 @@ bool isAlphabetic(char32_t u)
 
 namespace NoteText {
 
+const NoteColor& palette(const Note& note)
+{
+    return NoteColor::at(note.color);
+}
+
 bool hasCustomTitle(const Note& note)
 {
     return !note.title.trimmed().isEmpty();

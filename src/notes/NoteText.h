@@ -1,6 +1,7 @@
 #pragma once
 
 #include "notes/Note.h"
+#include "notes/NoteColor.h"
 
 #include <QString>
 #include <optional>
@@ -15,6 +16,8 @@ namespace NoteText {
 inline constexpr int titleLimit = 60;
 inline constexpr int previewLimit = 120;
 
+// The note's colour; any stored index gives one.
+const NoteColor& palette(const Note& note);
 // The user's own title, trimmed of whitespace and newlines, is not empty.
 bool hasCustomTitle(const Note& note);
 // The trimmed title, else the title derived from the body, else the text of "note.untitled".
