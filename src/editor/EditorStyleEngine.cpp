@@ -1,0 +1,750 @@
+#include "editor/EditorStyleEngine.h"
+
+#include "images/ImageStore.h"
+#include "notes/NoteText.h"
+#include "notes/Tasks.h"
+
+#include <QFontDatabase>
+#include <QFontInfo>
+#include <QFontMetricsF>
+#include <QHash>
+#include <QRegularExpression>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+#include <QTextOption>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace EditorStyleEngine {
+namespace {
+
+// NSString's line terminators. CR LF counts as one.
+bool isLineTerminator(QChar c)
+{
+    const char16_t u = c.unicode();
+    return u == u'\n' || u == u'\r' || u == 0x0085 || u == 0x2028 || u == 0x2029;
+}
+
+// Start of the line holding position i (0 ... size). A position between CR and LF belongs
+// to the line that the pair ends.
+qsizetype lineStartIn(QStringView s, qsizetype i)
+{
+    if (i > 0 && i < s.size() && s[i] == u'\n' && s[i - 1] == u'\r')
+        --i;
+    while (i > 0 && !isLineTerminator(s[i - 1]))
+        --i;
+    return i;
+}
+
+// End of the line holding the unit at j, terminator included; j == size gives size.
+// reachedEnd tells whether the scan ran off the end without a terminator.
+qsizetype lineEndIn(QStringView s, qsizetype j, bool* reachedEnd = nullptr)
+{
+    while (j < s.size() && !isLineTerminator(s[j]))
+        ++j;
+    if (reachedEnd)
+        *reachedEnd = j >= s.size();
+    if (j >= s.size())
+        return s.size();
+    if (s[j] == u'\r' && j + 1 < s.size() && s[j + 1] == u'\n')
+        return j + 2;
+    return j + 1;
+}
+
+TextRange clampedInto(TextRange range, qsizetype length)
+{
+    const qsizetype location = std::clamp<qsizetype>(range.location, 0, length);
+    return {location, std::clamp<qsizetype>(range.length, 0, length - location)};
+}
+
+bool isInvalidEdit(TextRange range)
+{
+    return range.location == TextRange::NotFound || !range.isValid();
+}
+
+template <typename LineOf>
+QList<TextRange> affectedLines(const QList<TextRange>& edits, qsizetype length, LineOf lineOf)
+{
+    if (edits.isEmpty())
+        return {};
+    if (length == 0)
+        return {TextRange{0, 0}};
+    QList<TextRange> lines;
+    lines.reserve(edits.size());
+    for (const TextRange& edit : edits) {
+        if (isInvalidEdit(edit))
+            continue;
+        const TextRange clamped = clampedInto(edit, length);
+        const qsizetype start = std::max<qsizetype>(clamped.location - 1, 0);
+        const qsizetype end = std::min(clamped.end() + 1, length);
+        lines.append(lineOf(TextRange{start, end - start}));
+    }
+    return merged(lines, length);
+}
+
+// --- Expressions, each built once -----------------------------------------------------------
+
+// (*ANY) gives ^, $ and . the line semantics of ICU (every Unicode line break), and Unicode
+// properties give \s the meaning ICU gives it.
+QRegularExpression expression(const QString& pattern, bool anchorsMatchLines)
+{
+    QRegularExpression::PatternOptions options = QRegularExpression::UseUnicodePropertiesOption;
+    if (anchorsMatchLines)
+        options |= QRegularExpression::MultilineOption;
+    QRegularExpression re(u"(*ANY)"_s + pattern, options);
+    Q_ASSERT_X(re.isValid(), "EditorStyleEngine", qPrintable(re.errorString()));
+    re.optimize();
+    return re;
+}
+
+struct Expressions {
+    QRegularExpression heading = expression(uR"(^(#{1,6})[ \t]+(.+)$)"_s, true);
+    QRegularExpression bold = expression(uR"((\*\*|__)(?=\S)(.+?)(?<=\S)\1)"_s, false);
+    QRegularExpression italic =
+        expression(uR"((?<![\*_])([\*_])(?=[^\*_\s])(.+?)(?<=[^\*_\s])\1(?![\*_]))"_s, false);
+    QRegularExpression code = expression(uR"(`([^`\n]+)`)"_s, false);
+    QRegularExpression struck = expression(uR"(~~(?=\S)(.+?)(?<=\S)~~)"_s, false);
+    QRegularExpression quote = expression(uR"(^>[ \t]?(.*)$)"_s, true);
+    QRegularExpression bullet = expression(uR"(^[ \t]*([-*+])[ \t]+)"_s, true);
+    QRegularExpression link = expression(uR"(\[([^\]\n]+)\]\(([^)\s]+)\))"_s, false);
+};
+
+const Expressions& expressions()
+{
+    static const Expressions all;
+    return all;
+}
+
+const QString& markdownChars()
+{
+    static const QString chars = u"*_`~#>-+["_s;
+    return chars;
+}
+
+bool holdsMarkdownChar(QStringView s)
+{
+    const QString& chars = markdownChars();
+    return std::any_of(s.begin(), s.end(), [&](QChar c) { return chars.contains(c); });
+}
+
+// --- The run store of one pass --------------------------------------------------------------
+
+enum Flag : quint8 {
+    Hidden = 1,
+    Underline = 2,
+    Struck = 4,
+    Background = 8,
+    Oblique = 16,
+};
+
+enum class Ink : quint8 { Full, Dim, Quote, Bullet, Done };
+
+enum FontSlot : quint8 { BaseFont, BoldFont, MonoFont, HeadingFont /* + level - 1 */ };
+
+// What one character carries; equal neighbours become one format range.
+struct Attr {
+    quint8 font = BaseFont;
+    Ink ink = Ink::Full;
+    quint8 flags = 0;
+    quint8 tall = 0;  // index + 1 into the pass's reserved heights
+    qint32 link = -1; // index into the pass's links
+
+    quint64 key() const
+    {
+        return quint64(font) | quint64(ink) << 8 | quint64(flags) << 16 | quint64(tall) << 24
+            | quint64(quint32(link)) << 32;
+    }
+    friend bool operator==(const Attr& a, const Attr& b) { return a.key() == b.key(); }
+};
+
+// Bold form of a face, or a semibold system face when the family has no bold to give.
+QFont boldened(QFont font, double size)
+{
+    static QHash<QString, QFont> cache;
+    const QString key = font.key() + u'|' + QString::number(size);
+    if (auto it = cache.constFind(key); it != cache.cend())
+        return *it;
+    QFont bold = font;
+    bold.setBold(true);
+    if (QFontInfo(bold).weight() < QFont::DemiBold) {
+        bold = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
+        bold.setPointSizeF(size);
+        bold.setWeight(QFont::DemiBold);
+    }
+    cache.insert(key, bold);
+    return bold;
+}
+
+QFont monospaced(double size)
+{
+    QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
+    mono.setPointSizeF(std::max(size, 1.0));
+    mono.setWeight(QFont::Normal);
+    return mono;
+}
+
+// A hidden face whose line box is at least the given height: put on one character of an
+// image token, it gives the token's line the room its picture needs, without a block format
+// (which would be an undoable edit). Its width is scaled to nothing like every hidden
+// character's.
+double pointSizeForLineHeight(const QFont& base, double height)
+{
+    static QHash<QString, double> cache;
+    const QString key = base.family() + u'|' + QString::number(height);
+    if (auto it = cache.constFind(key); it != cache.cend())
+        return *it;
+    QFont probe = base;
+    probe.setPointSizeF(100);
+    const double per100 = QFontMetricsF(probe).height();
+    double size = per100 > 0 ? height * 100 / per100 : height;
+    probe.setPointSizeF(size);
+    // Metrics are not quite linear in size; grow until the box holds the height.
+    for (int i = 0; i < 8 && std::ceil(QFontMetricsF(probe).height()) < std::ceil(height); ++i) {
+        size *= 1.01;
+        probe.setPointSizeF(size);
+    }
+    cache.insert(key, size);
+    return size;
+}
+
+class Pass {
+public:
+    Pass(const Options& options, qsizetype offset, qsizetype length,
+         std::optional<TextRange> revealing)
+        : options(options)
+        , offset(offset)
+        , revealing(revealing)
+        , attrs(length)
+    {
+    }
+
+    void setFont(qsizetype from, qsizetype count, quint8 font)
+    {
+        for (qsizetype i = from; i < from + count; ++i)
+            attrs[i].font = font;
+    }
+    void setInk(qsizetype from, qsizetype count, Ink ink)
+    {
+        for (qsizetype i = from; i < from + count; ++i)
+            attrs[i].ink = ink;
+    }
+    void addFlag(qsizetype from, qsizetype count, Flag flag)
+    {
+        for (qsizetype i = from; i < from + count; ++i)
+            attrs[i].flags |= flag;
+    }
+    void setLink(qsizetype from, qsizetype count, const QString& href)
+    {
+        links.append(href);
+        for (qsizetype i = from; i < from + count; ++i)
+            attrs[i].link = qint32(links.size() - 1);
+    }
+    void setTall(qsizetype at, double height)
+    {
+        if (tallHeights.size() >= 255)
+            return;
+        tallHeights.append(height);
+        attrs[at].tall = quint8(tallHeights.size());
+    }
+
+    // A marker shows dimmed on the caret's line and is hidden elsewhere. The location test
+    // keeps a marker shown against an empty revealing range (the empty last line).
+    void paintMarker(qsizetype from, qsizetype count)
+    {
+        if (count <= 0)
+            return;
+        const TextRange marker{from + offset, count};
+        const bool revealed = revealing
+            && (marker.location == revealing->location
+                || marker.intersectionLength(*revealing) > 0);
+        if (!revealed)
+            addFlag(from, count, Hidden);
+        setInk(from, count, Ink::Dim);
+    }
+
+    const Options& options;
+    const qsizetype offset;
+    const std::optional<TextRange> revealing;
+    QList<Attr> attrs;
+    QStringList links;
+    QList<double> tallHeights;
+};
+
+void styleMarkdown(Pass& pass, const QString& s, const std::optional<QString>& forceRevealImageID)
+{
+    const Expressions& re = expressions();
+
+    // 0. Image tokens: hidden whole unless named for reveal; the caret's line has no say.
+    const QList<ImageToken> tokens = ImageStore::tokens(s);
+    for (const ImageToken& token : tokens) {
+        const qsizetype from = token.range.location;
+        const qsizetype count = token.range.length;
+        if (!(forceRevealImageID && *forceRevealImageID == token.id)) {
+            pass.addFlag(from, count, Hidden);
+            if (pass.options.reservedLineHeight && count > 0) {
+                const double height =
+                    pass.options.reservedLineHeight(from + pass.offset, token.id);
+                if (height > 0)
+                    pass.setTall(from, height);
+            }
+        }
+        pass.setInk(from, count, Ink::Dim);
+    }
+
+    // 1. Headings: the "#" run is a marker; the blanks behind it stay.
+    for (auto it = re.heading.globalMatch(s); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        const qsizetype level = m.capturedLength(1);
+        pass.setFont(m.capturedStart(0), m.capturedLength(0), quint8(HeadingFont + level - 1));
+        pass.paintMarker(m.capturedStart(1), m.capturedLength(1));
+    }
+
+    // 2. Links, except where they overlap an image token (a token's own text looks like one).
+    for (auto it = re.link.globalMatch(s); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        const TextRange whole{m.capturedStart(0), m.capturedLength(0)};
+        if (std::any_of(tokens.begin(), tokens.end(), [&](const ImageToken& token) {
+                return whole.intersectionLength(token.range) > 0;
+            }))
+            continue;
+        const qsizetype titleStart = m.capturedStart(1);
+        const qsizetype titleEnd = m.capturedEnd(1);
+        pass.addFlag(titleStart, titleEnd - titleStart, Underline);
+        if (const auto url = openableURL(m.captured(2)))
+            pass.setLink(titleStart, titleEnd - titleStart, url->toString());
+        pass.paintMarker(whole.location, 1);
+        pass.paintMarker(titleEnd, whole.end() - titleEnd);
+    }
+
+    // 3. Bold, over the inner text; two marker units at each end.
+    for (auto it = re.bold.globalMatch(s); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        pass.setFont(m.capturedStart(2), m.capturedLength(2), BoldFont);
+        pass.paintMarker(m.capturedStart(0), 2);
+        pass.paintMarker(m.capturedEnd(0) - 2, 2);
+    }
+
+    // 4. Italic: a slant only, the font stays.
+    for (auto it = re.italic.globalMatch(s); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        pass.addFlag(m.capturedStart(2), m.capturedLength(2), Oblique);
+        pass.paintMarker(m.capturedStart(0), 1);
+        pass.paintMarker(m.capturedEnd(0) - 1, 1);
+    }
+
+    // 5. Code spans.
+    for (auto it = re.code.globalMatch(s); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        pass.setFont(m.capturedStart(1), m.capturedLength(1), MonoFont);
+        pass.addFlag(m.capturedStart(1), m.capturedLength(1), Background);
+        pass.paintMarker(m.capturedStart(0), 1);
+        pass.paintMarker(m.capturedEnd(0) - 1, 1);
+    }
+
+    // 6. Strike-through.
+    for (auto it = re.struck.globalMatch(s); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        pass.addFlag(m.capturedStart(1), m.capturedLength(1), Struck);
+        pass.paintMarker(m.capturedStart(0), 2);
+        pass.paintMarker(m.capturedEnd(0) - 2, 2);
+    }
+
+    // 7. Quotes: the ">" is a marker, a blank behind it stays.
+    for (auto it = re.quote.globalMatch(s); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        pass.setInk(m.capturedStart(0), m.capturedLength(0), Ink::Quote);
+        pass.addFlag(m.capturedStart(1), m.capturedLength(1), Oblique);
+        pass.paintMarker(m.capturedStart(0), 1);
+    }
+
+    // 8. Bullets: the bullet character is softened, never hidden.
+    for (auto it = re.bullet.globalMatch(s); it.hasNext();) {
+        const QRegularExpressionMatch m = it.next();
+        pass.setInk(m.capturedStart(1), m.capturedLength(1), Ink::Bullet);
+    }
+}
+
+// Whole lines of completed tasks are struck at a light ink, box included. Runs with Markdown
+// styling on or off.
+void styleCompletedTasks(Pass& pass, QStringView s)
+{
+    qsizetype start = 0;
+    while (start < s.size()) {
+        qsizetype end = start;
+        while (end < s.size() && !isLineTerminator(s[end]))
+            ++end;
+        const QStringView line = s.sliced(start, end - start);
+        const bool completed = pass.options.isCompletedTask
+            ? pass.options.isCompletedTask(line)
+            : Tasks::marker(line) == Tasks::done;
+        if (completed) {
+            pass.addFlag(start, end - start, Struck);
+            pass.setInk(start, end - start, Ink::Done);
+        }
+        start = lineEndIn(s, end);
+    }
+}
+
+QColor inkAt(const QColor& ink, double alpha)
+{
+    QColor color = ink;
+    color.setAlphaF(float(alpha));
+    return color;
+}
+
+// Turns a pass's characters into format ranges and puts them into the blocks of the range,
+// keeping what other blocks or other parts of a block carry.
+class FormatWriter {
+public:
+    FormatWriter(QTextDocument& document, const Options& options, QFont base)
+        : document(document)
+        , options(options)
+        , base(std::move(base))
+    {
+    }
+
+    void write(const Pass& pass, TextRange range, qsizetype& dirtyFrom, qsizetype& dirtyTo)
+    {
+        QTextBlock block = document.findBlock(int(range.location));
+        while (block.isValid()) {
+            const qsizetype blockStart = block.position();
+            const qsizetype textEnd = blockStart + block.length() - 1;
+            if (blockStart > range.end() || (blockStart == range.end() && range.length > 0))
+                break;
+            const qsizetype from = std::max(range.location, blockStart);
+            const qsizetype to = std::min(range.end(), textEnd);
+            if (to > from || !block.layout()->formats().isEmpty()) {
+                writeBlock(block, pass, from, std::max(from, to), range.location);
+                dirtyFrom = std::min(dirtyFrom, blockStart);
+                dirtyTo = std::max(dirtyTo, blockStart + block.length());
+            }
+            block = block.next();
+        }
+    }
+
+private:
+    void writeBlock(const QTextBlock& block, const Pass& pass, qsizetype from, qsizetype to,
+                    qsizetype passStart)
+    {
+        const qsizetype blockStart = block.position();
+        const qsizetype localFrom = from - blockStart;
+        const qsizetype localTo = to - blockStart;
+        QList<QTextLayout::FormatRange> ranges;
+        // Keep what lies outside the restyled part (a block split by U+2028 lines).
+        for (const QTextLayout::FormatRange& old : block.layout()->formats()) {
+            const qsizetype oldEnd = old.start + old.length;
+            if (old.start < localFrom) {
+                QTextLayout::FormatRange kept = old;
+                kept.length = int(std::min(oldEnd, localFrom) - old.start);
+                ranges.append(kept);
+            }
+            if (oldEnd > localTo) {
+                QTextLayout::FormatRange kept = old;
+                kept.start = int(std::max<qsizetype>(old.start, localTo));
+                kept.length = int(oldEnd - kept.start);
+                ranges.append(kept);
+            }
+        }
+        qsizetype i = from;
+        while (i < to) {
+            const Attr& attr = pass.attrs[i - passStart];
+            qsizetype j = i + 1;
+            while (j < to && pass.attrs[j - passStart] == attr)
+                ++j;
+            QTextLayout::FormatRange range;
+            range.start = int(i - blockStart);
+            range.length = int(j - i);
+            range.format = format(attr, pass);
+            ranges.append(range);
+            i = j;
+        }
+        std::sort(ranges.begin(), ranges.end(),
+                  [](const auto& a, const auto& b) { return a.start < b.start; });
+        block.layout()->setFormats(ranges);
+    }
+
+    const QFont& font(quint8 slot)
+    {
+        if (fonts.size() <= slot)
+            fonts.resize(slot + 1);
+        std::optional<QFont>& cached = fonts[slot];
+        if (!cached) {
+            if (slot == BaseFont) {
+                cached = base;
+            } else if (slot == BoldFont) {
+                cached = boldened(options.bodyFont(options.size), options.size);
+            } else if (slot == MonoFont) {
+                cached = monospaced(options.size - 0.5);
+            } else {
+                const int level = slot - HeadingFont + 1;
+                const double size = options.size + 7.0 - 1.1 * level;
+                cached = boldened(options.bodyFont(size), size);
+            }
+        }
+        return *cached;
+    }
+
+    QTextCharFormat format(const Attr& attr, const Pass& pass)
+    {
+        // Tall and link characters are rare and carry per-pass indexes: never cached.
+        const bool cacheable = attr.tall == 0 && attr.link < 0;
+        if (cacheable) {
+            if (auto it = cache.constFind(attr.key()); it != cache.cend())
+                return *it;
+        }
+        QTextCharFormat f;
+        f.setFont(font(attr.font));
+        switch (attr.ink) {
+        case Ink::Full: f.setForeground(options.ink); break;
+        case Ink::Dim: f.setForeground(inkAt(options.ink, dimAlpha)); break;
+        case Ink::Quote: f.setForeground(inkAt(options.ink, 0.62)); break;
+        case Ink::Bullet: f.setForeground(inkAt(options.ink, 0.5)); break;
+        case Ink::Done: f.setForeground(inkAt(options.ink, 0.45)); break;
+        }
+        // Qt has no synthetic slant by a factor; italic stands in (fontconfig slants a face
+        // that has no italic of its own).
+        if (attr.flags & Oblique)
+            f.setFontItalic(true);
+        if (attr.flags & Underline)
+            f.setFontUnderline(true);
+        if (attr.flags & Struck)
+            f.setFontStrikeOut(true);
+        if (attr.flags & Background)
+            f.setBackground(inkAt(options.ink, 0.07));
+        if (attr.link >= 0) {
+            f.setAnchor(true);
+            f.setAnchorHref(pass.links[attr.link]);
+        }
+        if (attr.flags & Hidden) {
+            // Zero advance, checked on Qt 6.4 by measuring QTextLine::cursorToX: a stretch of
+            // 1% with letter spacing of 1/64% gives exactly 0. Letter spacing of 0% is the
+            // trap: Qt takes 0 for "unset" and leaves the advance whole.
+            f.setFontStretch(1);
+            f.setFontLetterSpacingType(QFont::PercentageSpacing);
+            f.setFontLetterSpacing(1.0 / 64);
+            f.setForeground(Qt::transparent);
+            f.setBackground(Qt::transparent);
+            f.setProperty(hiddenProperty, true);
+            if (attr.tall > 0)
+                f.setFontPointSize(pointSizeForLineHeight(base, pass.tallHeights[attr.tall - 1]));
+        }
+        if (cacheable)
+            cache.insert(attr.key(), f);
+        return f;
+    }
+
+    QTextDocument& document;
+    const Options& options;
+    const QFont base;
+    QList<std::optional<QFont>> fonts;
+    QHash<quint64, QTextCharFormat> cache;
+};
+
+void setTypingAttributes(QTextDocument& document, const QFont& base, NoteTextDirection direction)
+{
+    if (document.defaultFont() != base)
+        document.setDefaultFont(base);
+    // Automatic leaves each block to Qt, which takes the direction from the block's first
+    // strong character, as NoteText::firstStrong does (Qt reads the bidi class, firstStrong
+    // the alphabetic property; they part only on rare symbols). Left alignment mirrors for a
+    // right-to-left block. The explicit directions hold for the whole note.
+    const NoteText::ParagraphStyle style = NoteText::paragraphStyle(direction);
+    QTextOption option = document.defaultTextOption();
+    const Qt::LayoutDirection wanted =
+        direction == NoteTextDirection::Automatic ? Qt::LayoutDirectionAuto : style.direction;
+    const Qt::Alignment alignment = direction == NoteTextDirection::Automatic
+        ? Qt::Alignment(Qt::AlignLeft)
+        : (style.direction == Qt::RightToLeft ? Qt::AlignRight | Qt::AlignAbsolute
+                                              : Qt::AlignLeft | Qt::AlignAbsolute);
+    if (option.textDirection() != wanted || option.alignment() != alignment) {
+        option.setTextDirection(wanted);
+        option.setAlignment(alignment);
+        document.setDefaultTextOption(option);
+    }
+}
+
+} // namespace
+
+// --- Range arithmetic -------------------------------------------------------------------------
+
+TextRange lineRangeForRange(TextRange range, QStringView text)
+{
+    const TextRange r = clampedInto(range, text.size());
+    const qsizetype start = lineStartIn(text, r.location);
+    const qsizetype last = r.length > 0 ? r.end() - 1 : r.location;
+    const qsizetype end = std::max(lineEndIn(text, last), start);
+    return {start, end - start};
+}
+
+TextRange lineRange(qsizetype location, QStringView text)
+{
+    return lineRangeForRange({std::clamp<qsizetype>(location, 0, text.size()), 0}, text);
+}
+
+QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, QStringView text)
+{
+    return affectedLines(edits, text.size(),
+                         [&](TextRange r) { return lineRangeForRange(r, text); });
+}
+
+QList<TextRange> merged(const QList<TextRange>& ranges, qsizetype length)
+{
+    QList<TextRange> kept;
+    kept.reserve(ranges.size());
+    for (const TextRange& range : ranges) {
+        if (range.location == TextRange::NotFound || !range.isValid())
+            continue;
+        const qsizetype location = std::min(range.location, length);
+        const TextRange clamped{location, std::min(range.length, length - location)};
+        if (clamped.length > 0)
+            kept.append(clamped);
+    }
+    std::sort(kept.begin(), kept.end(), [](TextRange a, TextRange b) {
+        return a.location != b.location ? a.location < b.location : a.length < b.length;
+    });
+    QList<TextRange> result;
+    for (const TextRange& range : kept) {
+        if (!result.isEmpty() && range.location <= result.back().end()) {
+            TextRange& running = result.back();
+            running.length = std::max(running.end(), range.end()) - running.location;
+        } else {
+            result.append(range);
+        }
+    }
+    return result;
+}
+
+qsizetype length(const QTextDocument& document)
+{
+    return std::max(document.characterCount() - 1, 0);
+}
+
+TextRange lineRangeForRange(TextRange range, const QTextDocument& document)
+{
+    const qsizetype total = length(document);
+    const TextRange r = clampedInto(range, total);
+    // A block is a paragraph; U+2028 and NEL may still break it into lines, so the scan runs
+    // inside the block's text, and the block's end is a line end.
+    const QTextBlock first = document.findBlock(int(r.location));
+    const QString firstText = first.text();
+    const qsizetype start =
+        first.position() + lineStartIn(firstText, std::min<qsizetype>(r.location - first.position(), firstText.size()));
+    const qsizetype last = r.length > 0 ? r.end() - 1 : r.location;
+    const QTextBlock lastBlock = document.findBlock(int(last));
+    const QString lastText = lastBlock.text();
+    bool reachedEnd = false;
+    qsizetype end = lastBlock.position()
+        + lineEndIn(lastText, std::min<qsizetype>(last - lastBlock.position(), lastText.size()),
+                    &reachedEnd);
+    if (reachedEnd)
+        end = std::min<qsizetype>(lastBlock.position() + lastBlock.length(), total);
+    return {start, std::max(end, start) - start};
+}
+
+TextRange lineRange(qsizetype location, const QTextDocument& document)
+{
+    return lineRangeForRange({std::clamp<qsizetype>(location, 0, length(document)), 0}, document);
+}
+
+QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, const QTextDocument& document)
+{
+    return affectedLines(edits, length(document),
+                         [&](TextRange r) { return lineRangeForRange(r, document); });
+}
+
+QString text(const QTextDocument& document, TextRange range)
+{
+    const TextRange r = clampedInto(range, length(document));
+    QString result;
+    result.reserve(r.length);
+    for (QTextBlock block = document.findBlock(int(r.location));
+         block.isValid() && block.position() < r.end(); block = block.next()) {
+        const qsizetype blockStart = block.position();
+        const QString blockText = block.text();
+        const qsizetype from = std::max<qsizetype>(r.location - blockStart, 0);
+        const qsizetype to = std::min<qsizetype>(r.end() - blockStart, blockText.size());
+        if (to > from)
+            result += QStringView(blockText).sliced(from, to - from);
+        if (blockStart + blockText.size() < r.end())
+            result += u'\n';
+    }
+    return result;
+}
+
+std::optional<QUrl> openableURL(const QString& text)
+{
+    const QUrl url(text, QUrl::StrictMode);
+    if (!url.isValid() || url.scheme().isEmpty())
+        return std::nullopt;
+    const QString scheme = url.scheme().toLower();
+    if (scheme != u"http"_s && scheme != u"https"_s && scheme != u"mailto"_s)
+        return std::nullopt;
+    return url;
+}
+
+// --- Styling ------------------------------------------------------------------------------------
+
+QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
+                       std::optional<TextRange> revealing,
+                       const std::optional<QString>& forceRevealImageID, const Options& options)
+{
+    const QFont base = options.bodyFont ? options.bodyFont(options.size) : document.defaultFont();
+    setTypingAttributes(document, base, options.textDirection);
+
+    const QList<TextRange> normalized = merged(ranges, length(document));
+    if (normalized.isEmpty())
+        return {};
+
+    Options resolved = options;
+    if (!resolved.bodyFont)
+        resolved.bodyFont = [base](double size) {
+            QFont f = base;
+            f.setPointSizeF(size);
+            return f;
+        };
+    FormatWriter writer(document, resolved, base);
+    qsizetype dirtyFrom = std::numeric_limits<qsizetype>::max();
+    qsizetype dirtyTo = -1;
+    for (const TextRange& range : normalized) {
+        const QString s = text(document, range);
+        Pass pass(resolved, range.location, s.size(), revealing);
+        if (resolved.markdownEnabled && holdsMarkdownChar(s))
+            styleMarkdown(pass, s, forceRevealImageID);
+        styleCompletedTasks(pass, s);
+        writer.write(pass, range, dirtyFrom, dirtyTo);
+    }
+    // One notice for the whole pass, so the layout runs once over what changed.
+    if (dirtyTo > dirtyFrom)
+        document.markContentsDirty(int(dirtyFrom), int(dirtyTo - dirtyFrom));
+    return normalized;
+}
+
+QTextCharFormat styledFormat(const QTextDocument& document, qsizetype position)
+{
+    const QTextBlock block = document.findBlock(int(position));
+    if (!block.isValid() || !block.layout())
+        return {};
+    const qsizetype local = position - block.position();
+    for (const QTextLayout::FormatRange& range : block.layout()->formats()) {
+        if (local >= range.start && local < range.start + range.length)
+            return range.format;
+    }
+    return {};
+}
+
+bool isHidden(const QTextDocument& document, qsizetype position)
+{
+    return styledFormat(document, position).boolProperty(hiddenProperty);
+}
+
+QString linkAt(const QTextDocument& document, qsizetype position)
+{
+    const QTextCharFormat format = styledFormat(document, position);
+    return format.isAnchor() ? format.anchorHref() : QString();
+}
+
+} // namespace EditorStyleEngine

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "notes/Note.h"
+#include "notes/TextRange.h"
+
+#include <QColor>
+#include <QFont>
+#include <QList>
+#include <QString>
+#include <QStringView>
+#include <QTextCharFormat>
+#include <QUrl>
+
+#include <functional>
+#include <optional>
+
+class QTextDocument;
+
+// Live Markdown styling. A note's body stays plain text: the engine paints formats beside
+// the text, never in it. Markers ("**", "#", "](url)") stay in the buffer; off the caret's
+// line they are hidden (no width, no ink), on it they show dimmed.
+//
+// The formats live in each block's QTextLayout (QTextLayout::setFormats), the way
+// QSyntaxHighlighter keeps its own. That store is outside the document's undo stack and
+// modified flag, so Ctrl+Z only ever undoes text and toPlainText() is always what the user
+// typed. The trap that rules out QTextCursor::mergeCharFormat or setBlockFormat here: both
+// are document edits, so every caret move would push an undo step and mark the note
+// modified.
+//
+// Positions and ranges are UTF-16 units, the same as QTextDocument positions.
+namespace EditorStyleEngine {
+
+// Markers are painted with the ink at this alpha.
+inline constexpr double dimAlpha = 0.32;
+// The format property that marks a hidden character (the text attribute "pondriftHidden").
+inline constexpr int hiddenProperty = QTextFormat::UserProperty + 0x504;
+
+// --- Range arithmetic, pure over a string -------------------------------------------------
+
+// The line holding the range, terminator included (LF, CR, CR LF, NEL, U+2028, U+2029), the
+// way NSString's lineRangeForRange counts lines. The range is clamped into the text.
+TextRange lineRangeForRange(TextRange range, QStringView text);
+// The line of the empty range at location, clamped to 0 ... length.
+TextRange lineRange(qsizetype location, QStringView text);
+// Whole lines around each edit, widened by one unit either side so that a line break typed
+// or removed restyles both lines it touches. An empty text gives the one range (0, 0).
+QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, QStringView text);
+// Valid ranges clamped into the length, empty ones dropped, sorted, touching ones joined.
+QList<TextRange> merged(const QList<TextRange>& ranges, qsizetype length);
+inline QList<TextRange> normalizedStyleRanges(const QList<TextRange>& ranges, qsizetype length)
+{
+    return merged(ranges, length);
+}
+
+// The same over a document, without copying its text: the keystroke path uses these.
+TextRange lineRangeForRange(TextRange range, const QTextDocument& document);
+TextRange lineRange(qsizetype location, const QTextDocument& document);
+QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, const QTextDocument& document);
+// The document's text over the range, block breaks as "\n" (what toPlainText gives).
+QString text(const QTextDocument& document, TextRange range);
+qsizetype length(const QTextDocument& document);
+
+// A URL whose scheme, lower-cased, is http, https or mailto; anything else (no scheme
+// included) is absent, so such a link can never be followed.
+std::optional<QUrl> openableURL(const QString& text);
+
+// --- Styling ------------------------------------------------------------------------------
+
+struct Options {
+    QColor ink = Qt::black;
+    double size = 14;
+    bool markdownEnabled = true;
+    NoteTextDirection textDirection = NoteTextDirection::Automatic;
+    // The body face at a size in points; callers pass Ink::body.
+    std::function<QFont(double)> bodyFont;
+    // Whether a line (without terminator) is a completed task. Empty: its box is "☑".
+    std::function<bool(QStringView)> isCompletedTask;
+    // The line height, in pixels, that the line of a hidden image token must reserve for its
+    // picture (token location, id); 0 reserves nothing. The image overlays answer this.
+    std::function<double(qsizetype, const QString&)> reservedLineHeight;
+};
+
+// Restyles the given ranges (made whole-line by the caller) and returns them normalised.
+// revealing is the caret's line: markers there stay shown. forceRevealImageID shows one
+// image token's text. Also sets the document's typing attributes: default font and
+// paragraph direction.
+QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
+                       std::optional<TextRange> revealing,
+                       const std::optional<QString>& forceRevealImageID, const Options& options);
+
+// --- What a pass left ---------------------------------------------------------------------
+
+// The styled format at a position: what the engine painted there, or an empty format.
+QTextCharFormat styledFormat(const QTextDocument& document, qsizetype position);
+bool isHidden(const QTextDocument& document, qsizetype position);
+// The address of the followable link at a position, or an empty string.
+QString linkAt(const QTextDocument& document, qsizetype position);
+
+} // namespace EditorStyleEngine

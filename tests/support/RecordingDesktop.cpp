@@ -1,0 +1,7 @@
+#include "support/RecordingDesktop.h"
+
+bool RecordingDesktop::openUrl(const QUrl& url)
+{
+    openedUrls.append(url);
+    return true;
+}

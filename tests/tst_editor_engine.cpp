@@ -1,0 +1,375 @@
+// The styling engine over a real QTextDocument: what each pass hides, dims, bolds, strikes
+// and links, and the range arithmetic that keeps a keystroke to the lines it touched.
+#include "editor/EditorEditAccumulator.h"
+#include "editor/EditorStyleEngine.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QGuiApplication>
+#include <QTest>
+#include <QTextBlock>
+#include <QTextDocument>
+#include <QTextLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+constexpr double bodySize = 14;
+
+QFont body(double size)
+{
+    QFont font(u"DejaVu Sans"_s);
+    font.setPointSizeF(size);
+    return font;
+}
+
+EditorStyleEngine::Options options(bool markdown = true)
+{
+    EditorStyleEngine::Options o;
+    o.ink = QColor(20, 30, 40);
+    o.size = bodySize;
+    o.markdownEnabled = markdown;
+    o.bodyFont = body;
+    return o;
+}
+
+enum class Look { Hidden, Shown, Dim, FullInk, Bold, NotBold, Italic, NotItalic, Struck, Underlined,
+                  NotUnderlined, Linked, NotLinked, Heading1, BodySize, Mono, DoneInk, BulletInk };
+
+struct Expect {
+    QString needle; // first occurrence in the text, or "@n+len" for a position
+    Look look;
+};
+
+TextRange locate(const QString& text, const QString& needle)
+{
+    if (needle.startsWith(u'@')) {
+        const QStringList parts = needle.mid(1).split(u'+');
+        return {parts[0].toLongLong(), parts[1].toLongLong()};
+    }
+    const qsizetype at = text.indexOf(needle);
+    return {at, needle.size()};
+}
+
+bool looks(const QTextCharFormat& f, Look look, const QColor& ink)
+{
+    const double alpha = f.foreground().color().alphaF();
+    const bool hidden = f.boolProperty(EditorStyleEngine::hiddenProperty);
+    switch (look) {
+    case Look::Hidden: return hidden;
+    case Look::Shown: return !hidden;
+    case Look::Dim: return !hidden && qAbs(alpha - EditorStyleEngine::dimAlpha) < 0.01;
+    case Look::FullInk: return !hidden && f.foreground().color() == ink;
+    case Look::Bold: return f.fontWeight() >= QFont::DemiBold;
+    case Look::NotBold: return f.fontWeight() < QFont::DemiBold;
+    case Look::Italic: return f.fontItalic();
+    case Look::NotItalic: return !f.fontItalic();
+    case Look::Struck: return f.fontStrikeOut();
+    case Look::Underlined: return f.fontUnderline();
+    case Look::NotUnderlined: return !f.fontUnderline();
+    case Look::Linked: return f.isAnchor() && !f.anchorHref().isEmpty();
+    case Look::NotLinked: return !f.isAnchor();
+    case Look::Heading1: return qAbs(f.fontPointSize() - (bodySize + 5.9)) < 0.01;
+    case Look::BodySize: return qAbs(f.fontPointSize() - bodySize) < 0.01;
+    case Look::Mono: return QFontInfo(f.font()).fixedPitch();
+    case Look::DoneInk: return qAbs(alpha - 0.45) < 0.01;
+    case Look::BulletInk: return qAbs(alpha - 0.5) < 0.01;
+    }
+    return false;
+}
+
+} // namespace
+
+char* toString(const TextRange& range)
+{
+    return QTest::toString(u"(%1, %2)"_s.arg(range.location).arg(range.length));
+}
+
+class EditorEngineTest : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void lineRanges_data();
+    void lineRanges();
+    void affectedLines_data();
+    void affectedLines();
+    void mergedRanges_data();
+    void mergedRanges();
+    void accumulatorHoldsEditsWhileComposing();
+    void openableURL_data();
+    void openableURL();
+    void styling_data();
+    void styling();
+    void stylingNeverTouchesTextUndoOrModifiedFlag();
+    void hiddenCharactersTakeNoWidth();
+    void documentLinesMatchStringLines_data();
+    void documentLinesMatchStringLines();
+};
+
+void EditorEngineTest::lineRanges_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<qsizetype>("location");
+    QTest::addColumn<qsizetype>("lineLocation");
+    QTest::addColumn<qsizetype>("lineLength");
+    QTest::newRow("the middle line of three, terminator included") << u"ab\ncd\nef"_s << qsizetype(4) << qsizetype(3) << qsizetype(3);
+    QTest::newRow("the last line without terminator") << u"ab\ncd"_s << qsizetype(5) << qsizetype(3) << qsizetype(2);
+    QTest::newRow("the empty last line after a break") << u"ab\n"_s << qsizetype(3) << qsizetype(3) << qsizetype(0);
+    QTest::newRow("CR LF counts as one terminator") << u"ab\r\ncd"_s << qsizetype(1) << qsizetype(0) << qsizetype(4);
+    QTest::newRow("between CR and LF is still the first line") << u"ab\r\ncd"_s << qsizetype(3) << qsizetype(0) << qsizetype(4);
+    QTest::newRow("a lone CR ends a line") << u"ab\rcd"_s << qsizetype(4) << qsizetype(3) << qsizetype(2);
+    QTest::newRow("U+2028 ends a line") << u"ab\u2028cd"_s << qsizetype(0) << qsizetype(0) << qsizetype(3);
+    QTest::newRow("U+2029 ends a line") << u"ab\u2029cd"_s << qsizetype(4) << qsizetype(3) << qsizetype(2);
+    QTest::newRow("a location past the end is clamped") << u"ab\ncd"_s << qsizetype(99) << qsizetype(3) << qsizetype(2);
+    QTest::newRow("a negative location is clamped to the start") << u"ab\ncd"_s << qsizetype(-4) << qsizetype(0) << qsizetype(3);
+    QTest::newRow("an empty text has one empty line") << QString() << qsizetype(0) << qsizetype(0) << qsizetype(0);
+}
+
+void EditorEngineTest::lineRanges()
+{
+    QFETCH(QString, text);
+    QFETCH(qsizetype, location);
+    QFETCH(qsizetype, lineLocation);
+    QFETCH(qsizetype, lineLength);
+    QCOMPARE(EditorStyleEngine::lineRange(location, text), (TextRange{lineLocation, lineLength}));
+}
+
+void EditorEngineTest::affectedLines_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QList<TextRange>>("edits");
+    QTest::addColumn<QList<TextRange>>("expected");
+    const QString three = u"one\ntwo\nthree"_s;
+    QTest::newRow("no edits, no lines") << three << QList<TextRange>{} << QList<TextRange>{};
+    QTest::newRow("an empty text gives one empty range") << QString() << QList<TextRange>{{0, 0}} << QList<TextRange>{{0, 0}};
+    QTest::newRow("an edit mid-line restyles its line") << three << QList<TextRange>{{5, 1}} << QList<TextRange>{{4, 4}};
+    QTest::newRow("an edit at a line's first column restyles the line above too") << three << QList<TextRange>{{4, 1}} << QList<TextRange>{{0, 8}};
+    QTest::newRow("a line break typed at a line's end restyles the line below too") << three << QList<TextRange>{{7, 1}} << QList<TextRange>{{4, 9}};
+    QTest::newRow("edits far apart stay apart") << three << QList<TextRange>{{1, 0}, {10, 1}} << QList<TextRange>{{0, 4}, {8, 5}};
+    QTest::newRow("invalid edits are dropped") << three << QList<TextRange>{{TextRange::NotFound, 1}, {-2, 1}, {1, -1}} << QList<TextRange>{};
+    QTest::newRow("an edit past the end is clamped to the last line") << three << QList<TextRange>{{50, 3}} << QList<TextRange>{{8, 5}};
+}
+
+void EditorEngineTest::affectedLines()
+{
+    QFETCH(QString, text);
+    QFETCH(QList<TextRange>, edits);
+    QFETCH(QList<TextRange>, expected);
+    QCOMPARE(EditorStyleEngine::affectedLineRanges(edits, text), expected);
+    QTextDocument document;
+    document.setPlainText(text);
+    QCOMPARE(EditorStyleEngine::affectedLineRanges(edits, document), expected);
+}
+
+void EditorEngineTest::mergedRanges_data()
+{
+    QTest::addColumn<QList<TextRange>>("ranges");
+    QTest::addColumn<QList<TextRange>>("expected");
+    QTest::newRow("touching ranges join") << QList<TextRange>{{4, 2}, {0, 4}} << QList<TextRange>{{0, 6}};
+    QTest::newRow("overlapping ranges join at the larger end") << QList<TextRange>{{0, 5}, {2, 1}} << QList<TextRange>{{0, 5}};
+    QTest::newRow("apart ranges are sorted") << QList<TextRange>{{7, 1}, {1, 1}} << QList<TextRange>{{1, 1}, {7, 1}};
+    QTest::newRow("empty and invalid ranges go") << QList<TextRange>{{3, 0}, {TextRange::NotFound, 2}, {-1, 2}} << QList<TextRange>{};
+    QTest::newRow("ranges are clamped into the text") << QList<TextRange>{{8, 10}, {20, 1}} << QList<TextRange>{{8, 2}};
+}
+
+void EditorEngineTest::mergedRanges()
+{
+    QFETCH(QList<TextRange>, ranges);
+    QFETCH(QList<TextRange>, expected);
+    QCOMPARE(EditorStyleEngine::merged(ranges, 10), expected);
+}
+
+void EditorEngineTest::accumulatorHoldsEditsWhileComposing()
+{
+    EditorEditAccumulator edits;
+    edits.record({TextRange::NotFound, 1});
+    edits.record({-1, 0});
+    QVERIFY(!edits.hasPendingEdits());
+    const QString text = u"one\ntwo\nthree"_s;
+    edits.record({5, 1});
+    QVERIFY(edits.consume(text, true).isEmpty());
+    QVERIFY(edits.hasPendingEdits());
+    QCOMPARE(edits.consume(text, false), (QList<TextRange>{{4, 4}}));
+    QVERIFY(!edits.hasPendingEdits());
+    QVERIFY(edits.consume(text, false).isEmpty());
+}
+
+void EditorEngineTest::openableURL_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("openable");
+    QTest::newRow("http") << u"http://example.org/a"_s << true;
+    QTest::newRow("upper-case HTTPS") << u"HTTPS://example.org"_s << true;
+    QTest::newRow("mailto") << u"mailto:a@b.org"_s << true;
+    QTest::newRow("ftp is refused") << u"ftp://b"_s << false;
+    QTest::newRow("file is refused") << u"file:///etc/passwd"_s << false;
+    QTest::newRow("no scheme is refused") << u"example.org"_s << false;
+    QTest::newRow("javascript is refused") << u"javascript:alert(1)"_s << false;
+}
+
+void EditorEngineTest::openableURL()
+{
+    QFETCH(QString, text);
+    QFETCH(bool, openable);
+    QCOMPARE(EditorStyleEngine::openableURL(text).has_value(), openable);
+}
+
+void EditorEngineTest::styling_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<qsizetype>("caret"); // -1: no revealing line
+    QTest::addColumn<bool>("markdown");
+    QTest::addColumn<QList<Expect>>("expects");
+
+    const QString token = u"![image](pondrift-img://ABC-1)"_s;
+    const QString linked = u"see "_s + token + u" and [a](http://b.org)"_s;
+    const QString linkTitle = u"@%1+1"_s.arg(linked.indexOf(u"[a"_s) + 1);
+    QTest::newRow("markers on the caret's line show dimmed, elsewhere they are hidden")
+        << u"**one**\nand **two**"_s << qsizetype(2) << true
+        << QList<Expect>{{u"@0+2"_s, Look::Dim}, {u"@5+2"_s, Look::Dim}, {u"one"_s, Look::Bold},
+                         {u"@12+2"_s, Look::Hidden}, {u"@17+2"_s, Look::Hidden},
+                         {u"two"_s, Look::Bold}, {u"and"_s, Look::FullInk}};
+    QTest::newRow("seven hashes are no heading")
+        << u"x\n####### seven"_s << qsizetype(0) << true
+        << QList<Expect>{{u"#######"_s, Look::Shown}, {u"seven"_s, Look::BodySize},
+                         {u"seven"_s, Look::NotBold}};
+    QTest::newRow("a heading hides its hashes and keeps the blank")
+        << u"# Title\nx"_s << qsizetype(9) << true
+        << QList<Expect>{{u"#"_s, Look::Hidden}, {u" Title"_s, Look::Shown},
+                         {u" Title"_s, Look::Heading1}, {u"Title"_s, Look::Bold}};
+    QTest::newRow("single stars are italic, double stars are not")
+        << u"*a* **b** _c_"_s << qsizetype(-1) << true
+        << QList<Expect>{{u"a"_s, Look::Italic}, {u"b"_s, Look::NotItalic}, {u"b"_s, Look::Bold},
+                         {u"c"_s, Look::Italic}, {u"@0+1"_s, Look::Hidden}};
+    QTest::newRow("double underscores are bold")
+        << u"__a__"_s << qsizetype(-1) << true
+        << QList<Expect>{{u"a"_s, Look::Bold}, {u"@0+2"_s, Look::Hidden}, {u"@3+2"_s, Look::Hidden}};
+    QTest::newRow("a link inside an image token is skipped")
+        << linked << qsizetype(-1) << true
+        << QList<Expect>{{token, Look::Hidden}, {u"image"_s, Look::NotUnderlined},
+                         {u"image"_s, Look::NotLinked}, {linkTitle, Look::Linked},
+                         {u"(http://b.org)"_s, Look::Hidden}};
+    QTest::newRow("an ftp link keeps its underline and hidden markers but cannot be followed")
+        << u"[a](ftp://b)"_s << qsizetype(-1) << true
+        << QList<Expect>{{u"a"_s, Look::Underlined}, {u"a"_s, Look::NotLinked},
+                         {u"["_s, Look::Hidden}, {u"](ftp://b)"_s, Look::Hidden}};
+    QTest::newRow("an address with a blank is no link")
+        << u"[a](http://b c)"_s << qsizetype(-1) << true
+        << QList<Expect>{{u"a"_s, Look::NotUnderlined}, {u"["_s, Look::Shown}};
+    QTest::newRow("a completed task holding bold is struck whole, markers still hidden")
+        << u"\u2611 **x**\n\u2610 open"_s << qsizetype(9) << true
+        << QList<Expect>{{u"\u2611"_s, Look::Struck}, {u"x"_s, Look::Struck},
+                         {u"x"_s, Look::DoneInk}, {u"x"_s, Look::Bold}, {u"@2+2"_s, Look::Hidden},
+                         {u"open"_s, Look::FullInk}};
+    QTest::newRow("with Markdown off nothing hides, tasks are still struck")
+        << (u"**b** "_s + token + u"\n\u2611 done"_s) << qsizetype(-1) << false
+        << QList<Expect>{{u"**"_s, Look::FullInk}, {u"b"_s, Look::NotBold}, {token, Look::Shown},
+                         {u"done"_s, Look::Struck}, {u"done"_s, Look::DoneInk}};
+    QTest::newRow("the caret on the empty last line reveals nothing above")
+        << u"**a**\n"_s << qsizetype(6) << true
+        << QList<Expect>{{u"@0+2"_s, Look::Hidden}, {u"@3+2"_s, Look::Hidden}, {u"a"_s, Look::Bold}};
+    QTest::newRow("a bullet stays visible and softened; blanks keep stars from pairing")
+        << u"- item\n* a *"_s << qsizetype(-1) << true
+        << QList<Expect>{{u"-"_s, Look::BulletInk}, {u"-"_s, Look::Shown}, {u"a"_s, Look::NotItalic},
+                         {u"@7+1"_s, Look::BulletInk}};
+    QTest::newRow("code spans take the monospaced face")
+        << u"run `make` now"_s << qsizetype(-1) << true
+        << QList<Expect>{{u"make"_s, Look::Mono}, {u"`"_s, Look::Hidden}, {u"now"_s, Look::FullInk}};
+    QTest::newRow("struck text")
+        << u"~~gone~~"_s << qsizetype(-1) << true
+        << QList<Expect>{{u"gone"_s, Look::Struck}, {u"~~"_s, Look::Hidden}};
+}
+
+void EditorEngineTest::styling()
+{
+    QFETCH(QString, text);
+    QFETCH(qsizetype, caret);
+    QFETCH(bool, markdown);
+    QFETCH(QList<Expect>, expects);
+
+    QTextDocument document;
+    document.setPlainText(text);
+    const auto o = options(markdown);
+    std::optional<TextRange> revealing;
+    if (caret >= 0)
+        revealing = EditorStyleEngine::lineRange(caret, document);
+    const QList<TextRange> styled = EditorStyleEngine::apply(
+        document, {{0, text.size()}}, revealing, std::nullopt, o);
+    QCOMPARE(styled, (QList<TextRange>{{0, text.size()}}));
+
+    for (const Expect& expect : expects) {
+        const TextRange range = locate(text, expect.needle);
+        QVERIFY2(range.location >= 0, qPrintable(expect.needle));
+        for (qsizetype i = range.location; i < range.end(); ++i) {
+            const QTextCharFormat f = EditorStyleEngine::styledFormat(document, i);
+            QVERIFY2(looks(f, expect.look, o.ink),
+                     qPrintable(u"\"%1\" at %2, look %3"_s.arg(expect.needle).arg(i).arg(int(expect.look))));
+        }
+    }
+}
+
+void EditorEngineTest::stylingNeverTouchesTextUndoOrModifiedFlag()
+{
+    QTextDocument document;
+    const QString text = u"# T\n**b** *i* [l](http://x.org)\n\u2611 done\n"_s;
+    document.setPlainText(text);
+    document.setModified(false);
+    document.clearUndoRedoStacks();
+    for (qsizetype caret : {qsizetype(0), qsizetype(5), qsizetype(30), text.size()})
+        EditorStyleEngine::apply(document, {{0, text.size()}},
+                                 EditorStyleEngine::lineRange(caret, document), std::nullopt, options());
+    QCOMPARE(document.toPlainText(), text);
+    QVERIFY(!document.isModified());
+    QVERIFY(!document.isUndoAvailable());
+
+    // An empty text only refreshes the typing attributes.
+    QTextDocument empty;
+    QVERIFY(EditorStyleEngine::apply(empty, {{0, 0}}, TextRange{0, 0}, std::nullopt, options()).isEmpty());
+    QCOMPARE(empty.defaultFont(), body(bodySize));
+}
+
+void EditorEngineTest::hiddenCharactersTakeNoWidth()
+{
+    QTextDocument document;
+    document.setPlainText(u"a**b**c\n"_s);
+    EditorStyleEngine::apply(document, {{0, 8}}, TextRange{8, 0}, std::nullopt, options());
+    document.documentLayout()->documentSize();
+    const QTextLine line = document.begin().layout()->lineAt(0);
+    // The caret keeps a position at every character, but the markers add no room.
+    QCOMPARE(line.cursorToX(1), line.cursorToX(3));
+    QCOMPARE(line.cursorToX(4), line.cursorToX(6));
+    QVERIFY(line.cursorToX(4) > line.cursorToX(3));
+
+    // On the caret's line the same markers take their room again.
+    EditorStyleEngine::apply(document, {{0, 8}}, TextRange{0, 8}, std::nullopt, options());
+    document.documentLayout()->documentSize();
+    const QTextLine shown = document.begin().layout()->lineAt(0);
+    QVERIFY(shown.cursorToX(3) > shown.cursorToX(1) + 4);
+}
+
+void EditorEngineTest::documentLinesMatchStringLines_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("plain lines") << u"one\ntwo\n\nfour"_s;
+    QTest::newRow("a paragraph broken by U+2028") << u"ab\u2028cd\nef"_s;
+    QTest::newRow("a trailing break") << u"x\n"_s;
+}
+
+void EditorEngineTest::documentLinesMatchStringLines()
+{
+    QFETCH(QString, text);
+    QTextDocument document;
+    document.setPlainText(text);
+    // The document keeps U+2028 inside a paragraph (toPlainText would turn it into "\n").
+    const QString plain = text;
+    for (qsizetype i = 0; i <= plain.size(); ++i) {
+        QCOMPARE(EditorStyleEngine::lineRange(i, document), EditorStyleEngine::lineRange(i, plain));
+        for (qsizetype n = 0; i + n <= plain.size(); ++n)
+            QCOMPARE(EditorStyleEngine::lineRangeForRange({i, n}, document),
+                     EditorStyleEngine::lineRangeForRange({i, n}, plain));
+    }
+    QCOMPARE(EditorStyleEngine::text(document, {0, plain.size()}), plain);
+}
+
+QTEST_MAIN(EditorEngineTest)
+#include "tst_editor_engine.moc"
