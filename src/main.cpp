@@ -1,4 +1,6 @@
 #include "app/AppDelegate.h"
+#include "app/L10n.h"
+#include "app/Settings.h"
 
 #include <QApplication>
 
@@ -23,6 +25,7 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("Pondrift"));
     QApplication::setDesktopFileName(QStringLiteral("app.pondrift.Pondrift"));
     QApplication app(argc, argv);
+    L10n::install(Settings::appLanguage());
 
     AppDelegate delegate;
     delegate.applicationDidFinishLaunching();
