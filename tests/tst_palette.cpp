@@ -1,0 +1,132 @@
+#include "app/L10n.h"
+#include "app/Settings.h"
+#include "notes/Ink.h"
+#include "notes/NoteColor.h"
+#include "support/MemoryDefaults.h"
+
+#include <QFontInfo>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+class TestPalette : public QObject {
+    Q_OBJECT
+
+    MemoryDefaults store;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        Settings::setDefaults(store);
+    }
+    void cleanup() { L10n::install(AppLanguage::English); }
+
+    void colorAt_data()
+    {
+        QTest::addColumn<qint64>("index");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("the first") << qint64(0) << u"Lemon"_s;
+        QTest::newRow("the last") << qint64(7) << u"Slate"_s;
+        QTest::newRow("one before the first is the last") << qint64(-1) << u"Slate"_s;
+        QTest::newRow("one past the last is the first") << qint64(8) << u"Lemon"_s;
+        QTest::newRow("far below zero") << qint64(-17) << u"Slate"_s;
+        QTest::newRow("far beyond") << qint64(1'000'000'003) << u"Lilac"_s;
+    }
+    void colorAt()
+    {
+        QFETCH(qint64, index);
+        QFETCH(QString, name);
+        QCOMPARE(NoteColor::at(index).name, name);
+    }
+
+    void colorValues()
+    {
+        const NoteColor& sky = NoteColor::at(4);
+        QCOMPARE(sky.paper, QColor(190, 221, 250));
+        QCOMPARE(sky.dash, QColor(34, 128, 214));
+        QCOMPARE(sky.ink, QColor(19, 41, 58));
+        QCOMPARE(sky.paper.alphaF(), 1.0);
+    }
+
+    void colorNames()
+    {
+        QCOMPARE(NoteColor::at(5).localizedName(), u"Mint"_s);
+        L10n::install(AppLanguage::SimplifiedChinese);
+        QCOMPARE(NoteColor::at(5).localizedName(), u"薄荷绿"_s);
+    }
+
+    void faceChoice_data()
+    {
+        QTest::addColumn<QStringList>("installed");
+        QTest::addColumn<QString>("setting");
+        QTest::addColumn<QString>("face");
+        const QStringList some{u"Noteworthy-Light"_s, u"Menlo-Regular"_s};
+        QTest::newRow("an installed face") << some << u"Menlo-Regular"_s << u"Menlo"_s;
+        QTest::newRow("a face whose font is gone falls back to System")
+            << QStringList{u"Menlo-Regular"_s} << u"Noteworthy-Light"_s << u"System"_s;
+        QTest::newRow("the empty name is the System face") << some << QString() << u"System"_s;
+        QTest::newRow("a face's shown name is no body name") << some << u"Menlo"_s << u"System"_s;
+    }
+    void faceChoice()
+    {
+        QFETCH(QStringList, installed);
+        QFETCH(QString, setting);
+        QFETCH(QString, face);
+        const auto faces = Ink::available([&](const QString& n) { return installed.contains(n); });
+        QCOMPARE(faces.front().name, u"System"_s);
+        QCOMPARE(int(faces.size()), 1 + int(installed.size()));
+        QCOMPARE(Ink::face(setting, faces).name, face);
+    }
+
+    void facesOnThisMachine()
+    {
+        // The PostScript names are rarely families here; whatever is missing leaves the list.
+        const auto& faces = Ink::faces();
+        QCOMPARE(faces.front().name, u"System"_s);
+        for (const NoteFace& f : faces)
+            QVERIFY(f.body.isEmpty() || Ink::fontExists(f.body));
+        QVERIFY(!Ink::fontExists(u"NoSuchFont-Regular"_s));
+    }
+
+    void systemFaceNameIsLocalised()
+    {
+        const NoteFace system = Ink::allFaces().front();
+        QCOMPARE(system.localizedName(), u"System"_s);
+        L10n::install(AppLanguage::SimplifiedChinese);
+        QCOMPARE(system.localizedName(), u"系统字体"_s);
+        QCOMPARE(Ink::allFaces().back().localizedName(), u"Menlo"_s);
+    }
+
+    void bodyFontOfAMissingFaceIgnoresTheBump()
+    {
+        const NoteFace menlo = Ink::allFaces().back();
+        QCOMPARE(menlo.bump, -1.0);
+        if (Ink::fontExists(menlo.body))
+            QSKIP("Menlo is installed here");
+        const QFont font = Ink::body(menlo, 14);
+        QCOMPARE(font.pointSizeF(), 14 * 0.75);
+    }
+
+    void currentFaceFollowsTheSetting()
+    {
+        Settings::setNoteFontName(u"NoSuchFont"_s);
+        QCOMPARE(Ink::face().name, u"System"_s);
+        Settings::setNoteFontName(QString());
+        QCOMPARE(Ink::face().name, u"System"_s);
+    }
+
+    void tabMetricsScaleWithTheDeck()
+    {
+        QCOMPARE(Ink::tabSize(1.0), 9.5);
+        QCOMPARE(Ink::tabSize(1.5), 14.25);
+        QCOMPARE(Ink::tabTracking(1.5), 0.15);
+        const QFont tab = Ink::tabFont(Ink::allFaces().front(), 1.0);
+        QCOMPARE(tab.pointSizeF(), 9.0 * 0.75);
+        QCOMPARE(tab.weight(), QFont::DemiBold);
+    }
+};
+
+QTEST_MAIN(TestPalette)
+#include "tst_palette.moc"
