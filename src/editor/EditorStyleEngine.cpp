@@ -162,6 +162,12 @@ struct Attr {
 };
 
 // Bold form of a face, or a semibold system face when the family has no bold to give.
+// Sizes are in the note's own units; the body face tells how many QFont points one is.
+double pointsPer(const QFont& body, double size)
+{
+    return size > 0 && body.pointSizeF() > 0 ? body.pointSizeF() / size : 1.0;
+}
+
 QFont boldened(QFont font, double size)
 {
     static QHash<QString, QFont> cache;
@@ -171,18 +177,19 @@ QFont boldened(QFont font, double size)
     QFont bold = font;
     bold.setBold(true);
     if (QFontInfo(bold).weight() < QFont::DemiBold) {
+        const double points = font.pointSizeF() > 0 ? font.pointSizeF() : size;
         bold = QFontDatabase::systemFont(QFontDatabase::GeneralFont);
-        bold.setPointSizeF(size);
+        bold.setPointSizeF(points);
         bold.setWeight(QFont::DemiBold);
     }
     cache.insert(key, bold);
     return bold;
 }
 
-QFont monospaced(double size)
+QFont monospaced(double points)
 {
     QFont mono = QFontDatabase::systemFont(QFontDatabase::FixedFont);
-    mono.setPointSizeF(std::max(size, 1.0));
+    mono.setPointSizeF(std::max(points, 1.0));
     mono.setWeight(QFont::Normal);
     return mono;
 }
@@ -286,8 +293,9 @@ void styleMarkdown(Pass& pass, const QString& s, const std::optional<QString>& f
         if (!(forceRevealImageID && *forceRevealImageID == token.id)) {
             pass.addFlag(from, count, Hidden);
             if (pass.options.reservedLineHeight && count > 0) {
-                const double height =
-                    pass.options.reservedLineHeight(from + pass.offset, token.id);
+                ImageToken placed = token;
+                placed.range.location += pass.offset;
+                const double height = pass.options.reservedLineHeight(placed);
                 if (height > 0)
                     pass.setTall(from, height);
             }
@@ -478,7 +486,7 @@ private:
             } else if (slot == BoldFont) {
                 cached = boldened(options.bodyFont(options.size), options.size);
             } else if (slot == MonoFont) {
-                cached = monospaced(options.size - 0.5);
+                cached = monospaced((options.size - 0.5) * pointsPer(base, options.size));
             } else {
                 const int level = slot - HeadingFont + 1;
                 const double size = options.size + 7.0 - 1.1 * level;
@@ -529,8 +537,11 @@ private:
             f.setForeground(Qt::transparent);
             f.setBackground(Qt::transparent);
             f.setProperty(hiddenProperty, true);
-            if (attr.tall > 0)
-                f.setFontPointSize(pointSizeForLineHeight(base, pass.tallHeights[attr.tall - 1]));
+            if (attr.tall > 0) {
+                const double height = pass.tallHeights[attr.tall - 1];
+                f.setFontPointSize(pointSizeForLineHeight(base, height));
+                f.setProperty(reservedHeightProperty, height);
+            }
         }
         if (cacheable)
             cache.insert(attr.key(), f);

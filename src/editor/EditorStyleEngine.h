@@ -1,5 +1,6 @@
 #pragma once
 
+#include "images/ImageStore.h"
 #include "notes/Note.h"
 #include "notes/TextRange.h"
 
@@ -34,6 +35,9 @@ namespace EditorStyleEngine {
 inline constexpr double dimAlpha = 0.32;
 // The format property that marks a hidden character (the text attribute "pondriftHidden").
 inline constexpr int hiddenProperty = QTextFormat::UserProperty + 0x504;
+// On the one character of a hidden image token that holds its line's room: that room, in
+// pixels, as reservedLineHeight gave it.
+inline constexpr int reservedHeightProperty = hiddenProperty + 1;
 
 // --- Range arithmetic, pure over a string -------------------------------------------------
 
@@ -75,9 +79,10 @@ struct Options {
     std::function<QFont(double)> bodyFont;
     // Whether a line (without terminator) is a completed task. Empty: its box is "☑".
     std::function<bool(QStringView)> isCompletedTask;
-    // The line height, in pixels, that the line of a hidden image token must reserve for its
-    // picture (token location, id); 0 reserves nothing. The image overlays answer this.
-    std::function<double(qsizetype, const QString&)> reservedLineHeight;
+    // The line height, in pixels, that the line of a hidden image token (its range in
+    // document positions) must reserve for the picture; 0 reserves nothing. The image
+    // overlays answer this.
+    std::function<double(const ImageToken&)> reservedLineHeight;
 };
 
 // Restyles the given ranges (made whole-line by the caller) and returns them normalised.
