@@ -248,7 +248,8 @@ private Q_SLOTS:
         // A display named "50%1" must not have its own text filled again.
         QCOMPARE(L10n::format(u"display.named_main"_s, {u"50%1"_s}), u"50%1 (Main)"_s);
         QCOMPARE(L10n::format(u"export.incomplete_body"_s, {3, u"%1 notes"_s}),
-                 u"Only 3 of %1 notes were exported. The rest couldn’t be written to the folder."_s);
+                 u"Only 3 of %1 notes were exported. "
+                 u"The rest couldn’t be written to the folder."_s);
     }
 
     void everyKeyHasTextInBothLanguages()

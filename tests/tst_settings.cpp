@@ -102,13 +102,16 @@ private Q_SLOTS:
         QTest::addColumn<double>("reads");
         QTest::newRow("a font size under the range reads as the default")
             << u"noteFontSize"_s << QVariant(9.5) << 13.5;
-        QTest::newRow("a font size over the range too") << u"noteFontSize"_s << QVariant(31) << 13.5;
-        QTest::newRow("a font size at the bound stays") << u"noteFontSize"_s << QVariant(30) << 30.0;
+        QTest::newRow("a font size over the range too")
+            << u"noteFontSize"_s << QVariant(31) << 13.5;
+        QTest::newRow("a font size at the bound stays")
+            << u"noteFontSize"_s << QVariant(30) << 30.0;
         QTest::newRow("a deck scale written by something else")
             << u"deckScale"_s << QVariant(0.5) << 1.0;
         QTest::newRow("a deck scale as text from the settings file")
             << u"deckScale"_s << QVariant(u"1.25"_s) << 1.25;
-        QTest::newRow("a deck scale that is no number") << u"deckScale"_s << QVariant(u"big"_s) << 1.0;
+        QTest::newRow("a deck scale that is no number")
+            << u"deckScale"_s << QVariant(u"big"_s) << 1.0;
         QTest::newRow("an edge under 4 points") << u"edgeWidth"_s << QVariant(3.9) << 14.0;
         QTest::newRow("a wide edge is kept") << u"edgeWidth"_s << QVariant(60) << 60.0;
         QTest::newRow("a deck position above the top") << u"deckYRatio"_s << QVariant(1.7) << 1.0;
@@ -270,7 +273,8 @@ private Q_SLOTS:
                                                      << int(AppLanguage::SimplifiedChinese);
         QTest::newRow("Chinese of Singapore") << QStringList{u"zh-SG"_s}
                                               << int(AppLanguage::SimplifiedChinese);
-        QTest::newRow("bare Chinese") << QStringList{u"zh"_s} << int(AppLanguage::SimplifiedChinese);
+        QTest::newRow("bare Chinese")
+            << QStringList{u"zh"_s} << int(AppLanguage::SimplifiedChinese);
         QTest::newRow("British English") << QStringList{u"en-GB"_s} << int(AppLanguage::English);
         QTest::newRow("upper-case English") << QStringList{u"EN"_s} << int(AppLanguage::English);
         QTest::newRow("only the first entry counts") << QStringList{u"fr"_s, u"en"_s}
@@ -304,7 +308,8 @@ private Q_SLOTS:
         item.failure = u"permission denied"_s;
         Settings::setLaunchAtLogin(false);
         QVERIFY(Settings::launchAtLogin());
-        QCOMPARE(lines, QStringList{u"Pondrift: launch-at-login toggle failed — permission denied"_s});
+        QCOMPARE(lines,
+                 QStringList{u"Pondrift: launch-at-login toggle failed — permission denied"_s});
     }
 
     void autostartEntry()

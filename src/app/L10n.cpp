@@ -25,8 +25,9 @@ std::unique_ptr<Table> loadTable(AppLanguage language)
     auto table = std::make_unique<Table>();
     const bool chinese = language == AppLanguage::SimplifiedChinese;
     const QString file = chinese ? u":/i18n/pondrift_zh_CN.qm"_s : u":/i18n/pondrift_en.qm"_s;
-    table->locale = chinese ? QLocale(QLocale::Chinese, QLocale::SimplifiedHanScript, QLocale::China)
-                            : QLocale(QLocale::English, QLocale::UnitedStates);
+    table->locale = chinese
+                        ? QLocale(QLocale::Chinese, QLocale::SimplifiedHanScript, QLocale::China)
+                        : QLocale(QLocale::English, QLocale::UnitedStates);
     if (!table->translator.load(file))
         Log::line(u"Pondrift: translation table missing — "_s + file);
     return table;

@@ -121,8 +121,10 @@ void setDeckOnLeftEdge(bool on) { writeBool(u"deckOnLeftEdge"_s, on); }
 
 double deckYRatio()
 {
-    if (!cachedDeckYRatio)
-        cachedDeckYRatio = ValueRange{0, 1}.clamp(defaults().doubleValue(u"deckYRatio"_s).value_or(0.5));
+    if (!cachedDeckYRatio) {
+        const double stored = defaults().doubleValue(u"deckYRatio"_s).value_or(0.5);
+        cachedDeckYRatio = ValueRange{0, 1}.clamp(stored);
+    }
     return *cachedDeckYRatio;
 }
 
@@ -169,7 +171,8 @@ int noteSizeIndex()
     if (cachedNoteSizeIndex)
         return *cachedNoteSizeIndex;
     int index = 1;
-    if (auto stored = defaults().intValue(u"noteSizeIndex"_s); stored && *stored >= 0 && *stored <= 3) {
+    const auto stored = defaults().intValue(u"noteSizeIndex"_s);
+    if (stored && *stored >= 0 && *stored < qint64(noteSizes.size())) {
         index = int(*stored);
     } else if (auto width = defaults().doubleValue(u"noteWidth"_s); width && *width > 0) {
         // Older builds stored a free width; it is read, never written back or removed.
@@ -249,7 +252,10 @@ DeckStyle deckStyle()
     return raw ? DeckStyles::fromRawValue(*raw).value_or(DeckStyle::Tabs) : DeckStyle::Tabs;
 }
 
-void setDeckStyle(DeckStyle style) { defaults().setValue(u"deckStyle"_s, DeckStyles::rawValue(style)); }
+void setDeckStyle(DeckStyle style)
+{
+    defaults().setValue(u"deckStyle"_s, DeckStyles::rawValue(style));
+}
 
 AppLanguage appLanguage()
 {

@@ -5,6 +5,9 @@
 
 #include <QFontDatabase>
 #include <QFontInfo>
+#include <QHash>
+
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -50,12 +53,20 @@ bool fontExists(const QString& name)
 {
     if (name.isEmpty())
         return false;
-    if (QFontDatabase::families().contains(name, Qt::CaseInsensitive))
-        return true;
-    // Font matching always finds some font; only an exact family match means this one.
-    QFont font(name);
-    font.setPointSizeF(12);
-    return QFontInfo(font).family().compare(name, Qt::CaseInsensitive) == 0;
+    // Asked on every styling pass; a font installed while the program runs counts from the
+    // next start.
+    static QHash<QString, bool> known;
+    if (auto it = known.constFind(name); it != known.cend())
+        return *it;
+    bool exists = QFontDatabase::families().contains(name, Qt::CaseInsensitive);
+    if (!exists) {
+        // Font matching always finds some font; only an exact family match means this one.
+        QFont font(name);
+        font.setPointSizeF(12);
+        exists = QFontInfo(font).family().compare(name, Qt::CaseInsensitive) == 0;
+    }
+    known.insert(name, exists);
+    return exists;
 }
 
 std::vector<NoteFace> available(const std::function<bool(const QString&)>& exists)
@@ -105,10 +116,13 @@ QFont body(const NoteFace& f, double size)
 }
 
 double tabSize(double scale) { return scale * 9.5; }
+double tabSize() { return tabSize(Settings::deckScale()); }
 
 double tabTracking(double scale) { return scale * 0.1; }
+double tabTracking() { return tabTracking(Settings::deckScale()); }
 
 QFont tabFont(double scale) { return tabFont(face(), scale); }
+QFont tabFont() { return tabFont(Settings::deckScale()); }
 
 QFont tabFont(const NoteFace& f, double scale)
 {

@@ -42,11 +42,15 @@ bool fontExists(const QString& name);
 QFont body(double size);
 QFont body(const NoteFace& face, double size);
 
+// Tab metrics for a deck scale; without one, for Settings::deckScale.
 double tabSize(double scale);
+double tabSize();
 double tabTracking(double scale);
+double tabTracking();
 // The face's tab font at tabSize plus bump, or the semibold system font half a point under
-// tabSize; it carries tabTracking as letter spacing. scale is the deck's scale.
+// tabSize; it carries tabTracking as letter spacing.
 QFont tabFont(double scale);
+QFont tabFont();
 QFont tabFont(const NoteFace& face, double scale);
 
 } // namespace Ink
