@@ -1,5 +1,4 @@
 #include "notes/Crypto.h"
-#include "notes/Paths.h"
 #include "notes/Store.h"
 #include "platform/Log.h"
 
@@ -10,12 +9,10 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <openssl/evp.h>
-#include <sqlite3.h>
-
 #include <fcntl.h>
 #include <functional>
+#include <openssl/evp.h>
+#include <sqlite3.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -65,7 +62,10 @@ public:
     RawDb(const RawDb&) = delete;
     RawDb& operator=(const RawDb&) = delete;
 
-    bool exec(const char* sql) { return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK; }
+    bool exec(const char* sql)
+    {
+        return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+    }
 
     // Column values by id; a NULL column reads as a null variant.
     QVariant value(const char* column, const QString& id)
@@ -92,7 +92,8 @@ public:
         if (body.isNull())
             sqlite3_bind_null(s, 1);
         else
-            sqlite3_bind_blob(s, 1, bytes.constData(), static_cast<int>(bytes.size()), SQLITE_TRANSIENT);
+            sqlite3_bind_blob(s, 1, bytes.constData(), static_cast<int>(bytes.size()),
+                              SQLITE_TRANSIENT);
         const QByteArray key = id.toUtf8();
         sqlite3_bind_text(s, 2, key.constData(), -1, SQLITE_TRANSIENT);
         QCOMPARE(sqlite3_step(s), SQLITE_DONE);
@@ -145,13 +146,12 @@ std::optional<QByteArray> gcmOpen(const QByteArray& key, const QByteArray& seale
     const bool ok =
         EVP_DecryptInit_ex(ctx, EVP_aes_256_gcm(), nullptr,
                            reinterpret_cast<const unsigned char*>(key.constData()),
-                           reinterpret_cast<const unsigned char*>(nonce.constData()))
-            == 1
-        && EVP_DecryptUpdate(ctx, o, &n, reinterpret_cast<const unsigned char*>(cipherText.constData()),
-                             static_cast<int>(cipherText.size()))
-            == 1
-        && EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, 16, tag.data()) == 1
-        && EVP_DecryptFinal_ex(ctx, o + n, &m) == 1;
+                           reinterpret_cast<const unsigned char*>(nonce.constData())) == 1 &&
+        EVP_DecryptUpdate(ctx, o, &n,
+                          reinterpret_cast<const unsigned char*>(cipherText.constData()),
+                          static_cast<int>(cipherText.size())) == 1 &&
+        EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, 16, tag.data()) == 1 &&
+        EVP_DecryptFinal_ex(ctx, o + n, &m) == 1;
     EVP_CIPHER_CTX_free(ctx);
     if (!ok)
         return std::nullopt;
@@ -217,14 +217,6 @@ private Q_SLOTS:
         QVERIFY(tmp->isValid());
     }
 
-    void pathsLiveInOneDataFolder()
-    {
-        QVERIFY(QFileInfo(Paths::support()).isDir());
-        QVERIFY(Paths::support().endsWith(u"/Pondrift"_s));
-        QCOMPARE(Paths::db(), Paths::support() + u"/notes.db"_s);
-        QCOMPARE(Paths::key(), Paths::support() + u"/note.key"_s);
-    }
-
     // Published AES-256-GCM vectors (test cases 13 and 14 of McGrew and Viega's GCM paper:
     // zero key, zero 96-bit IV, no AAD), also checked against OpenSSL once by hand. Laid out
     // as nonce|ciphertext|tag they must open, which proves the stored layout rather than
@@ -262,7 +254,8 @@ private Q_SLOTS:
         QCOMPARE(sealed.size(), 12 + text.toUtf8().size() + 16);
         QCOMPARE(gcmOpen(key, sealed).value_or("<refused>"), text.toUtf8());
         QFile::Permissions mode = QFileInfo(keyPath()).permissions();
-        QCOMPARE(mode & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
+        QCOMPARE(mode &
+                     (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
                  QFile::Permissions());
     }
 
@@ -309,11 +302,14 @@ private Q_SLOTS:
         const QByteArray nonce = QByteArray::fromHex("000102030405060708090a0b");
         QTest::newRow("a lone continuation byte") << zeroKey << gcmSeal(zeroKey, nonce, "a\x80z");
         QTest::newRow("an overlong slash") << zeroKey << gcmSeal(zeroKey, nonce, "\xc0\xaf");
-        QTest::newRow("an encoded surrogate half") << zeroKey << gcmSeal(zeroKey, nonce, "\xed\xa0\x80");
-        QTest::newRow("a character cut short at the end") << zeroKey << gcmSeal(zeroKey, nonce, "caf\xc3");
+        QTest::newRow("an encoded surrogate half")
+            << zeroKey << gcmSeal(zeroKey, nonce, "\xed\xa0\x80");
+        QTest::newRow("a character cut short at the end")
+            << zeroKey << gcmSeal(zeroKey, nonce, "caf\xc3");
         // Published GCM test case 15: the tag verifies, so only the text check can refuse it.
         QTest::newRow("a published vector whose plain text is binary")
-            << QByteArray::fromHex("feffe9928665731c6d6a8f9467308308feffe9928665731c6d6a8f9467308308")
+            << QByteArray::fromHex(
+                   "feffe9928665731c6d6a8f9467308308feffe9928665731c6d6a8f9467308308")
             << QByteArray::fromHex(
                    "cafebabefacedbaddecaf888"
                    "522dc1f099567d07f47f37a32a84427d643a8cdcbfe5c0c97598a2bd2555d1aa"
@@ -338,10 +334,14 @@ private Q_SLOTS:
         QTest::newRow("a 31-byte key file") << u"31"_s << true << u"invalidKey"_s;
         QTest::newRow("a 33-byte key file") << u"33"_s << true << u"invalidKey"_s;
         QTest::newRow("an empty key file") << u"0"_s << true << u"invalidKey"_s;
-        QTest::newRow("no key file where none may be made") << u"none"_s << false << u"missingKey"_s;
-        QTest::newRow("a folder where the key file should be") << u"folder"_s << true << u"file error"_s;
-        QTest::newRow("a key path under a regular file") << u"underFile"_s << true << u"file error"_s;
-        QTest::newRow("a key folder that does not exist") << u"noFolder"_s << true << u"file error"_s;
+        QTest::newRow("no key file where none may be made")
+            << u"none"_s << false << u"missingKey"_s;
+        QTest::newRow("a folder where the key file should be")
+            << u"folder"_s << true << u"file error"_s;
+        QTest::newRow("a key path under a regular file")
+            << u"underFile"_s << true << u"file error"_s;
+        QTest::newRow("a key folder that does not exist")
+            << u"noFolder"_s << true << u"file error"_s;
         QTest::newRow("a dangling link where the key file should be")
             << u"dangling"_s << true << u"file error"_s;
     }
@@ -419,7 +419,9 @@ private Q_SLOTS:
                 sealed.append(QByteArray::fromHex(p->readAllStandardOutput().trimmed()));
             }
             QCOMPARE(readFile(path).size(), 32);
-            QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot),
+            QCOMPARE(QDir(dir.path())
+                         .entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
+                                    QDir::NoDotAndDotDot),
                      (QStringList{u"gate"_s, u"note.key"_s}));
             Crypto winner(path, false);
             for (const QByteArray& body : sealed)
@@ -524,22 +526,25 @@ private Q_SLOTS:
     {
         {
             RawDb raw(dbPath());
-            QVERIFY(raw.exec("CREATE TABLE notes (id TEXT PRIMARY KEY, title TEXT NOT NULL DEFAULT '',"
-                             " body BLOB NOT NULL, color INTEGER NOT NULL DEFAULT 0,"
-                             " created REAL NOT NULL, modified REAL NOT NULL,"
-                             " archived INTEGER NOT NULL DEFAULT 0, sort_order REAL NOT NULL DEFAULT 0);"));
+            QVERIFY(raw.exec(
+                "CREATE TABLE notes (id TEXT PRIMARY KEY, title TEXT NOT NULL DEFAULT '',"
+                " body BLOB NOT NULL, color INTEGER NOT NULL DEFAULT 0,"
+                " created REAL NOT NULL, modified REAL NOT NULL,"
+                " archived INTEGER NOT NULL DEFAULT 0, sort_order REAL NOT NULL DEFAULT 0);"));
             Crypto crypto(keyPath(), true);
             const QByteArray body = crypto.seal(u"from before"_s).toHex();
-            QVERIFY(raw.exec("INSERT INTO notes (id,title,body,color,created,modified,archived,sort_order)"
-                             " VALUES ('OLD','t',X'" + body + "',5,10.5,20.25,1,-2)"));
+            QVERIFY(raw.exec(
+                "INSERT INTO notes (id,title,body,color,created,modified,archived,sort_order)"
+                " VALUES ('OLD','t',X'" +
+                body + "',5,10.5,20.25,1,-2)"));
         }
         QStringList lines;
         {
             Log::Capture capture([&](const QString& line) { lines.append(line); });
             Store store(dbPath(), keyPath());
-            QCOMPARE(store.load(), (QList<Note>{Note(u"OLD"_s, u"t"_s, u"from before"_s, 5, Date{10.5},
-                                                      Date{20.25}, true, false,
-                                                      NoteTextDirection::Automatic, -2)}));
+            QCOMPARE(store.load(), (QList<Note>{Note(u"OLD"_s, u"t"_s, u"from before"_s, 5,
+                                                     Date{10.5}, Date{20.25}, true, false,
+                                                     NoteTextDirection::Automatic, -2)}));
             Store again(dbPath(), keyPath());
             QCOMPARE(again.load().size(), 1);
         }
@@ -589,11 +594,12 @@ private Q_SLOTS:
         QFETCH(QString, spoil);
         if (spoil == u"null") {
             RawDb raw(dbPath());
-            QVERIFY(raw.exec("CREATE TABLE notes (id TEXT PRIMARY KEY, title TEXT NOT NULL DEFAULT '',"
-                             " body BLOB, color INTEGER NOT NULL DEFAULT 0, created REAL NOT NULL,"
-                             " modified REAL NOT NULL, archived INTEGER NOT NULL DEFAULT 0,"
-                             " sort_order REAL NOT NULL DEFAULT 0, pinned INTEGER NOT NULL DEFAULT 0,"
-                             " text_direction TEXT NOT NULL DEFAULT 'automatic');"));
+            QVERIFY(
+                raw.exec("CREATE TABLE notes (id TEXT PRIMARY KEY, title TEXT NOT NULL DEFAULT '',"
+                         " body BLOB, color INTEGER NOT NULL DEFAULT 0, created REAL NOT NULL,"
+                         " modified REAL NOT NULL, archived INTEGER NOT NULL DEFAULT 0,"
+                         " sort_order REAL NOT NULL DEFAULT 0, pinned INTEGER NOT NULL DEFAULT 0,"
+                         " text_direction TEXT NOT NULL DEFAULT 'automatic');"));
         }
         {
             Store store(dbPath(), keyPath());
@@ -627,7 +633,8 @@ private Q_SLOTS:
         Store store(dbPath(), keyPath());
         QCOMPARE(errorOf([&] { store.load(); }), u"corruptBody"_s);
         // From now on the store is closed for writes too, with the same error.
-        QCOMPARE(errorOf([&] { store.upsert(sample(u"BAD"_s, u"overwrite"_s)); }), u"corruptBody"_s);
+        QCOMPARE(errorOf([&] { store.upsert(sample(u"BAD"_s, u"overwrite"_s)); }),
+                 u"corruptBody"_s);
         QCOMPARE(errorOf([&] { store.deleteNote(u"BAD"_s); }), u"corruptBody"_s);
         QCOMPARE(errorOf([&] { store.load(); }), u"corruptBody"_s);
         QCOMPARE(raw.value("body", u"BAD"_s), stored);
@@ -638,10 +645,13 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("setup");
         QTest::addColumn<QString>("sqliteText");
-        QTest::newRow("a notes.db that is not a database") << u"garbage"_s << u"file is not a database"_s;
+        QTest::newRow("a notes.db that is not a database")
+            << u"garbage"_s << u"file is not a database"_s;
         QTest::newRow("a folder where notes.db should be") << u"folder"_s << u"unable to open"_s;
-        QTest::newRow("a data folder that is a regular file") << u"underFile"_s << u"unable to open"_s;
-        QTest::newRow("a data folder that may not be written") << u"readOnly"_s << u"unable to open"_s;
+        QTest::newRow("a data folder that is a regular file")
+            << u"underFile"_s << u"unable to open"_s;
+        QTest::newRow("a data folder that may not be written")
+            << u"readOnly"_s << u"unable to open"_s;
     }
     void unusableDatabasesSayWhichFileAndChangeNothing()
     {

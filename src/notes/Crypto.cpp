@@ -4,42 +4,56 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QStringDecoder>
 #include <QUuid>
-
-#include <openssl/crypto.h>
-#include <openssl/evp.h>
-#include <openssl/rand.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <climits>
 #include <fcntl.h>
+#include <openssl/crypto.h>
+#include <openssl/evp.h>
+#include <openssl/rand.h>
 #include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-PersistenceError corruptBody() { return PersistenceError(PersistenceError::Kind::CorruptBody); }
+PersistenceError corruptBody()
+{
+    return PersistenceError(PersistenceError::Kind::CorruptBody);
+}
 
 // errno after a failed call, or EIO when the call failed without setting it (a short write).
-int errnoOrIO() { return errno != 0 ? errno : EIO; }
+int errnoOrIO()
+{
+    return errno != 0 ? errno : EIO;
+}
 
-const unsigned char* bytesOf(const char* p) { return reinterpret_cast<const unsigned char*>(p); }
-unsigned char* bytesOf(char* p) { return reinterpret_cast<unsigned char*>(p); }
+const unsigned char* bytesOf(const char* p)
+{
+    return reinterpret_cast<const unsigned char*>(p);
+}
+unsigned char* bytesOf(char* p)
+{
+    return reinterpret_cast<unsigned char*>(p);
+}
 
 } // namespace
 
-Crypto::KeyBytes::~KeyBytes() { OPENSSL_cleanse(bytes.data(), bytes.size()); }
+Crypto::KeyBytes::~KeyBytes()
+{
+    OPENSSL_cleanse(bytes.data(), bytes.size());
+}
 
-void Crypto::ContextFree::operator()(evp_cipher_ctx_st* ctx) const { EVP_CIPHER_CTX_free(ctx); }
+void Crypto::ContextFree::operator()(evp_cipher_ctx_st* ctx) const
+{
+    EVP_CIPHER_CTX_free(ctx);
+}
 
 Crypto::Crypto(QString keyPath, bool allowCreation)
     : keyPath(std::move(keyPath))
     , allowCreation(allowCreation)
-{
-}
+{}
 
 // Out of line so that the contexts (which hold the expanded key) are freed, and wiped by
 // OpenSSL, where their type is complete.
@@ -142,7 +156,8 @@ evp_cipher_ctx_st* Crypto::sealContext()
     if (!sealer) {
         const KeyBytes& k = key();
         Context ctx(EVP_CIPHER_CTX_new());
-        if (!ctx || EVP_EncryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, k.data(), nullptr) != 1)
+        if (!ctx ||
+            EVP_EncryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, k.data(), nullptr) != 1)
             throw corruptBody();
         sealer = std::move(ctx);
     }
@@ -154,7 +169,8 @@ evp_cipher_ctx_st* Crypto::openContext()
     if (!opener) {
         const KeyBytes& k = key();
         Context ctx(EVP_CIPHER_CTX_new());
-        if (!ctx || EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, k.data(), nullptr) != 1)
+        if (!ctx ||
+            EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, k.data(), nullptr) != 1)
             throw corruptBody();
         opener = std::move(ctx);
     }
@@ -178,11 +194,11 @@ QByteArray Crypto::seal(const QString& text)
 
     int written = 0;
     int finalWritten = 0;
-    if (EVP_EncryptInit_ex(ctx, nullptr, nullptr, nullptr, nonce) != 1
-        || EVP_EncryptUpdate(ctx, cipherText, &written, bytesOf(utf8.constData()), length) != 1
-        || EVP_EncryptFinal_ex(ctx, cipherText + written, &finalWritten) != 1
-        || written + finalWritten != length
-        || EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_GET_TAG, TagSize, tag) != 1)
+    if (EVP_EncryptInit_ex(ctx, nullptr, nullptr, nullptr, nonce) != 1 ||
+        EVP_EncryptUpdate(ctx, cipherText, &written, bytesOf(utf8.constData()), length) != 1 ||
+        EVP_EncryptFinal_ex(ctx, cipherText + written, &finalWritten) != 1 ||
+        written + finalWritten != length ||
+        EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_GET_TAG, TagSize, tag) != 1)
         throw corruptBody();
     return sealed;
 }
@@ -205,19 +221,19 @@ QString Crypto::open(QByteArrayView sealed)
     unsigned char* out = bytesOf(plain.data());
     int written = 0;
     int finalWritten = 0;
-    if (EVP_DecryptInit_ex(ctx, nullptr, nullptr, nullptr, nonce) != 1
-        || EVP_DecryptUpdate(ctx, out, &written, cipherText, length) != 1
-        || EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, TagSize, tag.data()) != 1
-        || EVP_DecryptFinal_ex(ctx, out + written, &finalWritten) != 1)
+    if (EVP_DecryptInit_ex(ctx, nullptr, nullptr, nullptr, nonce) != 1 ||
+        EVP_DecryptUpdate(ctx, out, &written, cipherText, length) != 1 ||
+        EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, TagSize, tag.data()) != 1 ||
+        EVP_DecryptFinal_ex(ctx, out + written, &finalWritten) != 1)
         throw corruptBody();
 
     // Strict decoding: a replacement character must never stand in for bytes that were not
-    // text. A leading byte order mark is kept as a character, so every text seals and opens
-    // to itself.
-    QStringDecoder decoder(QStringConverter::Utf8,
-                           QStringConverter::Flag::Stateless | QStringConverter::Flag::ConvertInitialBom);
-    QString text = decoder.decode(QByteArrayView(plain.constData(), written + finalWritten));
-    if (decoder.hasError())
+    // text. The check and the conversion both take Qt's fast path for runs of ASCII.
+    const QByteArrayView utf8(plain.constData(), written + finalWritten);
+    if (!utf8.isValidUtf8())
         throw corruptBody();
-    return text;
+    // fromUtf8 drops a leading byte order mark; a body that starts with one must keep it.
+    if (utf8.startsWith("\xEF\xBB\xBF"))
+        return QChar(0xFEFF) + QString::fromUtf8(utf8.sliced(3));
+    return QString::fromUtf8(utf8);
 }

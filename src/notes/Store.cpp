@@ -4,26 +4,24 @@
 
 #include <QByteArrayView>
 #include <QSet>
-
 #include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr const char* createTable =
-    "CREATE TABLE IF NOT EXISTS notes (\n"
-    "  id TEXT PRIMARY KEY,\n"
-    "  title TEXT NOT NULL DEFAULT '',\n"
-    "  body BLOB NOT NULL,\n"
-    "  color INTEGER NOT NULL DEFAULT 0,\n"
-    "  created REAL NOT NULL,\n"
-    "  modified REAL NOT NULL,\n"
-    "  archived INTEGER NOT NULL DEFAULT 0,\n"
-    "  sort_order REAL NOT NULL DEFAULT 0,\n"
-    "  pinned INTEGER NOT NULL DEFAULT 0,\n"
-    "  text_direction TEXT NOT NULL DEFAULT 'automatic'\n"
-    ");";
+constexpr const char* createTable = "CREATE TABLE IF NOT EXISTS notes (\n"
+                                    "  id TEXT PRIMARY KEY,\n"
+                                    "  title TEXT NOT NULL DEFAULT '',\n"
+                                    "  body BLOB NOT NULL,\n"
+                                    "  color INTEGER NOT NULL DEFAULT 0,\n"
+                                    "  created REAL NOT NULL,\n"
+                                    "  modified REAL NOT NULL,\n"
+                                    "  archived INTEGER NOT NULL DEFAULT 0,\n"
+                                    "  sort_order REAL NOT NULL DEFAULT 0,\n"
+                                    "  pinned INTEGER NOT NULL DEFAULT 0,\n"
+                                    "  text_direction TEXT NOT NULL DEFAULT 'automatic'\n"
+                                    ");";
 
 constexpr const char* createIndex =
     "CREATE INDEX IF NOT EXISTS idx_notes_archived ON notes(archived, sort_order);";
@@ -33,7 +31,8 @@ constexpr const char* selectAll =
     "FROM notes ORDER BY sort_order ASC;";
 
 constexpr const char* upsertOne =
-    "INSERT INTO notes (id,title,body,color,created,modified,archived,sort_order,pinned,text_direction)\n"
+    "INSERT INTO notes "
+    "(id,title,body,color,created,modified,archived,sort_order,pinned,text_direction)\n"
     "VALUES (?,?,?,?,?,?,?,?,?,?)\n"
     "ON CONFLICT(id) DO UPDATE SET\n"
     "  title=excluded.title, body=excluded.body, color=excluded.color,\n"
@@ -77,8 +76,7 @@ bool bindText(sqlite3_stmt* s, int index, const QString& text)
 {
     const QByteArray utf8 = text.toUtf8();
     return sqlite3_bind_text(s, index, utf8.constData(), static_cast<int>(utf8.size()),
-                             SQLITE_TRANSIENT)
-        == SQLITE_OK;
+                             SQLITE_TRANSIENT) == SQLITE_OK;
 }
 
 } // namespace
@@ -103,9 +101,9 @@ Store::~Store()
 
 void Store::open(const QString& keyPath)
 {
-    const int rc = sqlite3_open_v2(dbPath.toUtf8().constData(), &db,
-                                   SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX,
-                                   nullptr);
+    const int rc = sqlite3_open_v2(
+        dbPath.toUtf8().constData(), &db,
+        SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);
     if (rc != SQLITE_OK) {
         failure = std::make_exception_ptr(databaseError(rc));
         return;
@@ -130,11 +128,11 @@ void Store::migrateColumns()
     }
     // Only a change that happened is logged; a database that cannot be read has already
     // recorded its failure.
-    if (!columns.contains("pinned")
-        && exec("ALTER TABLE notes ADD COLUMN pinned INTEGER NOT NULL DEFAULT 0;"))
+    if (!columns.contains("pinned") &&
+        exec("ALTER TABLE notes ADD COLUMN pinned INTEGER NOT NULL DEFAULT 0;"))
         Log::line(u"Pondrift: migrated notes table — added pinned"_s);
-    if (!columns.contains("text_direction")
-        && exec("ALTER TABLE notes ADD COLUMN text_direction TEXT NOT NULL DEFAULT 'automatic';"))
+    if (!columns.contains("text_direction") &&
+        exec("ALTER TABLE notes ADD COLUMN text_direction TEXT NOT NULL DEFAULT 'automatic';"))
         Log::line(u"Pondrift: migrated notes table — added text direction"_s);
 }
 
@@ -243,17 +241,16 @@ void Store::upsert(const Note& note)
     sqlite3_stmt* s = insert.get();
     const QByteArray sealed = cipher->seal(note.body);
 
-    const bool bound = bindText(s, 1, note.id) && bindText(s, 2, note.title)
-        && sqlite3_bind_blob(s, 3, sealed.constData(), static_cast<int>(sealed.size()),
-                             SQLITE_TRANSIENT)
-            == SQLITE_OK
-        && sqlite3_bind_int64(s, 4, note.color) == SQLITE_OK
-        && sqlite3_bind_double(s, 5, note.created.seconds) == SQLITE_OK
-        && sqlite3_bind_double(s, 6, note.modified.seconds) == SQLITE_OK
-        && sqlite3_bind_int(s, 7, note.archived ? 1 : 0) == SQLITE_OK
-        && sqlite3_bind_double(s, 8, note.order) == SQLITE_OK
-        && sqlite3_bind_int(s, 9, note.pinned ? 1 : 0) == SQLITE_OK
-        && bindText(s, 10, TextDirection::rawValue(note.textDirection));
+    const bool bound = bindText(s, 1, note.id) && bindText(s, 2, note.title) &&
+                       sqlite3_bind_blob(s, 3, sealed.constData(), static_cast<int>(sealed.size()),
+                                         SQLITE_TRANSIENT) == SQLITE_OK &&
+                       sqlite3_bind_int64(s, 4, note.color) == SQLITE_OK &&
+                       sqlite3_bind_double(s, 5, note.created.seconds) == SQLITE_OK &&
+                       sqlite3_bind_double(s, 6, note.modified.seconds) == SQLITE_OK &&
+                       sqlite3_bind_int(s, 7, note.archived ? 1 : 0) == SQLITE_OK &&
+                       sqlite3_bind_double(s, 8, note.order) == SQLITE_OK &&
+                       sqlite3_bind_int(s, 9, note.pinned ? 1 : 0) == SQLITE_OK &&
+                       bindText(s, 10, TextDirection::rawValue(note.textDirection));
     if (!bound)
         throw databaseError();
     const int rc = sqlite3_step(s);

@@ -9,7 +9,6 @@
 
 #include <QByteArray>
 #include <QString>
-
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>
