@@ -1,6 +1,7 @@
 #include "app/L10n.h"
 #include "notes/NoteColor.h"
 
+#include <QCoreApplication>
 #include <QDirIterator>
 #include <QFile>
 #include <QLocale>
@@ -233,6 +234,20 @@ private Q_SLOTS:
         QFETCH(QString, expected);
         L10n::install(AppLanguage::Case(language));
         QCOMPARE(L10n::plural(key, count, extra), expected);
+    }
+
+    void qtsOwnTextsFollowTheLanguage()
+    {
+        // Standard dialogs and buttons take their texts from Qt's own table.
+        const QString cancel = u"Cancel"_s;
+        L10n::install(AppLanguage::SimplifiedChinese);
+        if (QCoreApplication::translate("QPlatformTheme", "Cancel") == cancel)
+            QSKIP("Qt's Chinese table is not installed here");
+        QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), u"取消"_s);
+        QCOMPARE(qtTrId("menu.quit"), u"退出 Pondrift"_s);
+        L10n::install(AppLanguage::English);
+        QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), cancel);
+        QCOMPARE(qtTrId("menu.quit"), u"Quit Pondrift"_s);
     }
 
     void formatUsesTheCurrentLocaleAndPluralTheTables()

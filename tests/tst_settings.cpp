@@ -242,12 +242,14 @@ private Q_SLOTS:
         Settings::setScPin({0x23, Shortcut::command | Shortcut::option});
         Settings::setNoteSizeIndex(2);
         Settings::setTabPreview(false);
+        Settings::setNoteFontName(QString());
         {
             QSettingsDefaults reread(dir.filePath(u"pondrift.conf"_s));
             Settings::setDefaults(reread);
             QCOMPARE(Settings::scPin(), (Shortcut{0x23, 0x900}));
             QCOMPARE(Settings::noteSizeIndex(), 2);
             QVERIFY(!Settings::tabPreview());
+            QCOMPARE(Settings::noteFontName(), QString());
         }
         freshStore();
     }

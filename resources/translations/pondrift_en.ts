@@ -277,8 +277,8 @@ Your notes stay on this computer, encrypted.</translation>
         <translation>Settings</translation>
     </message>
     <message id="help.task">
-        <source>Make a Task</source>
-        <translation>Make a Task</translation>
+        <source>Add or Remove Checkbox</source>
+        <translation>Add or Remove Checkbox</translation>
     </message>
     <message id="help.text_direction">
         <source>Text Direction</source>
@@ -562,8 +562,8 @@ Your notes stay on this computer, encrypted.</translation>
         <translation>Display</translation>
     </message>
     <message id="settings.deck.drag_help">
-        <source>Tip: drag the deck’s handle up or down to move it along the edge.</source>
-        <translation>Tip: drag the deck’s handle up or down to move it along the edge.</translation>
+        <source>Tip: drag the strip at the edge up or down to move the deck along it.</source>
+        <translation>Tip: drag the strip at the edge up or down to move the deck along it.</translation>
     </message>
     <message id="settings.deck.edge">
         <source>Screen edge</source>
@@ -578,8 +578,8 @@ Your notes stay on this computer, encrypted.</translation>
         <translation>Hides the New Note and Settings buttons while the deck stays open.</translation>
     </message>
     <message id="settings.deck.hide_pill">
-        <source>Hide the edge handle</source>
-        <translation>Hide the edge handle</translation>
+        <source>Hide the edge strip</source>
+        <translation>Hide the edge strip</translation>
     </message>
     <message id="settings.deck.hide_pill_help">
         <source>The deck still opens when the pointer reaches the edge.</source>
@@ -798,8 +798,8 @@ Your notes stay on this computer, encrypted.</translation>
         <translation>Quick note</translation>
     </message>
     <message id="shortcut.toggle_task">
-        <source>Make a task</source>
-        <translation>Make a task</translation>
+        <source>Add or remove checkbox</source>
+        <translation>Add or remove checkbox</translation>
     </message>
     <message id="size.default">
         <source>Default</source>

@@ -21,7 +21,7 @@ Your notes stay on this computer, encrypted.</source>
     </message>
     <message id="action.cycle_colour">
         <source>Next Color</source>
-        <translation>下一种颜色</translation>
+        <translation>切换颜色</translation>
     </message>
     <message id="action.delete">
         <source>Delete</source>
@@ -270,8 +270,8 @@ Your notes stay on this computer, encrypted.</source>
         <translation>设置</translation>
     </message>
     <message id="help.task">
-        <source>Make a Task</source>
-        <translation>设为待办</translation>
+        <source>Add or Remove Checkbox</source>
+        <translation>切换待办</translation>
     </message>
     <message id="help.text_direction">
         <source>Text Direction</source>
@@ -552,8 +552,8 @@ Your notes stay on this computer, encrypted.</source>
         <translation>显示器</translation>
     </message>
     <message id="settings.deck.drag_help">
-        <source>Tip: drag the deck’s handle up or down to move it along the edge.</source>
-        <translation>提示：上下拖动便签栏的把手，可以沿屏幕边缘移动它。</translation>
+        <source>Tip: drag the strip at the edge up or down to move the deck along it.</source>
+        <translation>提示：上下拖动屏幕边缘的细条，可以沿边缘移动便签栏。</translation>
     </message>
     <message id="settings.deck.edge">
         <source>Screen edge</source>
@@ -568,8 +568,8 @@ Your notes stay on this computer, encrypted.</source>
         <translation>便签栏保持展开时，隐藏“新建便签”和“设置”按钮。</translation>
     </message>
     <message id="settings.deck.hide_pill">
-        <source>Hide the edge handle</source>
-        <translation>隐藏边缘把手</translation>
+        <source>Hide the edge strip</source>
+        <translation>隐藏边缘细条</translation>
     </message>
     <message id="settings.deck.hide_pill_help">
         <source>The deck still opens when the pointer reaches the edge.</source>
@@ -788,8 +788,8 @@ Your notes stay on this computer, encrypted.</source>
         <translation>快速记录</translation>
     </message>
     <message id="shortcut.toggle_task">
-        <source>Make a task</source>
-        <translation>设为待办</translation>
+        <source>Add or remove checkbox</source>
+        <translation>切换待办</translation>
     </message>
     <message id="size.default">
         <source>Default</source>
