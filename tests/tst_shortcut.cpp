@@ -172,15 +172,6 @@ private Q_SLOTS:
         QCOMPARE(Shortcut::keyName(47), u"."_s);
         QCOMPARE(Shortcut::keyName(keyA), u"Key 0"_s);
     }
-
-    void json()
-    {
-        const Shortcut s{0x31, 0x300};
-        QCOMPARE(s.toJson(), "{\"keyCode\":49,\"modifiers\":768}"_ba);
-        QCOMPARE(Shortcut::fromJson(s.toJson()), s);
-        QCOMPARE(Shortcut::fromJson("[49, 768]"_ba), std::nullopt);
-        QCOMPARE(Shortcut::fromJson("{\"keyCode\":4294967296,\"modifiers\":0}"_ba), std::nullopt);
-    }
 };
 
 QTEST_MAIN(TestShortcut)
