@@ -103,6 +103,8 @@ private Q_SLOTS:
         QKeyEvent ctrlShiftSpace(QEvent::KeyPress, Qt::Key_Space,
                                  Qt::ControlModifier | Qt::ShiftModifier);
         QVERIFY((Shortcut{keySpace, 0x300}).matches(ctrlShiftSpace));
+        QKeyEvent exclamation(QEvent::KeyPress, Qt::Key_Exclam, Qt::ShiftModifier, u"!"_s);
+        QCOMPARE(Shortcut::from(exclamation, false), (Shortcut{0x12, Shortcut::shift}));
         QKeyEvent enter(QEvent::KeyPress, Qt::Key_Enter, Qt::KeypadModifier);
         QCOMPARE(Shortcut::from(enter, true), (Shortcut{0x24, 0}));
         QKeyEvent volume(QEvent::KeyPress, Qt::Key_VolumeUp, Qt::ControlModifier);

@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 
 #include <array>
+#include <string_view>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -83,11 +84,19 @@ const Row* byKeyCode(quint32 keyCode)
 
 std::optional<quint32> fromQtKey(int qtKey)
 {
-    // The keypad's Enter and Shift+Tab arrive as keys of their own.
+    // The keypad's Enter and Shift+Tab arrive as keys of their own, and a shifted symbol
+    // names the character, not the key: Shift+1 comes as "!". Without the X11 key code the
+    // US layout is the best guess at the key behind a symbol.
+    static constexpr std::u16string_view shifted = u"!@#$%^&*()_+{}:\"|<>?~";
+    static constexpr std::u16string_view unshifted = u"1234567890-=[];'\\,./`";
     if (qtKey == Qt::Key_Enter)
         qtKey = Qt::Key_Return;
     if (qtKey == Qt::Key_Backtab)
         qtKey = Qt::Key_Tab;
+    if (qtKey < 0x80) {
+        if (const auto at = shifted.find(char16_t(qtKey)); at != shifted.npos)
+            qtKey = unshifted[at];
+    }
     if (const Row* r = find([qtKey](const Row& row) { return row.qtKey == qtKey; }))
         return r->keyCode;
     return std::nullopt;
@@ -130,11 +139,16 @@ std::optional<QChar> usCharacter(quint32 keyCode)
 
 std::optional<quint32> fromKeyEvent(const QKeyEvent& event)
 {
+#ifdef Q_OS_MACOS
+    // There the event carries the very code we store.
+    return event.nativeVirtualKey();
+#else
     if (event.nativeScanCode() != 0 && QGuiApplication::platformName() == u"xcb"_s) {
         if (auto code = fromX11Keycode(event.nativeScanCode()))
             return code;
     }
     return fromQtKey(event.key());
+#endif
 }
 
 quint32 fromQtModifiers(Qt::KeyboardModifiers modifiers)
