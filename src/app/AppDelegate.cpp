@@ -1,5 +1,7 @@
 #include "app/AppDelegate.h"
 
+#include "notes/NoteStore.h"
+#include "notes/StorageErrorDialog.h"
 #include "platform/Log.h"
 
 #include <QApplication>
@@ -66,7 +68,14 @@ void AppDelegate::runMigration() {}
 void AppDelegate::buildMainMenu() {}
 
 // The decks, whose first use of the note store opens the database and loads every note.
-void AppDelegate::createDeckManager() {}
+void AppDelegate::createDeckManager()
+{
+    // The first use of the note store opens the database, reads the key, loads every note
+    // and seeds the welcome note; its failures are alerts from here on.
+    NoteStore::setSharedErrorReporter(&StorageErrorDialog::show);
+    NoteStore::shared();
+    quitPath.setFlushAll([] { return NoteStore::shared().flushAll(); });
+}
 
 // Re-opens what was open before a language change restarted the process.
 void AppDelegate::restoreAfterLanguageRelaunch() {}

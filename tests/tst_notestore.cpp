@@ -1,0 +1,577 @@
+#include "app/L10n.h"
+#include "images/ImageStore.h"
+#include "notes/NoteStore.h"
+#include "notes/StorageErrorDialog.h"
+#include "notes/Store.h"
+#include "support/FaultInjectingVfs.h"
+#include "support/ManualScheduler.h"
+
+#include <QCryptographicHash>
+#include <QDir>
+#include <QFile>
+#include <QMessageBox>
+#include <QProcess>
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <csignal>
+#include <memory>
+#include <sqlite3.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+using Fault = FaultInjectingVfs::Fault;
+
+// One library in a temporary folder: the real database, key file and image folder, a
+// virtual clock, and every report the store makes.
+struct Library {
+    QTemporaryDir dir;
+    ManualScheduler clock;
+    std::unique_ptr<Store> store;
+    std::unique_ptr<NoteStore> notes;
+    QStringList reports;
+
+    QString db() const { return dir.filePath(u"notes.db"_s); }
+    QString key() const { return dir.filePath(u"note.key"_s); }
+    QString images() const { return dir.filePath(u"Images"_s); }
+
+    NoteStore& open(bool seedWelcome = false)
+    {
+        notes.reset();
+        store = std::make_unique<Store>(db(), key());
+        notes = std::make_unique<NoteStore>(
+            *store, clock, seedWelcome,
+            [this](const LocalizedError& error) { reports.append(error.description()); }, images());
+        return *notes;
+    }
+
+    // What a later launch would read, through a connection of its own.
+    QList<Note> stored() const { return Store(db(), key()).load(); }
+    std::optional<Note> storedNote(const QString& id) const
+    {
+        for (const Note& note : stored()) {
+            if (note.id == id)
+                return note;
+        }
+        return std::nullopt;
+    }
+    QString image(const QByteArray& bytes = "picture") const
+    {
+        return *ImageStore::save(bytes, u"png"_s);
+    }
+    bool imageExists(const QString& id) const { return ImageStore::filePath(id).has_value(); }
+};
+
+QString token(const QString& id)
+{
+    return ImageStore::token(id);
+}
+
+QByteArray fileHash(const QString& path)
+{
+    QFile file(path);
+    file.open(QIODevice::ReadOnly);
+    return QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha256);
+}
+
+} // namespace
+
+class TestNoteStore : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        FaultInjectingVfs::install();
+    }
+    void cleanup() { FaultInjectingVfs::setWriteFault(Fault::None); }
+
+    void newNotesStandFirstWithRotatingColours()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note first = notes.create(u"one"_s);
+        QCOMPARE(first.order, -1.0);
+        QCOMPARE(first.color, 0);
+        for (int i = 0; i < 8; ++i)
+            notes.create();
+        QCOMPARE(notes.create().color, 1); // nine notes in the library before it
+        QCOMPARE(notes.create({}, {}, 5).color, 5);
+        QCOMPARE(notes.active().first().order, -11.0);
+        QCOMPARE(lib.stored().size(), 11);
+        QVERIFY(notes.unsavedIDs().isEmpty());
+    }
+
+    void welcomeNoteAndOrphanedImagesAtLaunch()
+    {
+        Library lib;
+        ImageStore::setDirectory(lib.images());
+        const QString kept = lib.image();
+        const QString orphan = lib.image();
+        NoteStore& first = lib.open(true);
+        QCOMPARE(first.notes().size(), 1);
+        QCOMPARE(first.notes().first().body, L10n::text(u"welcome.note_body"_s));
+        QVERIFY2(!lib.imageExists(kept) && !lib.imageExists(orphan),
+                 "an empty library refers to no image");
+
+        const QString used = lib.image();
+        const QString unused = lib.image();
+        first.create(u"see "_s + token(used));
+        lib.open(true);
+        QCOMPARE(lib.notes->notes().size(), 2);
+        QVERIFY(lib.imageExists(used));
+        QVERIFY(!lib.imageExists(unused));
+    }
+
+    void textEditsWaitForThePause()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note note = notes.create(u"draft"_s);
+        const Date created = lib.clock.now();
+        lib.clock.advance(5);
+
+        notes.updateBody(note.id, u"draft"_s);
+        QCOMPARE(notes.note(note.id)->modified, created);
+        QVERIFY2(notes.unsavedIDs().isEmpty(), "the same text again is no edit");
+
+        FaultInjectingVfs::resetWriteCount();
+        notes.updateBody(note.id, u"draft 2"_s);
+        QCOMPARE(notes.note(note.id)->modified, lib.clock.now());
+        QVERIFY(notes.unsavedIDs().contains(note.id));
+        lib.clock.advance(0.2);
+        notes.updateTitle(note.id, u"Title"_s); // restarts this note's pause
+        lib.clock.advance(0.2);
+        QCOMPARE(FaultInjectingVfs::writeCount(), 0);
+        QVERIFY(notes.unsavedIDs().contains(note.id));
+        lib.clock.advance(0.06);
+        QVERIFY(notes.unsavedIDs().isEmpty());
+        QCOMPARE(lib.storedNote(note.id)->body, u"draft 2"_s);
+        QCOMPARE(lib.storedNote(note.id)->title, u"Title"_s);
+    }
+
+    void anImmediateChangeCarriesPendingTextOnce()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note note = notes.create(u"body"_s);
+        notes.updateTitle(note.id, u"New title"_s);
+        FaultInjectingVfs::resetWriteCount();
+        notes.togglePin(note.id);
+        QVERIFY(FaultInjectingVfs::writeCount() > 0);
+        QVERIFY(notes.unsavedIDs().isEmpty());
+        const std::optional<Note> row = lib.storedNote(note.id);
+        QCOMPARE(row->title, u"New title"_s);
+        QVERIFY(row->pinned);
+
+        FaultInjectingVfs::resetWriteCount();
+        lib.clock.advance(1);
+        QCOMPARE(FaultInjectingVfs::writeCount(), 0); // the cancelled pause writes nothing
+    }
+
+    void immediateChanges()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note a = notes.create(u"a"_s, {}, 7);
+        const Note b = notes.create(u"b"_s);
+        lib.clock.advance(3);
+
+        notes.cycleColor(a.id);
+        QCOMPARE(lib.storedNote(a.id)->color, 0);
+        QCOMPARE(lib.storedNote(a.id)->modified, lib.clock.now());
+        notes.setColor(a.id, 8);
+        QCOMPARE(notes.note(a.id)->color, 0);
+        notes.setTextDirection(a.id, NoteTextDirection::RightToLeft);
+        QCOMPARE(lib.storedNote(a.id)->textDirection, NoteTextDirection::RightToLeft);
+
+        notes.setArchived(b.id, true);
+        lib.clock.advance(1);
+        notes.setArchived(a.id, true);
+        QCOMPARE(notes.archived().first().id, a.id); // latest change first
+        QVERIFY(notes.active().isEmpty());
+        notes.setArchived(b.id, false);
+        QCOMPARE(lib.storedNote(b.id)->order, b.order - 1.0);
+        QVERIFY(!lib.storedNote(b.id)->archived);
+    }
+
+    void deleteThenUndoGivesEverythingBack()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        ImageStore::setDirectory(lib.images());
+        const QString picture = lib.image();
+        const Note note = notes.create(u"with "_s + token(picture), u"T"_s, 3);
+        notes.updateBody(note.id, note.body + u" and more"_s);
+        const Note before = *notes.note(note.id);
+        lib.clock.advance(4);
+
+        notes.deleteNote(note.id);
+        QVERIFY(!notes.note(note.id));
+        QVERIFY(!lib.storedNote(note.id));
+        QVERIFY2(notes.unsavedIDs().isEmpty(), "a deleted note has nothing left to save");
+        QCOMPARE(notes.pendingUndo()->deadline, lib.clock.now().addingSeconds(10));
+        lib.clock.advance(9.9);
+        QVERIFY(lib.imageExists(picture));
+
+        notes.undoDelete();
+        QVERIFY(!notes.pendingUndo());
+        QCOMPARE(*notes.note(note.id), before);
+        QCOMPARE(*lib.storedNote(note.id), before);
+        lib.clock.advance(20);
+        QVERIFY2(lib.imageExists(picture), "the cancelled timer removes nothing");
+    }
+
+    void oneUndoSlot()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        ImageStore::setDirectory(lib.images());
+        const QString onlyA = lib.image();
+        const QString shared = lib.image();
+        const QString onlyB = lib.image();
+        const Note a = notes.create(token(onlyA) + token(shared));
+        const Note b = notes.create(token(onlyB));
+        const Note c = notes.create(u"also "_s + token(shared));
+
+        notes.deleteNote(a.id);
+        notes.deleteNote(b.id);
+        QVERIFY2(!lib.imageExists(onlyA), "A is final once B takes the slot");
+        QVERIFY2(lib.imageExists(shared), "C still shows the shared picture");
+        QVERIFY(lib.imageExists(onlyB));
+        QCOMPARE(notes.pendingUndo()->note.id, b.id);
+
+        notes.undoDelete();
+        QVERIFY(notes.note(b.id));
+        QVERIFY(!notes.note(a.id));
+        notes.undoDelete(); // nothing left to undo
+        QCOMPARE(notes.notes().size(), 2);
+
+        notes.deleteNote(c.id);
+        lib.clock.advance(10);
+        QVERIFY(!notes.pendingUndo());
+        QVERIFY(!lib.imageExists(shared));
+        QVERIFY(lib.imageExists(onlyB));
+    }
+
+    void reorder_data()
+    {
+        QTest::addColumn<int>("moved");
+        QTest::addColumn<int>("offset");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("down by one") << 0 << 1 << u"bacd"_s;
+        QTest::newRow("past the end clamps") << 1 << 10 << u"acdb"_s;
+        QTest::newRow("past the start clamps") << 2 << -7 << u"cabd"_s;
+        QTest::newRow("the last note by one more does nothing") << 3 << 1 << u"abcd"_s;
+        QTest::newRow("an offset of zero does nothing") << 1 << 0 << u"abcd"_s;
+    }
+    void reorder()
+    {
+        QFETCH(int, moved);
+        QFETCH(int, offset);
+        QFETCH(QString, expected);
+        Library lib;
+        NoteStore& notes = lib.open();
+        QList<Note> made;
+        for (const QString& body : {u"d"_s, u"c"_s, u"b"_s, u"a"_s})
+            made.prepend(notes.create(body));
+        const Note archivedNote = notes.create(u"z"_s);
+        notes.setArchived(archivedNote.id, true);
+
+        FaultInjectingVfs::resetWriteCount();
+        notes.reorder(made.at(moved).id, offset);
+        notes.reorder(archivedNote.id, 1);
+        QString order;
+        for (const Note& note : notes.active())
+            order += note.body;
+        QCOMPARE(order, expected);
+        if (expected == u"abcd"_s) {
+            QCOMPARE(FaultInjectingVfs::writeCount(), 0);
+            return;
+        }
+        QList<Note> stored = lib.stored();
+        stored.removeIf([](const Note& note) { return note.archived; });
+        for (qsizetype i = 0; i < stored.size(); ++i) {
+            QCOMPARE(stored.at(i).body, expected.at(i));
+            QCOMPARE(stored.at(i).order, double(i));
+        }
+    }
+
+    void ingestPutsImportsFirst()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        Note one(u"SAME"_s, u"One"_s, u"1"_s, 2, Date{10}, Date{20}, false, true,
+                 NoteTextDirection::LeftToRight, 5);
+        Note two = one;
+        two.body = u"2"_s;
+        two.order = 1;
+        Note badColour = one;
+        badColour.id = u"BAD"_s;
+        badColour.color = 9;
+        badColour.order = 3;
+
+        QCOMPARE(notes.ingest({one, two, badColour}), 2);
+        QCOMPARE(lib.reports.size(), 1);
+        const QList<Note> stored = lib.stored();
+        QCOMPARE(stored.size(), 2);
+        // Starts at minus the number of incoming notes; the refused one keeps its slot.
+        QCOMPARE(stored.at(0).body, u"2"_s);
+        QCOMPARE(stored.at(0).order, -3.0);
+        QCOMPARE(stored.at(1).body, u"1"_s);
+        QCOMPARE(stored.at(1).order, -1.0);
+        QCOMPARE(stored.at(0).id, u"SAME"_s);
+        QVERIFY(stored.at(1).id != u"SAME"_s);
+        QCOMPARE(stored.at(1).created, Date{10});
+        QCOMPARE(stored.at(1).modified, Date{20});
+        QVERIFY(stored.at(1).pinned);
+
+        QCOMPARE(notes.ingest({one}), 1);
+        QCOMPARE(notes.active().first().order, -4.0);
+    }
+
+    void absorbTakesRecordsAsTheyCome()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note note = notes.create(u"mine"_s);
+        QSignalSpy changes(&lib.notes.operator*(), &NoteStore::notesChanged);
+
+        FaultInjectingVfs::resetWriteCount();
+        notes.absorb(*notes.note(note.id));
+        QCOMPARE(FaultInjectingVfs::writeCount(), 0);
+        QCOMPARE(changes.size(), 0);
+
+        Note theirs = note;
+        theirs.body = u"theirs"_s;
+        theirs.modified = Date{42};
+        notes.absorb(theirs);
+        QCOMPARE(*lib.storedNote(note.id), theirs);
+        QCOMPARE(notes.notes().size(), 1);
+        QCOMPARE(changes.size(), 1);
+    }
+
+    void failedWritesStayUnsavedUntilTheDiskRecovers_data()
+    {
+        QTest::addColumn<Fault>("fault");
+        QTest::newRow("a failing disk") << Fault::IoError;
+        QTest::newRow("a full disk") << Fault::DiskFull;
+    }
+    void failedWritesStayUnsavedUntilTheDiskRecovers()
+    {
+        QFETCH(Fault, fault);
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note note = notes.create(u"safe"_s);
+        QSignalSpy errors(&lib.notes.operator*(), &NoteStore::lastErrorChanged);
+
+        FaultInjectingVfs::setWriteFault(fault);
+        notes.updateBody(note.id, u"typed while failing"_s);
+        lib.clock.advance(0.3);
+        QVERIFY(notes.unsavedIDs().contains(note.id));
+        QCOMPARE(lib.reports.size(), 1);
+        QVERIFY(notes.lastError());
+        notes.updateBody(note.id, u"typed while failing, more"_s);
+        lib.clock.advance(0.3);
+        notes.togglePin(note.id);
+        QVERIFY(!notes.flushAll());
+        QVERIFY(!notes.flush(note.id));
+        QCOMPARE(lib.reports.size(), 1); // one alert for one failure, however often
+        QCOMPARE(notes.note(note.id)->body, u"typed while failing, more"_s);
+
+        FaultInjectingVfs::setWriteFault(Fault::None);
+        QCOMPARE(lib.storedNote(note.id)->body, u"safe"_s);
+        QVERIFY(notes.flushAll());
+        QVERIFY(notes.unsavedIDs().isEmpty());
+        QVERIFY(!notes.lastError());
+        QCOMPARE(errors.size(), 2); // set once, cleared once
+        QCOMPARE(lib.storedNote(note.id)->body, u"typed while failing, more"_s);
+        QVERIFY(lib.storedNote(note.id)->pinned);
+    }
+
+    void aFailedDeleteKeepsTheNote()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note note = notes.create(u"keep"_s);
+        FaultInjectingVfs::setWriteFault(Fault::IoError);
+        notes.deleteNote(note.id);
+        QVERIFY(notes.note(note.id));
+        QVERIFY(!notes.pendingUndo());
+        QCOMPARE(lib.reports.size(), 1);
+        FaultInjectingVfs::setWriteFault(Fault::DiskFull);
+        notes.cycleColor(note.id);
+        QCOMPARE(lib.reports.size(), 2); // another message, another alert
+    }
+
+    void unreadableLibraryIsReadOnly_data()
+    {
+        QTest::addColumn<QString>("damage");
+        QTest::newRow("a file that is no database") << u"garbage"_s;
+        QTest::newRow("bodies sealed with another key") << u"otherKey"_s;
+        QTest::newRow("a key file of the wrong size") << u"shortKey"_s;
+        QTest::newRow("rows but no key file") << u"noKey"_s;
+    }
+    void unreadableLibraryIsReadOnly()
+    {
+        QFETCH(QString, damage);
+        Library lib;
+        {
+            NoteStore& notes = lib.open();
+            notes.create(u"precious"_s);
+            lib.notes.reset();
+            lib.store.reset();
+        }
+        const QString orphan = lib.image();
+        if (damage == u"garbage"_s) {
+            QFile::remove(lib.db() + u"-wal"_s);
+            QFile::remove(lib.db() + u"-shm"_s);
+            QFile file(lib.db());
+            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+            file.write(QByteArray(8192, 'x'));
+        } else {
+            QFile::remove(lib.key());
+            if (damage != u"noKey"_s) {
+                QFile key(lib.key());
+                QVERIFY(key.open(QIODevice::WriteOnly));
+                key.write(QByteArray(damage == u"shortKey"_s ? 31 : 32, '\x5a'));
+            }
+        }
+        const QByteArray before = fileHash(lib.db());
+
+        NoteStore& notes = lib.open(true);
+        QCOMPARE(lib.reports.size(), 1);
+        QVERIFY(!notes.isWritable());
+        QVERIFY(notes.notes().isEmpty());
+        QVERIFY(notes.lastError());
+        QVERIFY2(lib.imageExists(orphan), "no image goes on the word of an unread library");
+
+        const Note made = notes.create(u"new"_s);
+        QVERIFY(notes.notes().isEmpty());
+        QCOMPARE(notes.ingest({made}), 0);
+        notes.absorb(made);
+        notes.updateBody(made.id, u"x"_s);
+        notes.undoDelete();
+        QVERIFY(notes.notes().isEmpty());
+        QVERIFY(notes.flushAll());
+        lib.clock.advance(30);
+        QCOMPARE(lib.reports.size(), 1);
+        lib.notes.reset();
+        lib.store.reset();
+        QCOMPARE(fileHash(lib.db()), before);
+    }
+
+    void alertText()
+    {
+        const PersistenceError error = PersistenceError::database(u"disk I/O error"_s);
+        const std::unique_ptr<QMessageBox> box = StorageErrorDialog::build(error.description());
+        QCOMPARE(box->icon(), QMessageBox::Warning);
+        QCOMPARE(box->text(), L10n::text(u"storage.error_title"_s));
+        QCOMPARE(box->informativeText(),
+                 error.description() + u"\n\n"_s + L10n::text(u"storage.error_help"_s));
+    }
+
+    // A helper edits, creates and deletes notes with real timers and is killed at random
+    // moments; after each kill the library must open whole and hold every text that the
+    // helper saw saved, or a later one.
+    void survivesKillsAtRandomMoments()
+    {
+        QTemporaryDir dir;
+        ImageStore::setDirectory(dir.filePath(u"Images"_s));
+        const QString helper = QStringLiteral(PONDRIFT_HELPER_DIR) + u"/crashloop"_s;
+        const int runs = qEnvironmentVariableIntValue("PONDRIFT_CRASH_RUNS") > 0
+                             ? qEnvironmentVariableIntValue("PONDRIFT_CRASH_RUNS")
+                             : 200;
+        static const QRegularExpression savedLine(u"^S (\\S+) (\\d+)$"_s);
+        static const QRegularExpression deletedLine(u"^D (\\S+)$"_s);
+        static const QRegularExpression deletingLine(u"^X (\\S+)$"_s);
+        static const QRegularExpression version(u"\\bv(\\d+)\\b"_s);
+        QHash<QString, qint64> required; // id -> lowest version the database may hold
+        QSet<QString> deleting;          // ids whose row may be gone at any moment
+        int kills = 0;
+        int savesSeen = 0;
+        QRandomGenerator random(20261123);
+        for (int run = 0; run < runs; ++run) {
+            QProcess process;
+            process.start(helper, {dir.path(), QString::number(qint64(run + 1) * 10'000'000),
+                                   QString::number(random.generate())});
+            QVERIFY2(process.waitForStarted(), qPrintable(process.errorString()));
+            // Lets the helper run for a random stretch, launch included, then kills it.
+            if (process.waitForFinished(random.bounded(20, 350)))
+                QFAIL(qPrintable(u"the helper ended by itself: "_s +
+                                 QString::fromUtf8(process.readAllStandardError())));
+            ::kill(static_cast<pid_t>(process.processId()), SIGKILL);
+            QVERIFY(process.waitForFinished());
+            ++kills;
+
+            const QList<QByteArray> lines = process.readAllStandardOutput().split('\n');
+            // The last piece has no newline yet: it may have been cut by the kill.
+            for (qsizetype i = 0; i + 1 < lines.size(); ++i) {
+                const QString line = QString::fromUtf8(lines.at(i));
+                if (const auto m = savedLine.match(line); m.hasMatch()) {
+                    required[m.captured(1)] = m.captured(2).toLongLong();
+                    ++savesSeen;
+                    deleting.remove(m.captured(1));
+                } else if (const auto x = deletingLine.match(line); x.hasMatch()) {
+                    deleting.insert(x.captured(1));
+                } else if (const auto d = deletedLine.match(line); d.hasMatch()) {
+                    required.remove(d.captured(1));
+                    deleting.remove(d.captured(1));
+                } else if (line.startsWith(u"E "_s)) {
+                    QFAIL(qPrintable(u"the helper met a storage failure: "_s + line));
+                }
+            }
+
+            sqlite3* raw = nullptr;
+            QCOMPARE(sqlite3_open_v2(dir.filePath(u"notes.db"_s).toUtf8().constData(), &raw,
+                                     SQLITE_OPEN_READONLY, nullptr),
+                     SQLITE_OK);
+            sqlite3_stmt* check = nullptr;
+            sqlite3_prepare_v2(raw, "PRAGMA integrity_check;", -1, &check, nullptr);
+            QCOMPARE(sqlite3_step(check), SQLITE_ROW);
+            const QByteArray verdict(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)));
+            sqlite3_finalize(check);
+            sqlite3_close_v2(raw);
+            QCOMPARE(verdict, QByteArray("ok"));
+
+            QList<Note> stored;
+            try {
+                stored = Store(dir.filePath(u"notes.db"_s), dir.filePath(u"note.key"_s)).load();
+            } catch (const LocalizedError& error) {
+                QFAIL(qPrintable(u"the library does not open: "_s + error.description()));
+            }
+            QHash<QString, Note> byID;
+            for (const Note& note : stored) {
+                byID.insert(note.id, note);
+                for (const QString& id : ImageStore::referencedIDs(note.body))
+                    QVERIFY2(ImageStore::filePath(id), "a stored note lost its picture");
+            }
+            for (const QString& id : std::as_const(deleting)) {
+                if (!byID.contains(id))
+                    required.remove(id);
+            }
+            deleting.clear(); // a new launch finishes no deletion of the last one
+            for (auto it = required.cbegin(); it != required.cend(); ++it) {
+                QVERIFY2(
+                    byID.contains(it.key()),
+                    qPrintable(u"saved note %1 is gone after run %2"_s.arg(it.key()).arg(run)));
+                const qint64 held =
+                    version.match(byID.value(it.key()).body).captured(1).toLongLong();
+                QVERIFY2(held >= it.value(),
+                         qPrintable(u"note %1 holds v%2, older than the saved v%3"_s.arg(
+                             it.key(), QString::number(held), QString::number(it.value()))));
+            }
+        }
+        QVERIFY(kills >= runs);
+        QVERIFY2(savesSeen > runs, "the helper must get its saves done between kills");
+    }
+};
+
+QTEST_MAIN(TestNoteStore)
+#include "tst_notestore.moc"
