@@ -559,7 +559,6 @@ private Q_SLOTS:
             store.upsert(sample(u"A"_s, u"a"_s));
         }
         QVERIFY(QFile::remove(keyPath()));
-        QFile::remove(dbPath() + u"-wal"_s);
         const auto before = snapshot(tmp->path());
         {
             Store store(dbPath(), keyPath());
