@@ -218,11 +218,11 @@ QList<Note> Store::read()
             TextDirection::fromRawValue(QString::fromUtf8(direction, sqlite3_column_bytes(s, 9)))
                 .value_or(NoteTextDirection::Automatic);
 
-        notes.append(Note(columnText(s, 0), columnText(s, 1), std::move(body),
+        notes.emplaceBack(columnText(s, 0), columnText(s, 1), std::move(body),
                           sqlite3_column_int64(s, 3), Date{sqlite3_column_double(s, 4)},
                           Date{sqlite3_column_double(s, 5)}, sqlite3_column_int64(s, 6) != 0,
                           sqlite3_column_int64(s, 8) != 0, textDirection,
-                          sqlite3_column_double(s, 7)));
+                          sqlite3_column_double(s, 7));
     }
     if (rc != SQLITE_DONE)
         throw databaseError(rc);
