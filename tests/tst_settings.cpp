@@ -324,7 +324,8 @@ private Q_SLOTS:
         QVERIFY(item.isEnabled());
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY(file.readAll().contains("Exec=\"/opt/Pondrift \\\"beta\\\"/pondrift\""));
+        // A quote in the path: \" for the Exec quoting, its backslash doubled for the string.
+        QVERIFY(file.readAll().contains("Exec=\"/opt/Pondrift \\\\\"beta\\\\\"/pondrift\""));
         file.close();
         QCOMPARE(item.disable(), std::nullopt);
         QVERIFY(!item.isEnabled());

@@ -10,12 +10,17 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Quoting of the Exec key: reserved characters inside double quotes take a backslash.
+// The Exec key is quoted twice: inside double quotes, '"', '`', '$' and '\' take a
+// backslash, and then, since the value is also a string, every backslash is doubled.
 QString quotedExec(const QString& path)
 {
-    QString quoted = path;
-    for (const QString& c : {u"\\"_s, u"\""_s, u"`"_s, u"$"_s})
-        quoted.replace(c, u"\\"_s + c);
+    QString quoted;
+    for (QChar c : path) {
+        if (c == u'"' || c == u'`' || c == u'$' || c == u'\\')
+            quoted += u'\\';
+        quoted += c;
+    }
+    quoted.replace(u"\\"_s, u"\\\\"_s);
     return u"\""_s + quoted + u"\""_s;
 }
 
