@@ -9,10 +9,12 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+#include <csignal>
 #include <fcntl.h>
 #include <functional>
 #include <openssl/evp.h>
 #include <sqlite3.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -187,6 +189,31 @@ QString errorOf(const std::function<void()>& call, QString* message = nullptr)
     }
     return u"none"_s;
 }
+
+// While it lives, no file of this process may grow: every write to a regular file fails as
+// it would on a full disk. Nothing may print in between, since a log file would fail too.
+class FullDisk final {
+public:
+    FullDisk()
+    {
+        previousHandler = std::signal(SIGXFSZ, SIG_IGN);
+        getrlimit(RLIMIT_FSIZE, &previous);
+        rlimit none = previous;
+        none.rlim_cur = 0;
+        setrlimit(RLIMIT_FSIZE, &none);
+    }
+    ~FullDisk()
+    {
+        setrlimit(RLIMIT_FSIZE, &previous);
+        std::signal(SIGXFSZ, previousHandler);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+
+private:
+    rlimit previous{};
+    void (*previousHandler)(int) = nullptr;
+};
 
 Note sample(const QString& id, const QString& body, double order = 0)
 {
@@ -550,6 +577,35 @@ private Q_SLOTS:
         }
         QCOMPARE(lines, (QStringList{u"Pondrift: migrated notes table — added pinned"_s,
                                      u"Pondrift: migrated notes table — added text direction"_s}));
+    }
+
+    void aFullDiskLosesNothing()
+    {
+        Store store(dbPath(), keyPath());
+        const Note kept = sample(u"KEPT"_s, u"saved before"_s, 1);
+        store.upsert(kept);
+        Note edited = kept;
+        edited.body = u"an edit that finds no room"_s;
+        QString saveError;
+        QString saveMessage;
+        QString keyError;
+        const QString otherKey = tmp->filePath(u"other.key"_s);
+        {
+            FullDisk full;
+            saveError = errorOf([&] { store.upsert(edited); }, &saveMessage);
+            Crypto crypto(otherKey, true);
+            keyError = errorOf([&] { crypto.seal(u"x"_s); });
+        }
+        QCOMPARE(saveError, u"database"_s);
+        QVERIFY2(saveMessage.startsWith(dbPath() + u": "_s), qPrintable(saveMessage));
+        QCOMPARE(keyError, u"file error"_s);
+        QVERIFY(!QFileInfo::exists(otherKey));
+        QVERIFY(leftoverTempKeys().isEmpty());
+
+        QCOMPARE(Store(dbPath(), keyPath()).load(), QList<Note>{kept});
+        // A failed write does not close the store: once there is room, the edit goes through.
+        store.upsert(edited);
+        QCOMPARE(Store(dbPath(), keyPath()).load(), QList<Note>{edited});
     }
 
     void rowsWithoutTheirKeyStayUnreadAndNoKeyIsMade()
