@@ -550,8 +550,8 @@ Your notes stay on this computer, encrypted.</translation>
         <translation>Where the deck sits and how it behaves.</translation>
     </message>
     <message id="settings.deck.detection_area">
-        <source>Edge target</source>
-        <translation>Edge target</translation>
+        <source>Edge zone</source>
+        <translation>Edge zone</translation>
     </message>
     <message id="settings.deck.detection_help">
         <source>How close to the edge the pointer must come to bring out the deck.</source>
@@ -758,8 +758,8 @@ Your notes stay on this computer, encrypted.</translation>
         <translation>Updates</translation>
     </message>
     <message id="settings.updates.this_copy">
-        <source>This copy</source>
-        <translation>This copy</translation>
+        <source>Installed version</source>
+        <translation>Installed version</translation>
     </message>
     <message id="settings.updates.version">
         <source>Version %1 (%2)</source>
@@ -854,10 +854,10 @@ Your notes stay on this computer, encrypted.</translation>
         <translation>The key file that unlocks your notes is missing, so they can’t be opened.</translation>
     </message>
     <message id="sync.mass_delete.body" numerus="yes">
-        <source>The sync folder no longer has %n notes that this computer has. Delete them here too, or put them back into the folder?</source>
+        <source>The sync folder no longer has %n notes that are on this computer. Delete them here too, or put them back in the folder?</source>
         <translation>
-            <numerusform>The sync folder no longer has %n note that this computer has. Delete it here too, or put it back into the folder?</numerusform>
-            <numerusform>The sync folder no longer has %n notes that this computer has. Delete them here too, or put them back into the folder?</numerusform>
+            <numerusform>The sync folder no longer has %n note that is on this computer. Delete it here too, or put it back in the folder?</numerusform>
+            <numerusform>The sync folder no longer has %n notes that are on this computer. Delete them here too, or put them back in the folder?</numerusform>
         </translation>
     </message>
     <message id="sync.mass_delete.delete">

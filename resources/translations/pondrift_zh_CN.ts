@@ -540,7 +540,7 @@ Your notes stay on this computer, encrypted.</source>
         <translation>便签栏的位置和行为。</translation>
     </message>
     <message id="settings.deck.detection_area">
-        <source>Edge target</source>
+        <source>Edge zone</source>
         <translation>感应区域</translation>
     </message>
     <message id="settings.deck.detection_help">
@@ -748,7 +748,7 @@ Your notes stay on this computer, encrypted.</source>
         <translation>更新</translation>
     </message>
     <message id="settings.updates.this_copy">
-        <source>This copy</source>
+        <source>Installed version</source>
         <translation>当前版本</translation>
     </message>
     <message id="settings.updates.version">
@@ -844,7 +844,7 @@ Your notes stay on this computer, encrypted.</source>
         <translation>找不到用于解锁便签的密钥文件，无法打开便签。</translation>
     </message>
     <message id="sync.mass_delete.body" numerus="yes">
-        <source>The sync folder no longer has %n notes that this computer has. Delete them here too, or put them back into the folder?</source>
+        <source>The sync folder no longer has %n notes that are on this computer. Delete them here too, or put them back in the folder?</source>
         <translation>
             <numerusform>同步文件夹中已经没有这台电脑上的 %n 条便签。要在这台电脑上也删除它们，还是把它们放回文件夹？</numerusform>
         </translation>
