@@ -93,8 +93,6 @@ Store::Store(QString dbPath, QString keyPath)
 
 Store::~Store()
 {
-    // The cipher needs no connection; the connection goes first so that nothing of it
-    // outlives the store.
     if (db)
         sqlite3_close_v2(db);
 }
