@@ -6,6 +6,8 @@
 #include <QFile>
 #include <QImage>
 #include <QMimeData>
+#include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -110,6 +112,46 @@ private Q_SLOTS:
         for (const ImageToken& token : found) {
             QVERIFY(text.mid(token.range.location, token.range.length).startsWith(u"![image"_s));
             QVERIFY(text.mid(token.range.location, token.range.length).endsWith(u")"_s));
+        }
+    }
+
+    // The scanner is written by hand for speed; the expression is the definition.
+    void scannerAgreesWithTheExpression()
+    {
+        const QStringList pieces = {u"![image"_s,
+                                    u"|"_s,
+                                    u"12"_s,
+                                    u"."_s,
+                                    u"5"_s,
+                                    u"](pondrift-img://"_s,
+                                    u"]("_s,
+                                    u"A"_s,
+                                    u"b-"_s,
+                                    u"_"_s,
+                                    u")"_s,
+                                    u"!"_s,
+                                    u"["_s,
+                                    u"😀"_s,
+                                    u"\n"_s,
+                                    u"image"_s,
+                                    u"pondrift-img://"_s};
+        QRandomGenerator random(7);
+        for (int round = 0; round < 20000; ++round) {
+            QString text;
+            const int count = random.bounded(1, 14);
+            for (int i = 0; i < count; ++i)
+                text += pieces.at(random.bounded(pieces.size()));
+            QList<ImageToken> expected;
+            QRegularExpressionMatchIterator it = ImageStore::tokenExpression().globalMatch(text);
+            while (it.hasNext()) {
+                const QRegularExpressionMatch m = it.next();
+                ImageToken token{m.captured(2), std::nullopt,
+                                 TextRange{m.capturedStart(0), m.capturedLength(0)}};
+                if (m.capturedStart(1) >= 0)
+                    token.width = m.captured(1).toDouble();
+                expected.append(token);
+            }
+            QVERIFY2(ImageStore::tokens(text) == expected, qPrintable(text));
         }
     }
 
