@@ -220,6 +220,31 @@ private Q_SLOTS:
         QCOMPARE(Fmt::ago(Date::fromDateTime(then), Date::fromDateTime(now)), expected);
     }
 
+    void stampFollowsTheLocale_data()
+    {
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<QString>("date");
+        QTest::addColumn<QString>("time");
+        QTest::newRow("English: abbreviated month, no weekday")
+            << QLocale(QLocale::English, QLocale::UnitedStates) << u"Jan 2, 2026"_s << u"3:04"_s;
+        QTest::newRow("Chinese: year, month and day marks, no weekday")
+            << QLocale(QLocale::Chinese, QLocale::China) << u"2026年1月2日"_s << u"03:04"_s;
+    }
+    void stampFollowsTheLocale()
+    {
+        QFETCH(QLocale, locale);
+        QFETCH(QString, date);
+        QFETCH(QString, time);
+        const QLocale previous;
+        QLocale::setDefault(locale);
+        const QDateTime local(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::LocalTime);
+        const QString stamp = Fmt::stamp(Date::fromDateTime(local));
+        QLocale::setDefault(previous);
+        QVERIFY2(stamp.startsWith(date), qPrintable(stamp));
+        QVERIFY2(stamp.contains(time), qPrintable(stamp));
+        QVERIFY2(!stamp.contains(u":05"_s), "the short time has no seconds");
+    }
+
     void fileStampIsLocalAndFixed()
     {
         const QDateTime local(QDate(2026, 1, 2), QTime(3, 4, 5), Qt::LocalTime);
