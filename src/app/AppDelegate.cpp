@@ -3,6 +3,7 @@
 #include "notes/NoteStore.h"
 #include "notes/StorageErrorDialog.h"
 #include "platform/Log.h"
+#include "platform/x11/XkbKeyboardLayout.h"
 
 #include <QApplication>
 #include <QSessionManager>
@@ -37,12 +38,22 @@ AppDelegate::AppDelegate()
     qApp->setQuitOnLastWindowClosed(false);
     connect(qApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::commitData);
     installSignalHandlers();
+    installKeyboardLayout();
 }
 
 AppDelegate::~AppDelegate()
 {
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGINT, SIG_DFL);
+    KeyboardLayout::install(nullptr);
+}
+
+// Key names in shortcuts follow the user's own layout when the X server tells it; otherwise
+// (a Wayland-only session) they come from the US table.
+void AppDelegate::installKeyboardLayout()
+{
+    keyboardLayout = XkbKeyboardLayout::open();
+    KeyboardLayout::install(keyboardLayout.get());
 }
 
 void AppDelegate::applicationDidFinishLaunching()

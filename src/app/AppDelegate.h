@@ -4,6 +4,9 @@
 
 #include <QObject>
 
+#include <memory>
+
+class KeyboardLayout;
 class QSessionManager;
 class QSocketNotifier;
 
@@ -41,6 +44,9 @@ private:
     void installSignalHandlers();
     void onSignal();
 
+    void installKeyboardLayout();
+
     AppLifecycle quitPath;
     QSocketNotifier* signalNotifier = nullptr;
+    std::unique_ptr<KeyboardLayout> keyboardLayout;
 };
