@@ -69,7 +69,7 @@ QString format(Date date)
         days -= 1;
     }
     const Civil c = civilFromDays(days);
-    char buffer[32];
+    char buffer[128]; // room for any value the types can hold, though the clamp keeps it to 20
     std::snprintf(buffer, sizeof buffer, "%04lld-%02u-%02uT%02lld:%02lld:%02lldZ",
                   static_cast<long long>(c.year), c.month, c.day,
                   static_cast<long long>(rest / 3600), static_cast<long long>(rest / 60 % 60),
