@@ -156,6 +156,22 @@ private Q_SLOTS:
         QCOMPARE(lib.storedNote(note.id)->title, u"Title"_s);
     }
 
+    void eachNoteHasItsOwnPause()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note a = notes.create(u"a"_s);
+        const Note b = notes.create(u"b"_s);
+        notes.updateBody(a.id, u"a1"_s);
+        lib.clock.advance(0.2);
+        notes.updateBody(b.id, u"b1"_s); // typing elsewhere does not hold back a's save
+        lib.clock.advance(0.1);
+        QCOMPARE(notes.unsavedIDs(), QSet<QString>{b.id});
+        QCOMPARE(lib.storedNote(a.id)->body, u"a1"_s);
+        QVERIFY(notes.flush(b.id));
+        QCOMPARE(lib.storedNote(b.id)->body, u"b1"_s);
+    }
+
     void anImmediateChangeCarriesPendingTextOnce()
     {
         Library lib;

@@ -68,10 +68,9 @@ NoteStore& NoteStore::shared()
     static NoteStore instance(
         database, Scheduler::shared(), true,
         [](const LocalizedError& error) {
+            // Without a reporter the failure still reaches the log, through report().
             if (const ErrorReporter& reporter = sharedReporter())
                 reporter(error);
-            else
-                Log::line(u"Pondrift: storage error — "_s + error.description());
         },
         Paths::support() + u"/Images"_s);
     static const bool timersReleased = [] {

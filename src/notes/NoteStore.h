@@ -51,7 +51,7 @@ public:
     ~NoteStore() override;
 
     // The production store: the database and key at their usual paths, the program's
-    // scheduler, the welcome note, and the reporter set beforehand (a log line without one).
+    // scheduler, the welcome note, and the reporter set beforehand.
     static NoteStore& shared();
     // Sets the reporter of the production store; call before the first shared().
     static void setSharedErrorReporter(ErrorReporter reporter);
