@@ -59,7 +59,9 @@ bool looks(const QTextCharFormat& f, Look look, const QColor& ink)
     case Look::Hidden: return hidden;
     case Look::Shown: return !hidden;
     case Look::Dim: return !hidden && qAbs(alpha - EditorStyleEngine::dimAlpha) < 0.01;
-    case Look::FullInk: return !hidden && f.foreground().color() == ink;
+    // Full ink in the body face is the document's own look: no format of its own.
+    case Look::FullInk:
+        return !hidden && (!f.hasProperty(QTextFormat::ForegroundBrush) || f.foreground().color() == ink);
     case Look::Bold: return f.fontWeight() >= QFont::DemiBold;
     case Look::NotBold: return f.fontWeight() < QFont::DemiBold;
     case Look::Italic: return f.fontItalic();
@@ -70,7 +72,8 @@ bool looks(const QTextCharFormat& f, Look look, const QColor& ink)
     case Look::Linked: return f.isAnchor() && !f.anchorHref().isEmpty();
     case Look::NotLinked: return !f.isAnchor();
     case Look::Heading1: return qAbs(f.fontPointSize() - (bodySize + 5.9)) < 0.01;
-    case Look::BodySize: return qAbs(f.fontPointSize() - bodySize) < 0.01;
+    case Look::BodySize:
+        return !f.hasProperty(QTextFormat::FontPointSize) || qAbs(f.fontPointSize() - bodySize) < 0.01;
     case Look::Mono: return QFontInfo(f.font()).fixedPitch();
     case Look::DoneInk: return qAbs(alpha - 0.45) < 0.01;
     case Look::BulletInk: return qAbs(alpha - 0.5) < 0.01;

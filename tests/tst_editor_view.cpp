@@ -399,7 +399,10 @@ void EditorViewTest::outsideTextAndConfigurationChanges()
     config.ink = QColor(200, 0, 0);
     config.styleToken = u"red"_s;
     view->setConfiguration(config);
-    QCOMPARE(EditorStyleEngine::styledFormat(*view->document(), 0).foreground().color(), QColor(200, 0, 0));
+    QCOMPARE(view->palette().color(QPalette::Text), QColor(200, 0, 0));
+    QColor marker = EditorStyleEngine::styledFormat(*view->document(), 4).foreground().color();
+    marker.setAlpha(255);
+    QCOMPARE(marker, QColor(200, 0, 0));
     // Markdown off shows every marker.
     config.markdownEnabled = false;
     config.styleToken = u"plain"_s;

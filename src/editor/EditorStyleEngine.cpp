@@ -412,7 +412,16 @@ public:
         : document(document)
         , options(options)
         , base(std::move(base))
+        , cache(sharedCache())
     {
+        // Formats depend on the ink, the size and the face only; keep them across passes.
+        if (cache.ink != options.ink || cache.size != options.size || cache.base != this->base) {
+            cache.ink = options.ink;
+            cache.size = options.size;
+            cache.base = this->base;
+            cache.formats.clear();
+            cache.fonts.clear();
+        }
     }
 
     void write(const Pass& pass, TextRange range, qsizetype& dirtyFrom, qsizetype& dirtyTo)
@@ -425,8 +434,8 @@ public:
                 break;
             const qsizetype from = std::max(range.location, blockStart);
             const qsizetype to = std::min(range.end(), textEnd);
-            if (to > from || !block.layout()->formats().isEmpty()) {
-                writeBlock(block, pass, from, std::max(from, to), range.location);
+            if ((to > from || !block.layout()->formats().isEmpty())
+                && writeBlock(block, pass, from, std::max(from, to), range.location)) {
                 dirtyFrom = std::min(dirtyFrom, blockStart);
                 dirtyTo = std::max(dirtyTo, blockStart + block.length());
             }
@@ -435,7 +444,9 @@ public:
     }
 
 private:
-    void writeBlock(const QTextBlock& block, const Pass& pass, qsizetype from, qsizetype to,
+    // Whether the block's formats changed. Unchanged formats are left alone, as
+    // QSyntaxHighlighter does: setting them would throw away the block's layout.
+    bool writeBlock(const QTextBlock& block, const Pass& pass, qsizetype from, qsizetype to,
                     qsizetype passStart)
     {
         const qsizetype blockStart = block.position();
@@ -467,19 +478,25 @@ private:
             range.start = int(i - blockStart);
             range.length = int(j - i);
             range.format = format(attr, pass);
-            ranges.append(range);
+            // Plain text in the body face and full ink needs no range: the document's default
+            // font and the view's text colour already are that. Fewer ranges, faster layout.
+            if (range.format.propertyCount() > 0)
+                ranges.append(range);
             i = j;
         }
         std::sort(ranges.begin(), ranges.end(),
                   [](const auto& a, const auto& b) { return a.start < b.start; });
+        if (ranges == block.layout()->formats())
+            return false;
         block.layout()->setFormats(ranges);
+        return true;
     }
 
     const QFont& font(quint8 slot)
     {
-        if (fonts.size() <= slot)
-            fonts.resize(slot + 1);
-        std::optional<QFont>& cached = fonts[slot];
+        if (cache.fonts.size() <= slot)
+            cache.fonts.resize(slot + 1);
+        std::optional<QFont>& cached = cache.fonts[slot];
         if (!cached) {
             if (slot == BaseFont) {
                 cached = base;
@@ -501,13 +518,15 @@ private:
         // Tall and link characters are rare and carry per-pass indexes: never cached.
         const bool cacheable = attr.tall == 0 && attr.link < 0;
         if (cacheable) {
-            if (auto it = cache.constFind(attr.key()); it != cache.cend())
+            if (auto it = cache.formats.constFind(attr.key()); it != cache.formats.cend())
                 return *it;
         }
         QTextCharFormat f;
-        f.setFont(font(attr.font));
+        if (attr.font != BaseFont)
+            f.setFont(font(attr.font));
         switch (attr.ink) {
-        case Ink::Full: f.setForeground(options.ink); break;
+        case Ink::Full: break; // the document's text colour: the typing attributes' ink
+
         case Ink::Dim: f.setForeground(inkAt(options.ink, dimAlpha)); break;
         case Ink::Quote: f.setForeground(inkAt(options.ink, 0.62)); break;
         case Ink::Bullet: f.setForeground(inkAt(options.ink, 0.5)); break;
@@ -544,15 +563,27 @@ private:
             }
         }
         if (cacheable)
-            cache.insert(attr.key(), f);
+            cache.formats.insert(attr.key(), f);
         return f;
+    }
+
+    struct Cache {
+        QColor ink;
+        double size = 0;
+        QFont base;
+        QHash<quint64, QTextCharFormat> formats;
+        QList<std::optional<QFont>> fonts;
+    };
+    static Cache& sharedCache()
+    {
+        static Cache cache;
+        return cache;
     }
 
     QTextDocument& document;
     const Options& options;
     const QFont base;
-    QList<std::optional<QFont>> fonts;
-    QHash<quint64, QTextCharFormat> cache;
+    Cache& cache;
 };
 
 void setTypingAttributes(QTextDocument& document, const QFont& base, NoteTextDirection direction)

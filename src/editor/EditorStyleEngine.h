@@ -86,6 +86,8 @@ struct Options {
 };
 
 // Restyles the given ranges (made whole-line by the caller) and returns them normalised.
+// Text in the body face at full ink carries no format of its own: the document's default
+// font and the view's text colour (QPalette::Text = ink) show it.
 // revealing is the caret's line: markers there stay shown. forceRevealImageID shows one
 // image token's text. Also sets the document's typing attributes: default font and
 // paragraph direction.

@@ -349,19 +349,20 @@ void NoteTextView::keyPressEvent(QKeyEvent* event)
         return;
     }
     const Qt::KeyboardModifiers mods = event->modifiers() & ~Qt::KeypadModifier;
-    if (event->matches(QKeySequence::MoveToPreviousChar)) {
+    const int key = event->key();
+    // Key matching asks the platform theme for its bindings: only arrows need it.
+    if (key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down) {
+        std::optional<ImageCaretEdge> edge;
+        if (event->matches(QKeySequence::MoveToPreviousChar))
+            edge = ImageCaretEdge::Leading;
+        else if (event->matches(QKeySequence::MoveToNextChar))
+            edge = ImageCaretEdge::Trailing;
+        else if (event->matches(QKeySequence::MoveToPreviousLine)
+                 || event->matches(QKeySequence::MoveToNextLine))
+            edge = ImageCaretEdge::Nearest;
         QTextEdit::keyPressEvent(event);
-        snapCaretOutOfHiddenImageToken(ImageCaretEdge::Leading);
-        return;
-    }
-    if (event->matches(QKeySequence::MoveToNextChar)) {
-        QTextEdit::keyPressEvent(event);
-        snapCaretOutOfHiddenImageToken(ImageCaretEdge::Trailing);
-        return;
-    }
-    if (event->matches(QKeySequence::MoveToPreviousLine) || event->matches(QKeySequence::MoveToNextLine)) {
-        QTextEdit::keyPressEvent(event);
-        snapCaretOutOfHiddenImageToken(ImageCaretEdge::Nearest);
+        if (edge)
+            snapCaretOutOfHiddenImageToken(*edge);
         return;
     }
     if (event->key() == Qt::Key_Backspace && (mods & ~Qt::ShiftModifier) == Qt::NoModifier) {
@@ -370,7 +371,7 @@ void NoteTextView::keyPressEvent(QKeyEvent* event)
         QTextEdit::keyPressEvent(event);
         return;
     }
-    if (event->matches(QKeySequence::Delete)) {
+    if (key == Qt::Key_Delete && event->matches(QKeySequence::Delete)) {
         if (revealTokenBeforeDelete(false))
             return;
         QTextEdit::keyPressEvent(event);

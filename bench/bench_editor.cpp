@@ -1,0 +1,318 @@
+// The editor's hot paths, each beside a baseline from the same run:
+//   Styling/N        the engine's work for one keystroke mid-note (the touched lines)
+//   StylingBase/N    the eight expressions over the same lines, touching nothing
+//   Keystroke/N      a key event into NoteTextView: insert, restyle, layout (no paint)
+//   KeystrokePlain/N the same with Markdown styling off (the view's own plumbing)
+//   KeystrokeBase/N  the same key event into a bare QTextEdit with the same text
+//   CaretMove/N      a caret move to another line (two lines restyled) and its base
+//   FullPass         a whole-note pass over the 1 MiB note, against the bare view's own
+//                    setPlainText of that note
+// N is the note's length in lines; 20,000 lines is about 1 MiB of text. Keystroke figures
+// carry p50/p99 counters in microseconds.
+//
+// Run: QT_QPA_PLATFORM=offscreen build/editor-rel/bench/bench_editor
+#include "editor/EditorStyleEngine.h"
+#include "editor/NoteTextView.h"
+#include "platform/Desktop.h"
+
+#include <benchmark/benchmark.h>
+
+#include <QAbstractTextDocumentLayout>
+#include <QApplication>
+#include <QKeyEvent>
+#include <QRegularExpression>
+#include <QTextBlock>
+#include <QTextEdit>
+
+#include <chrono>
+#include <map>
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class NoDesktop final : public Desktop {
+public:
+    bool openUrl(const QUrl&) override { return false; }
+};
+
+// Realistic Markdown: prose with inline styles, headings, tasks, bullets, quotes, code and
+// blank lines, about 52 characters a line.
+QString note(int lines)
+{
+    static const QStringList kinds = {
+        u"# Weekly plan"_s,
+        u"Met with **Ana** about the *launch* and the [brief](https://ex.org/b)."_s,
+        u"\u2610 call the printer about the proofs"_s,
+        u"\u2611 **send** invoices to the two clients"_s,
+        u"- milk, eggs, bread and some fruit for the week"_s,
+        u"> the best way out is always through"_s,
+        u"Run `make check` before pushing, then ~~wait~~ merge."_s,
+        u"Plain prose line with nothing special in it at all ok"_s,
+        QString(),
+        u"## Notes from the call with the design team today"_s,
+    };
+    QStringList out;
+    out.reserve(lines);
+    for (int i = 0; i < lines; ++i)
+        out.append(kinds[i % kinds.size()]);
+    return out.join(u'\n');
+}
+
+QFont body(double size)
+{
+    QFont font(u"DejaVu Sans"_s);
+    font.setPointSizeF(size * 0.75);
+    return font;
+}
+
+NoteTextView::Configuration configuration()
+{
+    NoteTextView::Configuration c;
+    c.ink = QColor(40, 40, 40);
+    c.fontSize = 14;
+    c.styleToken = u"bench"_s;
+    c.bodyFont = body;
+    return c;
+}
+
+void layOutAll(QTextEdit& edit)
+{
+    QTextDocument* document = edit.document();
+    document->documentLayout()->blockBoundingRect(document->lastBlock());
+}
+
+NoDesktop& desktop()
+{
+    static NoDesktop d;
+    return d;
+}
+
+NoteTextView& styledView(int lines, bool markdown = true)
+{
+    static std::map<std::pair<int, bool>, std::unique_ptr<NoteTextView>> views;
+    auto& view = views[{lines, markdown}];
+    if (!view) {
+        auto config = configuration();
+        config.markdownEnabled = markdown;
+        view = std::make_unique<NoteTextView>(note(lines), config, nullptr, desktop());
+        view->resize(520, 700);
+        view->show();
+        layOutAll(*view);
+    }
+    return *view;
+}
+
+QTextEdit& bareView(int lines)
+{
+    static std::map<int, std::unique_ptr<QTextEdit>> views;
+    auto& view = views[lines];
+    if (!view) {
+        view = std::make_unique<QTextEdit>();
+        view->setAcceptRichText(false);
+        view->setFont(body(14));
+        view->setPlainText(note(lines));
+        view->resize(520, 700);
+        view->show();
+        layOutAll(*view);
+    }
+    return *view;
+}
+
+// The line of prose in the middle of the note, just after its "**Ana**".
+int midPosition(QTextEdit& edit)
+{
+    QTextDocument* document = edit.document();
+    QTextBlock block = document->findBlockByNumber(document->blockCount() / 2);
+    while (block.isValid() && !block.text().startsWith(u"Met with"_s))
+        block = block.next();
+    return block.position() + 17;
+}
+
+void placeCaret(QTextEdit& edit, int position)
+{
+    QTextCursor cursor = edit.textCursor();
+    cursor.setPosition(position);
+    edit.setTextCursor(cursor);
+}
+
+void sendKey(QWidget& widget, int key, const QString& text)
+{
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier, text);
+    QApplication::sendEvent(&widget, &press);
+}
+
+void reportPercentiles(benchmark::State& state, std::vector<double>& micros)
+{
+    if (micros.empty())
+        return;
+    std::sort(micros.begin(), micros.end());
+    state.counters["p50_us"] = micros[micros.size() / 2];
+    state.counters["p99_us"] = micros[std::min(micros.size() - 1, micros.size() * 99 / 100)];
+}
+
+// A keystroke is typing one letter; Backspace takes it away again so the note stays the same
+// size. Both are keystrokes; the figures are per key.
+template <typename Edit>
+void keystrokes(benchmark::State& state, Edit& edit)
+{
+    const int position = midPosition(edit);
+    placeCaret(edit, position);
+    std::vector<double> micros;
+    micros.reserve(4096);
+    bool typing = true;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        if (typing)
+            sendKey(edit, Qt::Key_A, u"a"_s);
+        else
+            sendKey(edit, Qt::Key_Backspace, QString());
+        // The layout of what changed, as the next paint would need it.
+        edit.document()->documentLayout()->blockBoundingRect(edit.textCursor().block());
+        const auto stop = std::chrono::steady_clock::now();
+        micros.push_back(std::chrono::duration<double, std::micro>(stop - start).count());
+        typing = !typing;
+    }
+    if (!typing)
+        sendKey(edit, Qt::Key_Backspace, QString());
+    reportPercentiles(state, micros);
+}
+
+void Keystroke(benchmark::State& state)
+{
+    keystrokes(state, styledView(int(state.range(0))));
+}
+
+// The view's own plumbing without Markdown: what the coordinator costs beyond Qt.
+void KeystrokePlain(benchmark::State& state)
+{
+    keystrokes(state, styledView(int(state.range(0)), false));
+}
+
+void KeystrokeBase(benchmark::State& state)
+{
+    keystrokes(state, bareView(int(state.range(0))));
+}
+
+// The engine's own work: a document with the same text but no layout attached, so that the
+// figure holds the expressions, the runs and the formats, and not Qt's relayout (which the
+// keystroke figures carry).
+void Styling(benchmark::State& state)
+{
+    NoteTextView& view = styledView(int(state.range(0)));
+    QTextDocument document;
+    document.setPlainText(view.text());
+    const int position = midPosition(view);
+    const QList<TextRange> lines = EditorStyleEngine::affectedLineRanges({{position, 1}}, document);
+    EditorStyleEngine::Options options;
+    options.ink = QColor(40, 40, 40);
+    options.size = 14;
+    options.bodyFont = body;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(EditorStyleEngine::apply(
+            document, lines, EditorStyleEngine::lineRange(position, document), std::nullopt, options));
+    }
+}
+
+void StylingBase(benchmark::State& state)
+{
+    NoteTextView& view = styledView(int(state.range(0)));
+    const QTextDocument& document = *view.document();
+    const int position = midPosition(view);
+    const QList<TextRange> lines = EditorStyleEngine::affectedLineRanges({{position, 1}}, document);
+    static const QList<QRegularExpression> expressions = [] {
+        QList<QRegularExpression> list;
+        for (const QString& pattern :
+             {uR"(^(#{1,6})[ \t]+(.+)$)"_s, uR"((\*\*|__)(?=\S)(.+?)(?<=\S)\1)"_s,
+              uR"((?<![\*_])([\*_])(?=[^\*_\s])(.+?)(?<=[^\*_\s])\1(?![\*_]))"_s,
+              uR"(`([^`\n]+)`)"_s, uR"(~~(?=\S)(.+?)(?<=\S)~~)"_s, uR"(^>[ \t]?(.*)$)"_s,
+              uR"(^[ \t]*([-*+])[ \t]+)"_s, uR"(\[([^\]\n]+)\]\(([^)\s]+)\))"_s}) {
+            QRegularExpression re(u"(*ANY)"_s + pattern,
+                                  QRegularExpression::MultilineOption
+                                      | QRegularExpression::UseUnicodePropertiesOption);
+            re.optimize();
+            list.append(re);
+        }
+        return list;
+    }();
+    for (auto _ : state) {
+        qsizetype found = 0;
+        for (const TextRange& range : lines) {
+            const QString s = EditorStyleEngine::text(document, range);
+            for (const QRegularExpression& re : expressions) {
+                for (auto it = re.globalMatch(s); it.hasNext();)
+                    found += it.next().capturedLength(0);
+            }
+        }
+        benchmark::DoNotOptimize(found);
+    }
+}
+
+template <typename Edit>
+void caretMoves(benchmark::State& state, Edit& edit)
+{
+    const int position = midPosition(edit);
+    const int other = edit.document()->findBlock(position).next().next().position() + 3;
+    bool there = false;
+    for (auto _ : state) {
+        placeCaret(edit, there ? position : other);
+        edit.document()->documentLayout()->blockBoundingRect(edit.textCursor().block());
+        there = !there;
+    }
+}
+
+void CaretMove(benchmark::State& state)
+{
+    caretMoves(state, styledView(int(state.range(0))));
+}
+
+void CaretMoveBase(benchmark::State& state)
+{
+    caretMoves(state, bareView(int(state.range(0))));
+}
+
+void FullPass(benchmark::State& state)
+{
+    const QString text = note(20000);
+    for (auto _ : state) {
+        NoteTextView view(text, configuration(), nullptr, desktop());
+        view.resize(520, 700);
+        layOutAll(view);
+    }
+}
+
+void FullPassBase(benchmark::State& state)
+{
+    const QString text = note(20000);
+    for (auto _ : state) {
+        QTextEdit view;
+        view.setAcceptRichText(false);
+        view.setFont(body(14));
+        view.resize(520, 700);
+        view.setPlainText(text);
+        layOutAll(view);
+    }
+}
+
+} // namespace
+
+BENCHMARK(Styling)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(StylingBase)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(Keystroke)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(KeystrokePlain)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(KeystrokeBase)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(CaretMove)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(CaretMoveBase)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(FullPass)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(FullPassBase)->Unit(benchmark::kMillisecond)->Iterations(3);
+
+int main(int argc, char** argv)
+{
+    qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? "offscreen" : qgetenv("QT_QPA_PLATFORM"));
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
