@@ -8,6 +8,7 @@
 
 #include <QCryptographicHash>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QMessageBox>
 #include <QProcess>
@@ -493,99 +494,126 @@ private Q_SLOTS:
                  error.description() + u"\n\n"_s + L10n::text(u"storage.error_help"_s));
     }
 
-    // A helper edits, creates and deletes notes with real timers and is killed at random
+    // Helpers edit, create and delete notes with real timers and are killed at random
     // moments; after each kill the library must open whole and hold every text that the
-    // helper saw saved, or a later one.
+    // helper saw saved, or a later one. Two libraries run side by side to halve the wait.
     void survivesKillsAtRandomMoments()
     {
-        QTemporaryDir dir;
-        ImageStore::setDirectory(dir.filePath(u"Images"_s));
-        const QString helper = QStringLiteral(PONDRIFT_HELPER_DIR) + u"/crashloop"_s;
         const int runs = qEnvironmentVariableIntValue("PONDRIFT_CRASH_RUNS") > 0
                              ? qEnvironmentVariableIntValue("PONDRIFT_CRASH_RUNS")
                              : 200;
+        QRandomGenerator random(20261123);
+        CrashLane lanes[2];
+        int kills = 0;
+        for (int run = 0; kills < runs; ++run) {
+            QElapsedTimer clock;
+            clock.start();
+            for (CrashLane& lane : lanes) {
+                lane.start(run, random.generate());
+                // A random stretch of life, launch included.
+                lane.killAt = random.bounded(20, 350);
+            }
+            for (CrashLane& lane : lanes) {
+                const qint64 wait = std::max<qint64>(0, lane.killAt - clock.elapsed());
+                if (lane.process.waitForFinished(static_cast<int>(wait)))
+                    QFAIL(qPrintable(u"the helper ended by itself: "_s +
+                                     QString::fromUtf8(lane.process.readAllStandardError())));
+                ::kill(static_cast<pid_t>(lane.process.processId()), SIGKILL);
+                QVERIFY(lane.process.waitForFinished());
+                ++kills;
+            }
+            for (CrashLane& lane : lanes) {
+                checkAfterKill(lane, run);
+                if (QTest::currentTestFailed())
+                    return;
+            }
+        }
+        QVERIFY(kills >= runs);
+        QVERIFY2(lanes[0].savesSeen + lanes[1].savesSeen > runs,
+                 "the helpers must get their saves done between kills");
+    }
+
+private:
+    struct CrashLane {
+        QTemporaryDir dir;
+        QProcess process;
+        qint64 killAt = 0;
+        QHash<QString, qint64> required; // id -> lowest version the database may hold
+        QSet<QString> deleting;          // ids whose row may be gone at any moment
+        int savesSeen = 0;
+
+        void start(int run, quint32 seed)
+        {
+            const QString helper = QStringLiteral(PONDRIFT_HELPER_DIR) + u"/crashloop"_s;
+            // Versions only grow, from run to run too.
+            process.start(helper, {dir.path(), QString::number(qint64(run + 1) * 10'000'000),
+                                   QString::number(seed)});
+        }
+    };
+
+    void checkAfterKill(CrashLane& lane, int run)
+    {
         static const QRegularExpression savedLine(u"^S (\\S+) (\\d+)$"_s);
         static const QRegularExpression deletedLine(u"^D (\\S+)$"_s);
         static const QRegularExpression deletingLine(u"^X (\\S+)$"_s);
         static const QRegularExpression version(u"\\bv(\\d+)\\b"_s);
-        QHash<QString, qint64> required; // id -> lowest version the database may hold
-        QSet<QString> deleting;          // ids whose row may be gone at any moment
-        int kills = 0;
-        int savesSeen = 0;
-        QRandomGenerator random(20261123);
-        for (int run = 0; run < runs; ++run) {
-            QProcess process;
-            process.start(helper, {dir.path(), QString::number(qint64(run + 1) * 10'000'000),
-                                   QString::number(random.generate())});
-            QVERIFY2(process.waitForStarted(), qPrintable(process.errorString()));
-            // Lets the helper run for a random stretch, launch included, then kills it.
-            if (process.waitForFinished(random.bounded(20, 350)))
-                QFAIL(qPrintable(u"the helper ended by itself: "_s +
-                                 QString::fromUtf8(process.readAllStandardError())));
-            ::kill(static_cast<pid_t>(process.processId()), SIGKILL);
-            QVERIFY(process.waitForFinished());
-            ++kills;
-
-            const QList<QByteArray> lines = process.readAllStandardOutput().split('\n');
-            // The last piece has no newline yet: it may have been cut by the kill.
-            for (qsizetype i = 0; i + 1 < lines.size(); ++i) {
-                const QString line = QString::fromUtf8(lines.at(i));
-                if (const auto m = savedLine.match(line); m.hasMatch()) {
-                    required[m.captured(1)] = m.captured(2).toLongLong();
-                    ++savesSeen;
-                    deleting.remove(m.captured(1));
-                } else if (const auto x = deletingLine.match(line); x.hasMatch()) {
-                    deleting.insert(x.captured(1));
-                } else if (const auto d = deletedLine.match(line); d.hasMatch()) {
-                    required.remove(d.captured(1));
-                    deleting.remove(d.captured(1));
-                } else if (line.startsWith(u"E "_s)) {
-                    QFAIL(qPrintable(u"the helper met a storage failure: "_s + line));
-                }
-            }
-
-            sqlite3* raw = nullptr;
-            QCOMPARE(sqlite3_open_v2(dir.filePath(u"notes.db"_s).toUtf8().constData(), &raw,
-                                     SQLITE_OPEN_READONLY, nullptr),
-                     SQLITE_OK);
-            sqlite3_stmt* check = nullptr;
-            sqlite3_prepare_v2(raw, "PRAGMA integrity_check;", -1, &check, nullptr);
-            QCOMPARE(sqlite3_step(check), SQLITE_ROW);
-            const QByteArray verdict(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)));
-            sqlite3_finalize(check);
-            sqlite3_close_v2(raw);
-            QCOMPARE(verdict, QByteArray("ok"));
-
-            QList<Note> stored;
-            try {
-                stored = Store(dir.filePath(u"notes.db"_s), dir.filePath(u"note.key"_s)).load();
-            } catch (const LocalizedError& error) {
-                QFAIL(qPrintable(u"the library does not open: "_s + error.description()));
-            }
-            QHash<QString, Note> byID;
-            for (const Note& note : stored) {
-                byID.insert(note.id, note);
-                for (const QString& id : ImageStore::referencedIDs(note.body))
-                    QVERIFY2(ImageStore::filePath(id), "a stored note lost its picture");
-            }
-            for (const QString& id : std::as_const(deleting)) {
-                if (!byID.contains(id))
-                    required.remove(id);
-            }
-            deleting.clear(); // a new launch finishes no deletion of the last one
-            for (auto it = required.cbegin(); it != required.cend(); ++it) {
-                QVERIFY2(
-                    byID.contains(it.key()),
-                    qPrintable(u"saved note %1 is gone after run %2"_s.arg(it.key()).arg(run)));
-                const qint64 held =
-                    version.match(byID.value(it.key()).body).captured(1).toLongLong();
-                QVERIFY2(held >= it.value(),
-                         qPrintable(u"note %1 holds v%2, older than the saved v%3"_s.arg(
-                             it.key(), QString::number(held), QString::number(it.value()))));
+        const QList<QByteArray> lines = lane.process.readAllStandardOutput().split('\n');
+        // The last piece has no newline yet: it may have been cut by the kill.
+        for (qsizetype i = 0; i + 1 < lines.size(); ++i) {
+            const QString line = QString::fromUtf8(lines.at(i));
+            if (const auto m = savedLine.match(line); m.hasMatch()) {
+                lane.required[m.captured(1)] = m.captured(2).toLongLong();
+                lane.deleting.remove(m.captured(1));
+                ++lane.savesSeen;
+            } else if (const auto x = deletingLine.match(line); x.hasMatch()) {
+                lane.deleting.insert(x.captured(1));
+            } else if (const auto d = deletedLine.match(line); d.hasMatch()) {
+                lane.required.remove(d.captured(1));
+                lane.deleting.remove(d.captured(1));
+            } else if (line.startsWith(u"E "_s)) {
+                QFAIL(qPrintable(u"the helper met a storage failure: "_s + line));
             }
         }
-        QVERIFY(kills >= runs);
-        QVERIFY2(savesSeen > runs, "the helper must get its saves done between kills");
+
+        const QString db = lane.dir.filePath(u"notes.db"_s);
+        sqlite3* raw = nullptr;
+        QCOMPARE(sqlite3_open_v2(db.toUtf8().constData(), &raw, SQLITE_OPEN_READONLY, nullptr),
+                 SQLITE_OK);
+        sqlite3_stmt* check = nullptr;
+        sqlite3_prepare_v2(raw, "PRAGMA integrity_check;", -1, &check, nullptr);
+        const int stepped = sqlite3_step(check);
+        const QByteArray verdict(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)));
+        sqlite3_finalize(check);
+        sqlite3_close_v2(raw);
+        QCOMPARE(stepped, SQLITE_ROW);
+        QCOMPARE(verdict, QByteArray("ok"));
+
+        QList<Note> stored;
+        try {
+            stored = Store(db, lane.dir.filePath(u"note.key"_s)).load();
+        } catch (const LocalizedError& error) {
+            QFAIL(qPrintable(u"the library does not open: "_s + error.description()));
+        }
+        ImageStore::setDirectory(lane.dir.filePath(u"Images"_s));
+        QHash<QString, Note> byID;
+        for (const Note& note : std::as_const(stored)) {
+            byID.insert(note.id, note);
+            for (const QString& id : ImageStore::referencedIDs(note.body))
+                QVERIFY2(ImageStore::filePath(id), "a stored note lost its picture");
+        }
+        for (const QString& id : std::as_const(lane.deleting)) {
+            if (!byID.contains(id))
+                lane.required.remove(id);
+        }
+        lane.deleting.clear(); // the next launch finishes no deletion of this one
+        for (auto it = lane.required.cbegin(); it != lane.required.cend(); ++it) {
+            QVERIFY2(byID.contains(it.key()),
+                     qPrintable(u"saved note %1 is gone after run %2"_s.arg(it.key()).arg(run)));
+            const qint64 held = version.match(byID.value(it.key()).body).captured(1).toLongLong();
+            QVERIFY2(held >= it.value(),
+                     qPrintable(u"note %1 holds v%2, older than the saved v%3"_s.arg(
+                         it.key(), QString::number(held), QString::number(it.value()))));
+        }
     }
 };
 
