@@ -149,6 +149,7 @@ bool CloudSync::syncNow()
     isRunning = false;
     scanned.clear();
     claimed.clear();
+    adopted.clear();
     if (changed)
         Q_EMIT lastSyncChanged();
     if (const auto answer = std::exchange(deferredAnswer, std::nullopt))
@@ -419,6 +420,7 @@ void CloudSync::adopt(const QString& fileName)
         return;
     }
     pendingAdoptions.remove(fileName);
+    adopted.insert(fileName);
     syncIndex.record(note.id, fileName, note.modified,
                      folder.modificationDate(fileName).value_or(*date));
 }
@@ -432,8 +434,17 @@ void CloudSync::deleteLocal(const QString& noteID)
 
 void CloudSync::deleteRemote(const QString& fileName)
 {
+    // A copy adopted earlier in this pass is the adopted note's document now.
+    if (adopted.contains(fileName))
+        return;
     folder.remove(fileName);
-    if (const auto id = syncIndex.idForFileName(fileName))
+    // The entry of the id the document declares, even when it still names an older file
+    // (a document renamed by hand keeps its entry's name until the next push): left behind,
+    // it would delete the note again when another machine brings it back.
+    const auto read = scanned.constFind(fileName);
+    const auto id = read != scanned.cend() ? std::optional<QString>(read->id)
+                                           : syncIndex.idForFileName(fileName);
+    if (id)
         syncIndex.forget(*id);
 }
 

@@ -100,6 +100,7 @@ private:
     // folder (lower-cased), so that a new note never takes a name that exists.
     QHash<QString, Note> scanned;
     QSet<QString> claimed;
+    QSet<QString> adopted;
 
     Scheduler::HandlePtr timer;
     Scheduler::HandlePtr pending;

@@ -1,6 +1,7 @@
 #include "sync/CloudSyncIndex.h"
 
 #include "exchange/IsoStamp.h"
+#include "notes/Paths.h"
 #include "platform/Log.h"
 
 #include <QDir>
@@ -8,15 +9,10 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSaveFile>
-#include <QStandardPaths>
 
 using namespace Qt::Literals::StringLiterals;
 
-QString CloudSyncIndex::defaultPath()
-{
-    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
-           + u"/Pondrift/"_s + fileName();
-}
+QString CloudSyncIndex::defaultPath() { return Paths::support() + u'/' + fileName(); }
 
 CloudSyncIndex CloudSyncIndex::load(const QString& path)
 {
