@@ -1,3 +1,5 @@
+#include "notes/Store.h"
+
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -49,27 +51,15 @@ class TestLaunch : public QObject {
         return env;
     }
 
-private Q_SLOTS:
-    void staysRunningWithoutAWindowAndQuitsOnRequest_data()
+    // Starts the program in the given home, checks that it stays up with nothing shown, and
+    // ends it with the signal.
+    static void runOnce(const QString& home, int signalNumber, const TestLaunch& test)
     {
-        QTest::addColumn<int>("signalNumber");
-        QTest::newRow("SIGTERM from the session") << int(SIGTERM);
-        QTest::newRow("SIGINT from a terminal") << int(SIGINT);
-    }
-    void staysRunningWithoutAWindowAndQuitsOnRequest()
-    {
-        QFETCH(int, signalNumber);
-        QTemporaryDir home;
-        QVERIFY(home.isValid());
-        QDir(home.path()).mkpath(u"run"_s);
-        QFile::setPermissions(home.path() + u"/run"_s, QFileDevice::ReadOwner
-                                                           | QFileDevice::WriteOwner
-                                                           | QFileDevice::ExeOwner);
         const int before = viewableTopLevels();
         QVERIFY2(before >= 0, "no X server; run this test under xvfb-run");
 
         QProcess program;
-        program.setProcessEnvironment(isolatedEnvironment(home.path()));
+        program.setProcessEnvironment(test.isolatedEnvironment(home));
         program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
         program.start(QString::fromUtf8(PONDRIFT_BINARY), {});
         QVERIFY(program.waitForStarted());
@@ -83,6 +73,53 @@ private Q_SLOTS:
         QVERIFY(program.waitForFinished(15000));
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
         QCOMPARE(program.exitCode(), 0);
+    }
+
+    static QString makeHome(const QTemporaryDir& dir)
+    {
+        QDir(dir.path()).mkpath(u"run"_s);
+        QFile::setPermissions(dir.path() + u"/run"_s,
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner
+                                  | QFileDevice::ExeOwner);
+        return dir.path();
+    }
+
+private Q_SLOTS:
+    void staysRunningWithoutAWindowAndQuitsOnRequest_data()
+    {
+        QTest::addColumn<int>("signalNumber");
+        QTest::newRow("SIGTERM from the session") << int(SIGTERM);
+        QTest::newRow("SIGINT from a terminal") << int(SIGINT);
+    }
+    void staysRunningWithoutAWindowAndQuitsOnRequest()
+    {
+        QFETCH(int, signalNumber);
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        runOnce(makeHome(home), signalNumber, *this);
+    }
+
+    void firstStartSeedsTheWelcomeNoteAndASecondStartKeepsIt()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        const QString dataFolder = makeHome(home) + u"/data/Pondrift"_s;
+
+        runOnce(home.path(), SIGTERM, *this);
+        QList<Note> first;
+        {
+            Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s);
+            first = store.load();
+        }
+        QCOMPARE(first.size(), 1);
+        QVERIFY(first.front().body.startsWith(u"# "_s));
+        QCOMPARE(QFileInfo(dataFolder + u"/note.key"_s).size(), 32);
+
+        // The second start reads the sealed body back through the same key and seeds nothing.
+        runOnce(home.path(), SIGTERM, *this);
+        Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s);
+        const QList<Note> second = store.load();
+        QCOMPARE(second, first);
     }
 };
 
