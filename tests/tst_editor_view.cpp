@@ -394,6 +394,16 @@ void EditorViewTest::outsideTextAndConfigurationChanges()
     QCOMPARE(view->textCursor().position(), 3);
     QVERIFY(EditorStyleEngine::styledFormat(*view->document(), 6).fontWeight() >= QFont::DemiBold);
 
+    // CR LF from outside reads back as LF, and the same text given again changes nothing.
+    view->setText(u"x\r\ny"_s);
+    QCOMPARE(view->text(), u"x\ny"_s);
+    placeCaret(*view, 3);
+    const int before = int(changed.count());
+    view->setText(u"x\r\ny"_s);
+    QCOMPARE(int(changed.count()), before);
+    QCOMPARE(view->textCursor().position(), 3);
+    view->setText(u"new **text** here"_s);
+
     // A new ink restyles everything at once.
     auto config = configuration();
     config.ink = QColor(200, 0, 0);

@@ -36,6 +36,19 @@ QList<ImageToken> tokensIn(const QTextDocument& document, TextRange range)
     return found;
 }
 
+// The text as a QTextDocument holds it: CR LF, CR and U+2029 all become one block break,
+// which reads back as "\n". Every other character stays as it is.
+QString asDocumentHolds(const QString& text)
+{
+    if (!text.contains(u'\r') && !text.contains(QChar::ParagraphSeparator))
+        return text;
+    QString held = text;
+    held.replace(u"\r\n"_s, u"\n"_s);
+    held.replace(u'\r', u'\n');
+    held.replace(QChar::ParagraphSeparator, u'\n');
+    return held;
+}
+
 QString charAt(const QTextDocument& document, qsizetype position)
 {
     return EditorStyleEngine::text(document, {position, 1});
@@ -90,8 +103,11 @@ QString NoteTextView::text() const
     return *cachedText;
 }
 
-void NoteTextView::setText(const QString& newText)
+void NoteTextView::setText(const QString& incoming)
 {
+    // A body with CR LF breaks reads back with LF: the same text, not a change to apply
+    // again on every update.
+    const QString newText = asDocumentHolds(incoming);
     if (!hasMarkedText() && newText != text()) {
         const TextRange selection = selectedRange();
         isApplyingStyles = true;

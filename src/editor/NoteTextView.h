@@ -48,6 +48,7 @@ public:
     ~NoteTextView() override;
 
     // The text as the user has it, block breaks as "\n"; every other character as typed.
+    // QTextDocument keeps no CR: a CR LF or CR given to the view reads back as "\n".
     QString text() const;
     // The binding's side: the surface's text. Replaces the view's text only when it differs,
     // and never while an input method composes.

@@ -18,6 +18,13 @@ class QTextBlock;
 // Shows a note's pictures. The token's text is hidden by the styling engine, its line is
 // given the picture's height (see reservedLineHeight), and a child widget of the viewport
 // carrying the picture lies over that room, so it scrolls with the text. A click selects a
+//
+// The trap in reserving the room: QTextBlockFormat::setLineHeight is a document edit, so it
+// lands on the undo stack (Ctrl+Z would shrink a picture's line) and marks the note
+// modified; turning undo off around it clears the whole stack. Instead the token's first
+// (hidden, zero-width) character takes a font whose line box is the picture's height, set
+// among the layout formats like any other style: the line grows, nothing is recorded.
+//
 // picture; its corner handle resizes it, and the new width goes back into the token as one
 // undoable edit when the drag ends. One per NoteTextView.
 class NoteImageOverlay final : public QObject {
