@@ -65,7 +65,6 @@ class EditorViewTest : public QObject {
 private Q_SLOTS:
     void initTestCase();
     void init();
-    void cleanup();
 
     void typingThenUndoRestoresTheTextAndNeverAStyle();
     void returnOnTaskLines_data();
@@ -109,10 +108,6 @@ void EditorViewTest::initTestCase()
 void EditorViewTest::init()
 {
     desktop.openedUrls.clear();
-}
-
-void EditorViewTest::cleanup()
-{
 }
 
 QString EditorViewTest::makeImage(int width, int height)
@@ -259,6 +254,14 @@ void EditorViewTest::backspaceRevealsAPictureBeforeRemovingIt()
     QVERIFY(!view->revealedImageID());
     QVERIFY(EditorStyleEngine::isHidden(*view->document(), tokenStart));
     QCOMPARE(view->imageOverlays()->widgets().size(), 1);
+
+    // Delete at the token's start reveals it the same way.
+    placeCaret(*view, tokenStart);
+    QTest::keyClick(view.get(), Qt::Key_Delete);
+    QCOMPARE(view->text(), text);
+    QCOMPARE(view->selectedRange(), (TextRange{tokenStart, token.size()}));
+    QTest::keyClick(view.get(), Qt::Key_Delete);
+    QCOMPARE(view->text(), u"before\n\nafter"_s);
 }
 
 void EditorViewTest::typingAfterARevealKeepsThePicture()
