@@ -1,6 +1,6 @@
 // The editor's hot paths, each beside a baseline from the same run:
-//   Styling/N        the engine's work for one keystroke mid-note (the touched lines)
-//   StylingBase/N    the eight expressions over the same lines, touching nothing
+//   Styling/N        one keystroke's edit and the engine's work on the touched lines
+//   StylingBase/N    the same edit, and the eight expressions over the same lines
 //   Keystroke/N      a key event into NoteTextView: insert, restyle, layout (no paint)
 //   KeystrokePlain/N the same with Markdown styling off (the view's own plumbing)
 //   KeystrokeBase/N  the same key event into a bare QTextEdit with the same text
@@ -195,32 +195,57 @@ void KeystrokeBase(benchmark::State& state)
     keystrokes(state, bareView(int(state.range(0))));
 }
 
-// The engine's own work: a document with the same text but no layout attached, so that the
-// figure holds the expressions, the runs and the formats, and not Qt's relayout (which the
-// keystroke figures carry).
+// The engine's own work for one keystroke: a document with the same text but no layout
+// attached, so that the figure holds the expressions, the runs and the formats, and not Qt's
+// relayout (which the keystroke figures carry). Each round types or removes one letter, as a
+// keystroke does, so the formats really change; the baseline makes the same edit and runs the
+// eight expressions over the same lines.
+struct StylingFixture {
+    explicit StylingFixture(int lines)
+    {
+        document.setPlainText(note(lines));
+        QTextBlock block = document.findBlockByNumber(document.blockCount() / 2);
+        while (block.isValid() && !block.text().startsWith(u"Met with"_s))
+            block = block.next();
+        position = block.position() + 17;
+        cursor = QTextCursor(&document);
+    }
+
+    QList<TextRange> edit()
+    {
+        cursor.setPosition(position);
+        if (typed)
+            cursor.deleteChar();
+        else
+            cursor.insertText(u"a"_s);
+        typed = !typed;
+        return EditorStyleEngine::affectedLineRanges({{position, typed ? 1 : 0}}, document);
+    }
+
+    QTextDocument document;
+    QTextCursor cursor;
+    int position = 0;
+    bool typed = false;
+};
+
 void Styling(benchmark::State& state)
 {
-    NoteTextView& view = styledView(int(state.range(0)));
-    QTextDocument document;
-    document.setPlainText(view.text());
-    const int position = midPosition(view);
-    const QList<TextRange> lines = EditorStyleEngine::affectedLineRanges({{position, 1}}, document);
+    StylingFixture fixture(int(state.range(0)));
     EditorStyleEngine::Options options;
     options.ink = QColor(40, 40, 40);
     options.size = 14;
     options.bodyFont = body;
     for (auto _ : state) {
+        const QList<TextRange> lines = fixture.edit();
         benchmark::DoNotOptimize(EditorStyleEngine::apply(
-            document, lines, EditorStyleEngine::lineRange(position, document), std::nullopt, options));
+            fixture.document, lines, EditorStyleEngine::lineRange(fixture.position, fixture.document),
+            std::nullopt, options));
     }
 }
 
 void StylingBase(benchmark::State& state)
 {
-    NoteTextView& view = styledView(int(state.range(0)));
-    const QTextDocument& document = *view.document();
-    const int position = midPosition(view);
-    const QList<TextRange> lines = EditorStyleEngine::affectedLineRanges({{position, 1}}, document);
+    StylingFixture fixture(int(state.range(0)));
     static const QList<QRegularExpression> expressions = [] {
         QList<QRegularExpression> list;
         for (const QString& pattern :
@@ -237,9 +262,10 @@ void StylingBase(benchmark::State& state)
         return list;
     }();
     for (auto _ : state) {
+        const QList<TextRange> lines = fixture.edit();
         qsizetype found = 0;
         for (const TextRange& range : lines) {
-            const QString s = EditorStyleEngine::text(document, range);
+            const QString s = EditorStyleEngine::text(fixture.document, range);
             for (const QRegularExpression& re : expressions) {
                 for (auto it = re.globalMatch(s); it.hasNext();)
                     found += it.next().capturedLength(0);

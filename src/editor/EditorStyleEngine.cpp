@@ -719,13 +719,21 @@ QString text(const QTextDocument& document, TextRange range)
 
 std::optional<QUrl> openableURL(const QString& text)
 {
+    // Every keystroke on a line with a link asks again for the same address; parsing is the
+    // dear part. A small memory of answers, dropped whole when it fills.
+    static QHash<QString, std::optional<QUrl>> known;
+    if (auto it = known.constFind(text); it != known.cend())
+        return *it;
+    if (known.size() > 512)
+        known.clear();
+    std::optional<QUrl> answer;
     const QUrl url(text, QUrl::StrictMode);
-    if (!url.isValid() || url.scheme().isEmpty())
-        return std::nullopt;
     const QString scheme = url.scheme().toLower();
-    if (scheme != u"http"_s && scheme != u"https"_s && scheme != u"mailto"_s)
-        return std::nullopt;
-    return url;
+    if (url.isValid() && !scheme.isEmpty()
+        && (scheme == u"http"_s || scheme == u"https"_s || scheme == u"mailto"_s))
+        answer = url;
+    known.insert(text, answer);
+    return answer;
 }
 
 // --- Styling ------------------------------------------------------------------------------------
