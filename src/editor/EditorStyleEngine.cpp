@@ -436,8 +436,10 @@ public:
             const qsizetype to = std::min(range.end(), textEnd);
             if ((to > from || !block.layout()->formats().isEmpty())
                 && writeBlock(block, pass, from, std::max(from, to), range.location)) {
+                // Up to the block's break, not past it: the layout redoes every block that
+                // starts at or before the end of the notice, the next one included.
                 dirtyFrom = std::min(dirtyFrom, blockStart);
-                dirtyTo = std::max(dirtyTo, blockStart + block.length());
+                dirtyTo = std::max(dirtyTo, blockStart + block.length() - 1);
             }
             block = block.next();
         }
@@ -768,7 +770,7 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
         writer.write(pass, range, dirtyFrom, dirtyTo);
     }
     // One notice for the whole pass, so the layout runs once over what changed.
-    if (dirtyTo > dirtyFrom)
+    if (dirtyTo >= dirtyFrom)
         document.markContentsDirty(int(dirtyFrom), int(dirtyTo - dirtyFrom));
     return normalized;
 }
