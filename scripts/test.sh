@@ -8,7 +8,7 @@ bash "$root/scripts/install-deps.sh"
 cmake -S "$root" -B "$root/build/test" -DCMAKE_BUILD_TYPE=Debug -DPONDRIFT_SANITIZE=ON >/dev/null
 cmake --build "$root/build/test" -j"$(nproc)"
 
-export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:strict_string_checks=1:detect_stack_use_after_return=1"
+export ASAN_OPTIONS="detect_leaks=1:abort_on_error=1:detect_stack_use_after_return=1"
 export LSAN_OPTIONS="suppressions=$root/tests/lsan.supp:print_suppressions=0"
 export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 export QT_QPA_FONTDIR=/usr/share/fonts
