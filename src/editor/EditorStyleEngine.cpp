@@ -759,19 +759,29 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
             return f;
         };
     FormatWriter writer(document, resolved, base);
-    qsizetype dirtyFrom = std::numeric_limits<qsizetype>::max();
-    qsizetype dirtyTo = -1;
+    // Each notice makes Qt walk every block below it once, and lays out every block it covers:
+    // ranges close together share one notice, ranges far apart (the caret jumping from the
+    // top of a note to its end) get one each rather than relaying all the lines between.
+    constexpr qsizetype nearby = 256;
+    QList<TextRange> notices;
     for (const TextRange& range : normalized) {
         const QString s = text(document, range);
         Pass pass(resolved, range.location, s.size(), revealing);
         if (resolved.markdownEnabled && holdsMarkdownChar(s))
             styleMarkdown(pass, s, forceRevealImageID);
         styleCompletedTasks(pass, s);
+        qsizetype dirtyFrom = std::numeric_limits<qsizetype>::max();
+        qsizetype dirtyTo = -1;
         writer.write(pass, range, dirtyFrom, dirtyTo);
+        if (dirtyTo < dirtyFrom)
+            continue;
+        if (!notices.isEmpty() && dirtyFrom - notices.back().end() <= nearby)
+            notices.back().length = dirtyTo - notices.back().location;
+        else
+            notices.append({dirtyFrom, dirtyTo - dirtyFrom});
     }
-    // One notice for the whole pass, so the layout runs once over what changed.
-    if (dirtyTo >= dirtyFrom)
-        document.markContentsDirty(int(dirtyFrom), int(dirtyTo - dirtyFrom));
+    for (const TextRange& notice : notices)
+        document.markContentsDirty(int(notice.location), int(notice.length));
     return normalized;
 }
 
