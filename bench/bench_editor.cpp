@@ -5,6 +5,7 @@
 //   KeystrokePlain/N the same with Markdown styling off (the view's own plumbing)
 //   KeystrokeBase/N  the same key event into a bare QTextEdit with the same text
 //   CaretMove/N      a caret move to another line (two lines restyled) and its base
+//   CaretJump/N      a caret move between the middle and the top (two lines far apart)
 //   FullPass         a whole-note pass over the 1 MiB note, against the bare view's own
 //                    setPlainText of that note
 // N is the note's length in lines; 20,000 lines is about 1 MiB of text. Keystroke figures
@@ -276,10 +277,11 @@ void StylingBase(benchmark::State& state)
 }
 
 template <typename Edit>
-void caretMoves(benchmark::State& state, Edit& edit)
+void caretMoves(benchmark::State& state, Edit& edit, bool far = false)
 {
     const int position = midPosition(edit);
-    const int other = edit.document()->findBlock(position).next().next().position() + 3;
+    const int other = far ? edit.document()->findBlockByNumber(1).position() + 3
+                          : edit.document()->findBlock(position).next().next().position() + 3;
     bool there = false;
     for (auto _ : state) {
         placeCaret(edit, there ? position : other);
@@ -291,6 +293,12 @@ void caretMoves(benchmark::State& state, Edit& edit)
 void CaretMove(benchmark::State& state)
 {
     caretMoves(state, styledView(int(state.range(0))));
+}
+
+// From the middle of the note to its second line and back: two lines far apart.
+void CaretJump(benchmark::State& state)
+{
+    caretMoves(state, styledView(int(state.range(0))), true);
 }
 
 void CaretMoveBase(benchmark::State& state)
@@ -329,6 +337,7 @@ BENCHMARK(Keystroke)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosec
 BENCHMARK(KeystrokePlain)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(KeystrokeBase)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(CaretMove)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
+BENCHMARK(CaretJump)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(CaretMoveBase)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FullPass)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(FullPassBase)->Unit(benchmark::kMillisecond)->Iterations(3);

@@ -759,9 +759,8 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
             return f;
         };
     FormatWriter writer(document, resolved, base);
-    // Each notice makes Qt walk every block below it once, and lays out every block it covers:
-    // ranges close together share one notice, ranges far apart (the caret jumping from the
-    // top of a note to its end) get one each rather than relaying all the lines between.
+    // Each notice makes Qt walk every block below it once and lay out every block it covers:
+    // ranges close together share one notice, ranges far apart get one each.
     constexpr qsizetype nearby = 256;
     QList<TextRange> notices;
     for (const TextRange& range : normalized) {
@@ -780,6 +779,8 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
         else
             notices.append({dirtyFrom, dirtyTo - dirtyFrom});
     }
+    // Known cost: QTextDocumentLayout lays out again every line between two notices (or
+    // inside one wide notice), so a caret jump across a long note relays what lies between.
     for (const TextRange& notice : notices)
         document.markContentsDirty(int(notice.location), int(notice.length));
     return normalized;
