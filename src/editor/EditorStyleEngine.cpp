@@ -760,29 +760,35 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
         };
     FormatWriter writer(document, resolved, base);
     // Each notice makes Qt walk every block below it once and lay out every block it covers:
-    // ranges close together share one notice, ranges far apart get one each.
+    // ranges close together share one notice, ranges far apart get one each. A notice goes
+    // out before the next far range's formats are set: a block whose layout was thrown away
+    // but not yet announced makes Qt's walk lay out again every line between.
     constexpr qsizetype nearby = 256;
-    QList<TextRange> notices;
+    std::optional<TextRange> pending;
+    auto announce = [&] {
+        if (pending)
+            document.markContentsDirty(int(pending->location), int(pending->length));
+        pending.reset();
+    };
     for (const TextRange& range : normalized) {
         const QString s = text(document, range);
         Pass pass(resolved, range.location, s.size(), revealing);
         if (resolved.markdownEnabled && holdsMarkdownChar(s))
             styleMarkdown(pass, s, forceRevealImageID);
         styleCompletedTasks(pass, s);
+        if (pending && range.location - pending->end() > nearby)
+            announce();
         qsizetype dirtyFrom = std::numeric_limits<qsizetype>::max();
         qsizetype dirtyTo = -1;
         writer.write(pass, range, dirtyFrom, dirtyTo);
         if (dirtyTo < dirtyFrom)
             continue;
-        if (!notices.isEmpty() && dirtyFrom - notices.back().end() <= nearby)
-            notices.back().length = dirtyTo - notices.back().location;
+        if (pending)
+            pending->length = dirtyTo - pending->location;
         else
-            notices.append({dirtyFrom, dirtyTo - dirtyFrom});
+            pending = TextRange{dirtyFrom, dirtyTo - dirtyFrom};
     }
-    // Known cost: QTextDocumentLayout lays out again every line between two notices (or
-    // inside one wide notice), so a caret jump across a long note relays what lies between.
-    for (const TextRange& notice : notices)
-        document.markContentsDirty(int(notice.location), int(notice.length));
+    announce();
     return normalized;
 }
 
