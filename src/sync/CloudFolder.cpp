@@ -127,16 +127,18 @@ QString CloudFolder::conflictName(const QString& name, Date at)
 
 std::optional<CloudFolder::Resolved> CloudFolder::resolvedName(const QString& entry)
 {
-    const QString md = u'.' + fileExtension();
-    if (entry.startsWith(u'.') && entry.endsWith(placeholderSuffix)) {
-        const QString name = entry.sliced(1, entry.size() - 1 - placeholderSuffix.size());
-        if (name.toLower().endsWith(md))
-            return Resolved{name, false};
-        return std::nullopt;
+    // Called for every entry of every scan: no allocation on the way.
+    static const QString md = u".md"_s;
+    if (entry.startsWith(u'.')) {
+        if (!entry.endsWith(placeholderSuffix))
+            return std::nullopt;
+        const QStringView name =
+            QStringView(entry).sliced(1, entry.size() - 1 - placeholderSuffix.size());
+        if (!name.endsWith(md, Qt::CaseInsensitive))
+            return std::nullopt;
+        return Resolved{name.toString(), false};
     }
-    if (entry.startsWith(u'.'))
-        return std::nullopt;
-    if (entry.toLower().endsWith(md))
+    if (entry.endsWith(md, Qt::CaseInsensitive))
         return Resolved{entry, true};
     return std::nullopt;
 }
@@ -184,6 +186,7 @@ FolderScan CloudFolder::scan()
     if (!dir)
         return result;
     const int fd = ::dirfd(dir);
+    result.documents.reserve(lastScanSize);
     while (const dirent* entry = ::readdir(dir)) {
         const QString raw = QFile::decodeName(entry->d_name);
         const auto resolved = resolvedName(raw);
@@ -206,6 +209,7 @@ FolderScan CloudFolder::scan()
         result.documents.insert(resolved->name, dateOf(st));
     }
     ::closedir(dir);
+    lastScanSize = result.documents.size();
     // A placeholder and its downloaded file can briefly stand side by side: the file counts.
     for (auto it = result.documents.cbegin(); it != result.documents.cend(); ++it)
         result.unresolved.remove(it.key());

@@ -69,4 +69,6 @@ private:
 
     std::function<QString()> rootProvider;
     std::function<Date()> clock;
+    // The size of the last scan, so the next one reserves its table once.
+    qsizetype lastScanSize = 0;
 };

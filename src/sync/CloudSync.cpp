@@ -113,11 +113,29 @@ bool CloudSync::syncNow()
     }
 
     const FolderScan scan = folder.scan();
-    for (const QString& name : scan.allNames())
-        claimed.insert(name.toLower());
+    // Only a pass that names a file needs every name in the folder; most passes name none.
+    claimedNames = [&scan] {
+        QSet<QString> names;
+        names.reserve(scan.documents.size() + scan.unresolved.size());
+        for (auto it = scan.documents.cbegin(); it != scan.documents.cend(); ++it)
+            names.insert(it.key().toLower());
+        for (const QString& name : scan.unresolved)
+            names.insert(name.toLower());
+        return names;
+    };
     const QList<Note> notes = store.notes();
-    trackVanished(notes);
+    forgetOldVanished();
     settleRestoredDates(scan, notes);
+
+    // The planner is pure: when the notes are the very list of the last quiet pass, the
+    // index has not moved and the folder looks the same, it would plan nothing again. This
+    // keeps a quiet pass close to the cost of listing the folder.
+    const bool sameAsLastQuietPass = lastPassQuiet && notes.isSharedWith(previousNotes)
+                                     && syncIndex.revision() == quietRevision
+                                     && scan.unresolved == lastScan.unresolved
+                                     && scan.documents == lastScan.documents;
+    if (sameAsLastQuietPass)
+        return finishPass({}, notes, scan);
     const QList<SyncPlan::RemoteFile> remote = remoteFiles(scan);
 
     QSet<QString> unresolved = scan.unresolved;
@@ -131,24 +149,35 @@ bool CloudSync::syncNow()
         }
     }
 
-    const QList<Action> planned =
-        applyHolds(SyncPlan::actions(notes, remote, unresolved, syncIndex));
+    const QList<Action> raw = SyncPlan::actions(notes, remote, unresolved, syncIndex);
+    const QList<Action> planned = applyHolds(raw);
     for (const Action& action : planned)
         carryOut(action);
+    return finishPass(planned, notes, scan, raw.isEmpty());
+}
+
+bool CloudSync::finishPass(const QList<SyncPlan::Action>& planned, const QList<Note>& notes,
+                           const FolderScan& scan, bool quiet)
+{
     lastActions = planned;
     if (!planned.isEmpty() || indexChanged)
         syncIndex.save(indexPath);
 
-    knownIDs.clear();
-    for (const Note& note : store.notes())
-        knownIDs.insert(note.id);
+    // Shares the store's list until either side changes; ids are only looked at when a
+    // later pass pulls a note that is not in the store.
+    previousNotes = planned.isEmpty() ? notes : store.notes();
+    previousIDs.reset();
+    lastPassQuiet = quiet && !indexChanged;
+    quietRevision = syncIndex.revision();
+    lastScan = scan;
 
     const Date now = scheduler.now();
     const bool changed = last != now;
     last = now;
     isRunning = false;
     scanned.clear();
-    claimed.clear();
+    claimed.reset();
+    claimedNames = nullptr;
     adopted.clear();
     if (changed)
         Q_EMIT lastSyncChanged();
@@ -157,7 +186,7 @@ bool CloudSync::syncNow()
     return true;
 }
 
-void CloudSync::trackVanished(const QList<Note>& notes)
+void CloudSync::forgetOldVanished()
 {
     const Date now = scheduler.now();
     for (auto it = vanished.begin(); it != vanished.end();) {
@@ -166,13 +195,24 @@ void CloudSync::trackVanished(const QList<Note>& notes)
         else
             ++it;
     }
-    if (knownIDs.isEmpty())
-        return;
-    for (const Note& note : notes)
-        knownIDs.remove(note.id);
-    // What is left went away since the last pass: perhaps into the store's undo slot.
-    for (const QString& id : std::as_const(knownIDs))
-        vanished.insert(id, now);
+}
+
+bool CloudSync::wasInStore(const QString& id)
+{
+    if (!previousIDs) {
+        previousIDs.emplace();
+        previousIDs->reserve(previousNotes.size());
+        for (const Note& note : std::as_const(previousNotes))
+            previousIDs->insert(note.id);
+    }
+    return previousIDs->contains(id);
+}
+
+QSet<QString>& CloudSync::claimedSet()
+{
+    if (!claimed)
+        claimed = claimedNames ? claimedNames() : QSet<QString>{};
+    return *claimed;
 }
 
 void CloudSync::settleRestoredDates(const FolderScan& scan, const QList<Note>& notes)
@@ -180,10 +220,7 @@ void CloudSync::settleRestoredDates(const FolderScan& scan, const QList<Note>& n
     // The index file keeps whole seconds while notes and files carry fractions. An entry
     // read from disk whose whole second still matches stands for that exact date: settle it,
     // so that a restart alone never looks like a change on either side.
-    bool anyCoarse = false;
-    for (const auto& entry : syncIndex.entries())
-        anyCoarse = anyCoarse || entry.coarseFile || entry.coarseSynced;
-    if (!anyCoarse)
+    if (syncIndex.coarseCount() == 0)
         return;
     QHash<QString, Date> modified;
     modified.reserve(notes.size());
@@ -277,8 +314,12 @@ QList<Action> CloudSync::applyHolds(QList<Action> actions)
             continue;
         if (a.kind == Action::Kind::Pull) {
             // A note that left the store within the undo window stays out until the window
-            // has passed: taking it in now and undoing later would give two records.
+            // has passed: taking it in now and undoing later would give two records. A
+            // pulled id that the last pass still saw in the store, and that is not there
+            // now, has just left it.
             const auto note = scanned.constFind(a.fileName);
+            if (note != scanned.cend() && wasInStore(note->id) && !store.note(note->id))
+                vanished.insert(note->id, scheduler.now());
             if (note != scanned.cend() && vanished.contains(note->id))
                 continue;
         }
@@ -347,7 +388,7 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
         // Renamed elsewhere: the new name stands.
         target = *existingFileName;
     } else {
-        QSet<QString> avoiding = claimed;
+        QSet<QString> avoiding = claimedSet();
         if (indexed)
             avoiding.remove(indexed->toLower());
         if (existingFileName)
@@ -359,12 +400,12 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
     // case, writing the new name and removing the old would remove the document itself.
     if (old && *old != target && old->toLower() == target.toLower())
         target = *old;
-    claimed.insert(target.toLower());
+    claimedSet().insert(target.toLower());
     if (!folder.write(NoteDocument::render(*note), target))
         return false;
     if (old && *old != target) {
         folder.remove(*old);
-        claimed.remove(old->toLower());
+        claimedSet().remove(old->toLower());
     }
     syncIndex.record(noteID, target, note->modified,
                      folder.modificationDate(target).value_or(scheduler.now()));

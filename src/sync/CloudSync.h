@@ -69,6 +69,8 @@ Q_SIGNALS:
 
 private:
     void scheduleLocalPush();
+    bool finishPass(const QList<SyncPlan::Action>& planned, const QList<Note>& notes,
+                    const FolderScan& scan, bool quiet = true);
     void settleRestoredDates(const FolderScan& scan, const QList<Note>& notes);
     QList<SyncPlan::RemoteFile> remoteFiles(const FolderScan& scan);
     QList<SyncPlan::Action> applyHolds(QList<SyncPlan::Action> actions);
@@ -81,7 +83,9 @@ private:
     void deleteRemote(const QString& fileName);
     void resolve(const QString& noteID, const QString& fileName, bool localWins);
     void answered(MassDeletePrompt::Answer answer);
-    void trackVanished(const QList<Note>& notes);
+    void forgetOldVanished();
+    bool wasInStore(const QString& id);
+    QSet<QString>& claimedSet();
 
     SyncFolderGateway& folder;
     NoteStoring& store;
@@ -99,7 +103,8 @@ private:
     // Per pass: the notes parsed from files read in this pass, and every name taken in the
     // folder (lower-cased), so that a new note never takes a name that exists.
     QHash<QString, Note> scanned;
-    QSet<QString> claimed;
+    std::optional<QSet<QString>> claimed;
+    std::function<QSet<QString>()> claimedNames;
     QSet<QString> adopted;
 
     Scheduler::HandlePtr timer;
@@ -114,8 +119,13 @@ private:
     std::optional<MassDeletePrompt::Answer> deferredAnswer;
     std::shared_ptr<bool> alive = std::make_shared<bool>(true);
 
-    // The undo gap: ids that left the store recently, with the moment they were seen gone.
-    QSet<QString> knownIDs;
+    // The undo gap: the notes the last pass left in the store (their ids built only when
+    // needed), and ids that left it recently, with the moment they were seen gone.
+    QList<Note> previousNotes;
+    bool lastPassQuiet = false;
+    quint64 quietRevision = 0;
+    FolderScan lastScan;
+    std::optional<QSet<QString>> previousIDs;
     QHash<QString, Date> vanished;
     // Files adopted in a pass whose write failed: the next attempt keeps the same new id,
     // so a retry replaces the note instead of making a second one.

@@ -50,6 +50,7 @@ std::optional<CloudSyncIndex> CloudSyncIndex::decode(const QByteArray& data)
         Entry& entry = index.table[it.key()];
         entry.coarseSynced = true;
         entry.coarseFile = true;
+        ++index.coarse;
     }
     return index;
 }
@@ -107,6 +108,7 @@ void CloudSyncIndex::record(const QString& noteID, const QString& fileName, Date
                             Date fileModified)
 {
     forget(noteID);
+    ++changes;
     table.insert(noteID, Entry{fileName, noteModified, fileModified});
     byFileName.insert(fileName, noteID);
 }
@@ -116,14 +118,19 @@ void CloudSyncIndex::forget(const QString& noteID)
     const auto it = table.find(noteID);
     if (it == table.end())
         return;
+    ++changes;
     byFileName.remove(it->fileName, noteID);
+    if (it->coarseSynced || it->coarseFile)
+        --coarse;
     table.erase(it);
 }
 
 void CloudSyncIndex::forgetAll()
 {
+    ++changes;
     table.clear();
     byFileName.clear();
+    coarse = 0;
 }
 
 void CloudSyncIndex::refine(const QString& noteID, std::optional<Date> syncedModified,
@@ -132,6 +139,8 @@ void CloudSyncIndex::refine(const QString& noteID, std::optional<Date> syncedMod
     const auto it = table.find(noteID);
     if (it == table.end())
         return;
+    ++changes;
+    const bool wasCoarse = it->coarseSynced || it->coarseFile;
     if (syncedModified) {
         it->syncedModified = *syncedModified;
         it->coarseSynced = false;
@@ -140,4 +149,6 @@ void CloudSyncIndex::refine(const QString& noteID, std::optional<Date> syncedMod
         it->fileModified = *fileModified;
         it->coarseFile = false;
     }
+    if (wasCoarse && !it->coarseSynced && !it->coarseFile)
+        --coarse;
 }

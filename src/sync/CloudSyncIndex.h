@@ -48,6 +48,10 @@ public:
     const Entry* entry(const QString& noteID) const;
     bool isEmpty() const { return table.isEmpty(); }
     qsizetype size() const { return table.size(); }
+    // Entries with a date still cut to whole seconds by the last load.
+    qsizetype coarseCount() const { return coarse; }
+    // Moves on with every change, so that a caller can tell that nothing changed.
+    quint64 revision() const { return changes; }
 
     // The id whose entry names exactly this file (case sensitive); which one when two do is
     // unspecified.
@@ -70,4 +74,6 @@ private:
     QHash<QString, Entry> table;
     // fileName -> ids, so that looking up every scanned name stays linear in the folder.
     QMultiHash<QString, QString> byFileName;
+    qsizetype coarse = 0;
+    quint64 changes = 0;
 };

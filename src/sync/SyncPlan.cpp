@@ -92,11 +92,14 @@ QString Action::toString() const
 
 QString canonical(const QString& text)
 {
-    // Nothing below U+0300 composes or decomposes under NFC, and file names and ids are
-    // nearly always plain ASCII: skip the normaliser for them.
-    const bool plain = std::all_of(text.cbegin(), text.cend(),
-                                   [](QChar c) { return c.unicode() < 0x300; });
-    return plain ? text : text.normalized(QString::NormalizationForm_C);
+    // Nothing below U+0200 composes or decomposes under NFC, and file names and ids are
+    // nearly always plain ASCII: skip the normaliser for them. One OR over the units keeps
+    // this test cheap enough to run on every id of every pass.
+    const ushort* units = text.utf16();
+    ushort any = 0;
+    for (qsizetype i = 0, n = text.size(); i < n; ++i)
+        any |= units[i];
+    return (any & ~0x1FFu) == 0 ? text : text.normalized(QString::NormalizationForm_C);
 }
 
 bool scalarLess(QStringView a, QStringView b)
@@ -159,15 +162,25 @@ bool isNewer(const RemoteFile& a, const RemoteFile& b)
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                       const QSet<QString>& unresolved, const CloudSyncIndex& index)
 {
-    // Step 1: group the documents by canonical id, in remote order; collect orphans.
-    QHash<QString, QList<qsizetype>> groups;
+    // Step 1: group the documents by canonical id, in remote order; collect orphans. Most
+    // ids have one document, so only the rare second and later ones take a list.
+    QHash<QString, qsizetype> firstOf;
+    firstOf.reserve(remote.size());
+    QHash<QString, QList<qsizetype>> moreOf;
     QStringList orphans;
     for (qsizetype i = 0; i < remote.size(); ++i) {
         const RemoteFile& file = remote[i];
-        if (file.noteID)
-            groups[canonical(*file.noteID)].append(i);
-        else
+        if (!file.noteID) {
             orphans.append(file.fileName);
+            continue;
+        }
+        // One lookup: the slot holds the position plus one, so zero means "new".
+        const QString id = canonical(*file.noteID);
+        qsizetype& slot = firstOf[id];
+        if (slot == 0)
+            slot = i + 1;
+        else
+            moreOf[id].append(i);
     }
 
     // Index entries by canonical id, since a document may spell an id in another form.
@@ -179,14 +192,10 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
     };
 
     // Step 2: one winner per id; the file the index tracks keeps its place.
-    QHash<QString, qsizetype> winners;
-    winners.reserve(groups.size());
-    for (auto it = groups.cbegin(); it != groups.cend(); ++it) {
-        const QList<qsizetype>& members = it.value();
-        if (members.size() == 1) {
-            winners.insert(it.key(), members.front());
-            continue;
-        }
+    QHash<QString, qsizetype>& winners = firstOf;
+    for (auto it = moreOf.cbegin(); it != moreOf.cend(); ++it) {
+        QList<qsizetype> members{firstOf.value(it.key()) - 1};
+        members.append(it.value());
         qsizetype newest = members.front();
         for (qsizetype m : members) {
             if (isNewer(remote[m], remote[newest]))
@@ -202,7 +211,7 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                 }
             }
         }
-        winners.insert(it.key(), keeper);
+        winners.insert(it.key(), keeper + 1);
         for (qsizetype m : members) {
             if (m != keeper)
                 orphans.append(remote[m].fileName);
@@ -235,7 +244,7 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                 result.append(Action::deleteLocal(note.id));
             continue;
         }
-        const RemoteFile& r = remote[w.value()];
+        const RemoteFile& r = remote[w.value() - 1];
         const bool localWins = note.modified > r.effectiveModified();
         if (!entry) {
             if (note.modified == r.declaredModified)
