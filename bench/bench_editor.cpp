@@ -90,10 +90,14 @@ NoDesktop& desktop()
     return d;
 }
 
+// Views are kept between benchmarks (a 1 MiB note takes a while to lay out) and dropped
+// before the application object goes.
+std::map<std::pair<int, bool>, std::unique_ptr<NoteTextView>> styledViews;
+std::map<int, std::unique_ptr<QTextEdit>> bareViews;
+
 NoteTextView& styledView(int lines, bool markdown = true)
 {
-    static std::map<std::pair<int, bool>, std::unique_ptr<NoteTextView>> views;
-    auto& view = views[{lines, markdown}];
+    auto& view = styledViews[{lines, markdown}];
     if (!view) {
         auto config = configuration();
         config.markdownEnabled = markdown;
@@ -107,8 +111,7 @@ NoteTextView& styledView(int lines, bool markdown = true)
 
 QTextEdit& bareView(int lines)
 {
-    static std::map<int, std::unique_ptr<QTextEdit>> views;
-    auto& view = views[lines];
+    auto& view = bareViews[lines];
     if (!view) {
         view = std::make_unique<QTextEdit>();
         view->setAcceptRichText(false);
@@ -349,5 +352,7 @@ int main(int argc, char** argv)
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();
     benchmark::Shutdown();
+    styledViews.clear();
+    bareViews.clear();
     return 0;
 }
