@@ -35,17 +35,7 @@ QList<QStringView> lines(const QString& body)
     return result;
 }
 
-QString trimmedBlanks(QStringView text)
-{
-    qsizetype begin = 0;
-    qsizetype end = text.size();
-    auto blank = [](QChar c) { return c == u' ' || c == u'\t'; };
-    while (begin < end && blank(text[begin]))
-        ++begin;
-    while (end > begin && blank(text[end - 1]))
-        --end;
-    return text.sliced(begin, end - begin).toString();
-}
+QString trimmedBlanks(QStringView text) { return Tasks::trimmedBlanksAndTabs(text).toString(); }
 
 // Up to limit user-perceived characters as they are; beyond that, the first limit and "…".
 QString truncated(const QString& text, int limit)

@@ -5,9 +5,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace Tasks {
-namespace {
 
-QStringView trimBlanksAndTabs(QStringView s)
+QStringView trimmedBlanksAndTabs(QStringView s)
 {
     qsizetype start = 0;
     qsizetype end = s.size();
@@ -18,8 +17,6 @@ QStringView trimBlanksAndTabs(QStringView s)
         --end;
     return s.sliced(start, end - start);
 }
-
-} // namespace
 
 std::optional<QChar> marker(QStringView line)
 {
@@ -32,7 +29,7 @@ QString stripped(QStringView line)
 {
     if (!marker(line))
         return line.toString();
-    return trimBlanksAndTabs(line.sliced(1)).toString();
+    return trimmedBlanksAndTabs(line.sliced(1)).toString();
 }
 
 QString toMarkdown(const QString& body)

@@ -21,6 +21,10 @@ inline bool isTask(QStringView line) { return marker(line).has_value(); }
 // The line without its box, trimmed of blanks and tabs; a line without a box as it stands.
 QString stripped(QStringView line);
 
+// Trims blanks and tabs only, the way every line rule of a note trims: newlines and other
+// white space stay.
+QStringView trimmedBlanksAndTabs(QStringView text);
+
 // Whole-body conversions; indentation before a box is kept both ways.
 QString toMarkdown(const QString& body);
 QString fromMarkdown(const QString& body);
