@@ -228,6 +228,26 @@ private Q_SLOTS:
         QCOMPARE(parsed.note.id, active.front().id);
     }
 
+    void adoptionWhoseRewriteFailsMakesNoSecondNote()
+    {
+        QVERIFY(m->engine->syncNow());
+        writeAll(m->file(u"loose.md"_s), "a plain file");
+        m->folder.stamp(m->file(u"loose.md"_s));
+        m->folder.failingWrites.insert(u"loose.md"_s);
+        clock->advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->store.notes().size(), 1);
+        m->folder.failingWrites.clear();
+        clock->advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->store.notes().size(), 1);
+        // The note's own push may rename the file after its title; there is one either way.
+        QCOMPARE(m->names().size(), 1);
+        const auto parsed = NoteDocument::parse(readAll(m->file(m->names().front())), QString());
+        QVERIFY(parsed.hasIdentity);
+        QCOMPARE(parsed.note.id, m->store.notes().front().id);
+    }
+
     void titleChangesMoveTheFile()
     {
         const Note a = m->create(u"First"_s);
