@@ -5,6 +5,7 @@
 #include <QTest>
 
 #include <csignal>
+#include <functional>
 #include <xcb/xcb.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -53,7 +54,9 @@ class TestLaunch : public QObject {
 
     // Starts the program in the given home, checks that it stays up with nothing shown, and
     // ends it with the signal.
-    static void runOnce(const QString& home, int signalNumber, const TestLaunch& test)
+    // The optional check runs while the program is up, before it is asked to quit.
+    static void runOnce(const QString& home, int signalNumber, const TestLaunch& test,
+                        const std::function<void()>& whileRunning = {})
     {
         const int before = viewableTopLevels();
         QVERIFY2(before >= 0, "no X server; run this test under xvfb-run");
@@ -68,6 +71,8 @@ class TestLaunch : public QObject {
         QVERIFY(!program.waitForFinished(2500));
         QCOMPARE(program.state(), QProcess::Running);
         QCOMPARE(viewableTopLevels(), before);
+        if (whileRunning)
+            whileRunning();
 
         ::kill(static_cast<pid_t>(program.processId()), signalNumber);
         QVERIFY(program.waitForFinished(15000));
@@ -120,6 +125,31 @@ private Q_SLOTS:
         Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s);
         const QList<Note> second = store.load();
         QCOMPARE(second, first);
+    }
+
+    void withSyncOnTheNotesAppearInTheSyncFolder()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        const QString root = makeHome(home) + u"/Nextcloud"_s;
+        QVERIFY(QDir().mkpath(root));
+        QVERIFY(QDir().mkpath(home.path() + u"/config/Pondrift"_s));
+        QFile config(home.path() + u"/config/Pondrift/Pondrift.conf"_s);
+        QVERIFY(config.open(QIODevice::WriteOnly));
+        config.write("[General]\ncloudSyncEnabled=true\n");
+        config.close();
+
+        const QString folder = root + u"/Pondrift"_s;
+        runOnce(home.path(), SIGTERM, *this, [&] {
+            QTRY_VERIFY_WITH_TIMEOUT(
+                !QDir(folder).entryList({u"*.md"_s}, QDir::Files).isEmpty(), 10000);
+        });
+        const QStringList documents = QDir(folder).entryList({u"*.md"_s}, QDir::Files);
+        QCOMPARE(documents.size(), 1);
+        QFile document(folder + u"/"_s + documents.front());
+        QVERIFY(document.open(QIODevice::ReadOnly));
+        QVERIFY(document.readAll().startsWith("---\npondrift-id: "));
+        QVERIFY(QFile::exists(home.path() + u"/data/Pondrift/cloud-index.json"_s));
     }
 };
 

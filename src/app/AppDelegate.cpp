@@ -1,9 +1,14 @@
 #include "app/AppDelegate.h"
 
+#include "app/Settings.h"
 #include "notes/NoteStore.h"
 #include "notes/StorageErrorDialog.h"
 #include "platform/Log.h"
 #include "platform/x11/XkbKeyboardLayout.h"
+#include "sync/CloudFolder.h"
+#include "sync/CloudSync.h"
+#include "sync/CloudSyncIndex.h"
+#include "sync/MassDeleteDialog.h"
 
 #include <QApplication>
 #include <QSessionManager>
@@ -37,6 +42,8 @@ AppDelegate::AppDelegate()
 {
     qApp->setQuitOnLastWindowClosed(false);
     connect(qApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::commitData);
+    connect(qApp, &QGuiApplication::applicationStateChanged, this,
+            &AppDelegate::applicationStateChanged);
     installSignalHandlers();
     installKeyboardLayout();
 }
@@ -100,8 +107,27 @@ void AppDelegate::registerHotKeys() {}
 // Linux installs update through their packages; there is no updater to start.
 void AppDelegate::startUpdater() {}
 
-// Mirroring notes into the sync folder when the setting is on.
-void AppDelegate::reloadCloudSync() {}
+// Mirroring notes into the sync folder when the setting is on. The engine is made once and
+// follows the setting from then on.
+void AppDelegate::reloadCloudSync()
+{
+    if (!cloudSync) {
+        syncFolder = std::make_unique<CloudFolder>([] { return CloudFolder::defaultRoot(); });
+        massDeletePrompt = std::make_unique<MassDeleteDialog>();
+        cloudSync = std::make_unique<CloudSync>(
+            *syncFolder, NoteStore::shared(), Scheduler::shared(), CloudSyncIndex::defaultPath(),
+            [] { return Settings::cloudSyncEnabled(); }, *massDeletePrompt,
+            Settings::cloudSyncInterval);
+    }
+    cloudSync->reload();
+}
+
+// Coming back to the program is a good moment to pick up what other machines wrote.
+void AppDelegate::applicationStateChanged(Qt::ApplicationState state)
+{
+    if (state == Qt::ApplicationActive && cloudSync)
+        cloudSync->syncNow();
+}
 
 void AppDelegate::terminate()
 {

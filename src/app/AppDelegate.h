@@ -6,7 +6,10 @@
 
 #include <memory>
 
+class CloudFolder;
+class CloudSync;
 class KeyboardLayout;
+class MassDeleteDialog;
 class QSessionManager;
 class QSocketNotifier;
 
@@ -45,8 +48,12 @@ private:
     void onSignal();
 
     void installKeyboardLayout();
+    void applicationStateChanged(Qt::ApplicationState state);
 
     AppLifecycle quitPath;
     QSocketNotifier* signalNotifier = nullptr;
     std::unique_ptr<KeyboardLayout> keyboardLayout;
+    std::unique_ptr<CloudFolder> syncFolder;
+    std::unique_ptr<MassDeleteDialog> massDeletePrompt;
+    std::unique_ptr<CloudSync> cloudSync;
 };
