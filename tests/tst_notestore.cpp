@@ -374,6 +374,30 @@ private Q_SLOTS:
         QCOMPARE(changes.size(), 1);
     }
 
+    void arrivalDuringTheUndoWindowSupersedesTheDeletedCopy()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        ImageStore::setDirectory(lib.images());
+        const QString kept = lib.image();
+        const QString dropped = lib.image();
+        const Note note = notes.create(token(kept) + token(dropped));
+        notes.deleteNote(note.id);
+
+        Note arrived = note;
+        arrived.body = u"edited elsewhere "_s + token(kept);
+        arrived.modified = note.modified.addingSeconds(30);
+        notes.absorb(arrived);
+        QVERIFY(!notes.pendingUndo());
+
+        notes.undoDelete();
+        QCOMPARE(notes.notes().size(), 1);
+        QCOMPARE(*notes.note(note.id), arrived);
+        QCOMPARE(lib.stored(), QList<Note>{arrived});
+        QVERIFY(lib.imageExists(kept));
+        QVERIFY2(!lib.imageExists(dropped), "the deleted copy's own pictures go with it");
+    }
+
     void failedWritesStayUnsavedUntilTheDiskRecovers_data()
     {
         QTest::addColumn<Fault>("fault");

@@ -396,6 +396,15 @@ void NoteStore::absorb(const Note& note)
     }
     Q_EMIT notesChanged();
     persist(note);
+    // The same note came back from outside while its deletion could still be undone: the
+    // arrival supersedes the deleted copy, so that an undo can never make a second record
+    // with this id. Pictures the arrival still shows stay.
+    if (pending && pending->note.id == note.id) {
+        undoTimer.reset();
+        finalizePendingDelete();
+        pending.reset();
+        Q_EMIT pendingUndoChanged();
+    }
 }
 
 // Saving.
