@@ -8,6 +8,7 @@ root=$(cd "$(dirname "$0")/.." && pwd)
 seconds=${1:-60}
 shift || true
 build="$root/build/fuzz"
+PONDRIFT_WITH_FUZZ=1 bash "$root/scripts/install-deps.sh"
 CXX=clang++ CC=clang cmake -S "$root" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo \
   -DPONDRIFT_FUZZ=ON -DPONDRIFT_TESTS=OFF -DPONDRIFT_BENCH=OFF >/dev/null
 targets=("$@")
