@@ -104,6 +104,7 @@ private Q_SLOTS:
     void styling_data();
     void styling();
     void stylingNeverTouchesTextUndoOrModifiedFlag();
+    void linksKeepTheirOwnAddressesAcrossKeystrokes();
     void hiddenCharactersTakeNoWidth();
     void documentLinesMatchStringLines_data();
     void documentLinesMatchStringLines();
@@ -329,6 +330,38 @@ void EditorEngineTest::stylingNeverTouchesTextUndoOrModifiedFlag()
     QTextDocument empty;
     QVERIFY(EditorStyleEngine::apply(empty, {{0, 0}}, TextRange{0, 0}, std::nullopt, options()).isEmpty());
     QCOMPARE(empty.defaultFont(), body(bodySize));
+}
+
+// Link formats are kept between passes: two links that look alike must still each follow
+// their own address, and a retyped address must be the one followed.
+void EditorEngineTest::linksKeepTheirOwnAddressesAcrossKeystrokes()
+{
+    QTextDocument document;
+    document.setPlainText(u"[a](http://one.org)\n[a](http://two.org)"_s);
+    const auto o = options();
+    const auto styleAll = [&](qsizetype caret) {
+        const qsizetype length = EditorStyleEngine::length(document);
+        EditorStyleEngine::apply(document, {{0, length}}, EditorStyleEngine::lineRange(caret, document),
+                                 std::nullopt, o);
+    };
+    const qsizetype second = document.findBlockByNumber(1).position();
+    for (qsizetype caret : {qsizetype(0), second}) {
+        styleAll(caret);
+        QCOMPARE(EditorStyleEngine::linkAt(document, 1), u"http://one.org"_s);
+        QCOMPARE(EditorStyleEngine::linkAt(document, second + 1), u"http://two.org"_s);
+    }
+
+    // Retype the first address, one keystroke's lines restyled.
+    QTextCursor cursor(&document);
+    cursor.setPosition(11);
+    cursor.setPosition(14, QTextCursor::KeepAnchor);
+    cursor.insertText(u"three"_s);
+    const QList<TextRange> lines = EditorStyleEngine::affectedLineRanges({{11, 5}}, document);
+    EditorStyleEngine::apply(document, lines, EditorStyleEngine::lineRange(11, document), std::nullopt, o);
+    QCOMPARE(document.findBlockByNumber(0).text(), u"[a](http://three.org)"_s);
+    QCOMPARE(EditorStyleEngine::linkAt(document, 1), u"http://three.org"_s);
+    QCOMPARE(EditorStyleEngine::linkAt(document, document.findBlockByNumber(1).position() + 1),
+             u"http://two.org"_s);
 }
 
 void EditorEngineTest::hiddenCharactersTakeNoWidth()

@@ -61,6 +61,10 @@ TextRange clampedInto(TextRange range, qsizetype length)
     return {location, std::clamp<qsizetype>(range.length, 0, length - location)};
 }
 
+// The text of r (inside the document), block breaks as "\n", from the block holding its
+// start and that block's position.
+QString textFrom(QTextBlock block, qsizetype blockStart, TextRange r);
+
 bool isInvalidEdit(TextRange range)
 {
     return range.location == TextRange::NotFound || !range.isValid();
@@ -281,6 +285,22 @@ public:
     QList<double> tallHeights;
 };
 
+// The href a link's address gives, or nothing when it cannot be followed. Every keystroke on
+// a line with a link asks again for the same address, and writing the URL back out costs as
+// much as parsing it: a small memory of answers, dropped whole when it fills.
+const std::optional<QString>& followableHref(const QString& address)
+{
+    static QHash<QString, std::optional<QString>> known;
+    if (auto it = known.constFind(address); it != known.cend())
+        return *it;
+    if (known.size() > 512)
+        known.clear();
+    std::optional<QString> href;
+    if (const auto url = openableURL(address))
+        href = url->toString();
+    return *known.insert(address, std::move(href));
+}
+
 void styleMarkdown(Pass& pass, const QString& s, const std::optional<QString>& forceRevealImageID)
 {
     const Expressions& re = expressions();
@@ -322,8 +342,8 @@ void styleMarkdown(Pass& pass, const QString& s, const std::optional<QString>& f
         const qsizetype titleStart = m.capturedStart(1);
         const qsizetype titleEnd = m.capturedEnd(1);
         pass.addFlag(titleStart, titleEnd - titleStart, Underline);
-        if (const auto url = openableURL(m.captured(2)))
-            pass.setLink(titleStart, titleEnd - titleStart, url->toString());
+        if (const std::optional<QString>& href = followableHref(m.captured(2)))
+            pass.setLink(titleStart, titleEnd - titleStart, *href);
         pass.paintMarker(whole.location, 1);
         pass.paintMarker(titleEnd, whole.end() - titleEnd);
     }
@@ -420,43 +440,46 @@ public:
             cache.size = options.size;
             cache.base = this->base;
             cache.formats.clear();
+            cache.linkFormats.clear();
             cache.fonts.clear();
         }
     }
 
-    void write(const Pass& pass, TextRange range, qsizetype& dirtyFrom, qsizetype& dirtyTo)
+    // block is the one holding range.location, and blockStart its position.
+    void write(const Pass& pass, TextRange range, QTextBlock block, qsizetype blockStart,
+               qsizetype& dirtyFrom, qsizetype& dirtyTo)
     {
-        QTextBlock block = document.findBlock(int(range.location));
-        while (block.isValid()) {
-            const qsizetype blockStart = block.position();
+        // Each block starts where the one before ends: counting on is cheaper than asking
+        // every block for its position, which walks the document's tree.
+        for (; block.isValid(); blockStart += block.length(), block = block.next()) {
             const qsizetype textEnd = blockStart + block.length() - 1;
             if (blockStart > range.end() || (blockStart == range.end() && range.length > 0))
                 break;
             const qsizetype from = std::max(range.location, blockStart);
             const qsizetype to = std::min(range.end(), textEnd);
             if ((to > from || !block.layout()->formats().isEmpty())
-                && writeBlock(block, pass, from, std::max(from, to), range.location)) {
+                && writeBlock(block, blockStart, pass, from, std::max(from, to), range.location)) {
                 // Up to the block's break, not past it: the layout redoes every block that
                 // starts at or before the end of the notice, the next one included.
                 dirtyFrom = std::min(dirtyFrom, blockStart);
                 dirtyTo = std::max(dirtyTo, blockStart + block.length() - 1);
             }
-            block = block.next();
         }
     }
 
 private:
     // Whether the block's formats changed. Unchanged formats are left alone, as
     // QSyntaxHighlighter does: setting them would throw away the block's layout.
-    bool writeBlock(const QTextBlock& block, const Pass& pass, qsizetype from, qsizetype to,
-                    qsizetype passStart)
+    bool writeBlock(const QTextBlock& block, qsizetype blockStart, const Pass& pass,
+                    qsizetype from, qsizetype to, qsizetype passStart)
     {
-        const qsizetype blockStart = block.position();
         const qsizetype localFrom = from - blockStart;
         const qsizetype localTo = to - blockStart;
+        const QList<QTextLayout::FormatRange> previous = block.layout()->formats();
         QList<QTextLayout::FormatRange> ranges;
+        ranges.reserve(previous.size() + 16);
         // Keep what lies outside the restyled part (a block split by U+2028 lines).
-        for (const QTextLayout::FormatRange& old : block.layout()->formats()) {
+        for (const QTextLayout::FormatRange& old : previous) {
             const qsizetype oldEnd = old.start + old.length;
             if (old.start < localFrom) {
                 QTextLayout::FormatRange kept = old;
@@ -488,7 +511,7 @@ private:
         }
         std::sort(ranges.begin(), ranges.end(),
                   [](const auto& a, const auto& b) { return a.start < b.start; });
-        if (ranges == block.layout()->formats())
+        if (ranges == previous)
             return false;
         block.layout()->setFormats(ranges);
         return true;
@@ -517,12 +540,27 @@ private:
 
     QTextCharFormat format(const Attr& attr, const Pass& pass)
     {
-        // Tall and link characters are rare and carry per-pass indexes: never cached.
-        const bool cacheable = attr.tall == 0 && attr.link < 0;
-        if (cacheable) {
-            if (auto it = cache.formats.constFind(attr.key()); it != cache.formats.cend())
+        // Tall characters are rare and carry a per-pass height: never cached. A link's index
+        // is the pass's own, so its format is kept under the address instead.
+        if (attr.tall > 0)
+            return build(attr, pass);
+        if (attr.link >= 0) {
+            Attr unlinked = attr;
+            unlinked.link = -1;
+            const LinkKey key{unlinked.key(), pass.links[attr.link]};
+            if (auto it = cache.linkFormats.constFind(key); it != cache.linkFormats.cend())
                 return *it;
+            if (cache.linkFormats.size() > 512)
+                cache.linkFormats.clear();
+            return *cache.linkFormats.insert(key, build(attr, pass));
         }
+        if (auto it = cache.formats.constFind(attr.key()); it != cache.formats.cend())
+            return *it;
+        return *cache.formats.insert(attr.key(), build(attr, pass));
+    }
+
+    QTextCharFormat build(const Attr& attr, const Pass& pass)
+    {
         QTextCharFormat f;
         if (attr.font != BaseFont)
             f.setFont(font(attr.font));
@@ -564,16 +602,16 @@ private:
                 f.setProperty(reservedHeightProperty, height);
             }
         }
-        if (cacheable)
-            cache.formats.insert(attr.key(), f);
         return f;
     }
 
+    using LinkKey = std::pair<quint64, QString>;
     struct Cache {
         QColor ink;
         double size = 0;
         QFont base;
         QHash<quint64, QTextCharFormat> formats;
+        QHash<LinkKey, QTextCharFormat> linkFormats;
         QList<std::optional<QFont>> fonts;
     };
     static Cache& sharedCache()
@@ -674,18 +712,21 @@ TextRange lineRangeForRange(TextRange range, const QTextDocument& document)
     // A block is a paragraph; U+2028 and NEL may still break it into lines, so the scan runs
     // inside the block's text, and the block's end is a line end.
     const QTextBlock first = document.findBlock(int(r.location));
+    const qsizetype firstStart = first.position();
     const QString firstText = first.text();
-    const qsizetype start =
-        first.position() + lineStartIn(firstText, std::min<qsizetype>(r.location - first.position(), firstText.size()));
+    const qsizetype start = firstStart
+        + lineStartIn(firstText, std::min<qsizetype>(r.location - firstStart, firstText.size()));
     const qsizetype last = r.length > 0 ? r.end() - 1 : r.location;
-    const QTextBlock lastBlock = document.findBlock(int(last));
-    const QString lastText = lastBlock.text();
+    // Most ranges end in the block they start in: no second walk of the document's tree.
+    const bool sameBlock = last < firstStart + first.length();
+    const QTextBlock lastBlock = sameBlock ? first : document.findBlock(int(last));
+    const qsizetype lastStart = sameBlock ? firstStart : lastBlock.position();
+    const QString lastText = sameBlock ? firstText : lastBlock.text();
     bool reachedEnd = false;
-    qsizetype end = lastBlock.position()
-        + lineEndIn(lastText, std::min<qsizetype>(last - lastBlock.position(), lastText.size()),
-                    &reachedEnd);
+    qsizetype end = lastStart
+        + lineEndIn(lastText, std::min<qsizetype>(last - lastStart, lastText.size()), &reachedEnd);
     if (reachedEnd)
-        end = std::min<qsizetype>(lastBlock.position() + lastBlock.length(), total);
+        end = std::min<qsizetype>(lastStart + lastBlock.length(), total);
     return {start, std::max(end, start) - start};
 }
 
@@ -703,11 +744,18 @@ QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, const QTextDo
 QString text(const QTextDocument& document, TextRange range)
 {
     const TextRange r = clampedInto(range, length(document));
+    const QTextBlock first = document.findBlock(int(r.location));
+    return textFrom(first, first.position(), r);
+}
+
+namespace {
+
+QString textFrom(QTextBlock block, qsizetype blockStart, TextRange r)
+{
     QString result;
     result.reserve(r.length);
-    for (QTextBlock block = document.findBlock(int(r.location));
-         block.isValid() && block.position() < r.end(); block = block.next()) {
-        const qsizetype blockStart = block.position();
+    for (; block.isValid() && blockStart < r.end();
+         blockStart += block.length(), block = block.next()) {
         const QString blockText = block.text();
         const qsizetype from = std::max<qsizetype>(r.location - blockStart, 0);
         const qsizetype to = std::min<qsizetype>(r.end() - blockStart, blockText.size());
@@ -718,6 +766,8 @@ QString text(const QTextDocument& document, TextRange range)
     }
     return result;
 }
+
+} // namespace
 
 std::optional<QUrl> openableURL(const QString& text)
 {
@@ -771,7 +821,9 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
         pending.reset();
     };
     for (const TextRange& range : normalized) {
-        const QString s = text(document, range);
+        const QTextBlock first = document.findBlock(int(range.location));
+        const qsizetype firstStart = first.position();
+        const QString s = textFrom(first, firstStart, range);
         Pass pass(resolved, range.location, s.size(), revealing);
         if (resolved.markdownEnabled && holdsMarkdownChar(s))
             styleMarkdown(pass, s, forceRevealImageID);
@@ -780,7 +832,7 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
             announce();
         qsizetype dirtyFrom = std::numeric_limits<qsizetype>::max();
         qsizetype dirtyTo = -1;
-        writer.write(pass, range, dirtyFrom, dirtyTo);
+        writer.write(pass, range, first, firstStart, dirtyFrom, dirtyTo);
         if (dirtyTo < dirtyFrom)
             continue;
         if (pending)
