@@ -436,9 +436,8 @@ QColor inkAt(const QColor& ink, double alpha)
 // keeping what other blocks or other parts of a block carry.
 class FormatWriter {
 public:
-    FormatWriter(QTextDocument& document, const Options& options, QFont base)
-        : document(document)
-        , options(options)
+    FormatWriter(const Options& options, QFont base)
+        : options(options)
         , base(std::move(base))
         , cache(sharedCache())
     {
@@ -628,7 +627,6 @@ private:
         return cache;
     }
 
-    QTextDocument& document;
     const Options& options;
     const QFont base;
     Cache& cache;
@@ -816,7 +814,7 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
             f.setPointSizeF(size);
             return f;
         };
-    FormatWriter writer(document, resolved, base);
+    FormatWriter writer(resolved, base);
     // Each notice makes Qt walk every block below it once and lay out every block it covers:
     // ranges close together share one notice, ranges far apart get one each. A notice goes
     // out before the next far range's formats are set: a block whose layout was thrown away
