@@ -135,7 +135,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("symbols");
         QTest::addColumn<QString>("names");
         QTest::newRow("unset") << Shortcut::none() << u"—"_s << u"—"_s;
-        QTest::newRow("new note") << Shortcut{keyN, 0x900} << u"⌥⌘N"_s << u"Ctrl+Alt+N"_s;
         QTest::newRow("all four in their fixed order")
             << Shortcut{keyA, 0x1B00} << u"⌃⌥⇧⌘A"_s << u"Ctrl+Alt+Shift+Super+A"_s;
         QTest::newRow("quick capture") << Shortcut{keySpace, 0x300} << u"⇧⌘Space"_s
