@@ -76,12 +76,6 @@ private Q_SLOTS:
         QCOMPARE(CloudFolder::fileName(titled(title, body), taken), name);
     }
 
-    void longTitlesAreCut()
-    {
-        const QString name = CloudFolder::fileName(titled(QString(200, u'a')), {});
-        QCOMPARE(name.size(), 83);
-    }
-
     void resolvedNames_data()
     {
         QTest::addColumn<QString>("entry");

@@ -19,7 +19,8 @@ private Q_SLOTS:
 
     void badFilesLoadEmpty_data()
     {
-        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QByteArray>("content"); // null: no file at all
+        QTest::newRow("no file yet") << QByteArray();
         QTest::newRow("invalid JSON") << "{\"entries\": {"_ba;
         QTest::newRow("a list at the top") << "[]"_ba;
         QTest::newRow("no entries key") << "{}"_ba;
@@ -32,10 +33,6 @@ private Q_SLOTS:
             << R"({"entries": {"A": {"fileName": "a.md",
                  "syncedModified": "2026-03-14T09:26:53.5Z",
                  "fileModified": "2026-03-14T09:26:53Z"}}})"_ba;
-        QTest::newRow("a date with an offset")
-            << R"({"entries": {"A": {"fileName": "a.md",
-                 "syncedModified": "2026-03-14T09:26:53+01:00",
-                 "fileModified": "2026-03-14T09:26:53Z"}}})"_ba;
         QTest::newRow("a file name that is a number")
             << R"({"entries": {"A": {"fileName": 3,
                  "syncedModified": "2026-03-14T09:26:53Z",
@@ -46,17 +43,12 @@ private Q_SLOTS:
         QFETCH(QByteArray, content);
         QTemporaryDir dir;
         const QString path = dir.filePath(u"cloud-index.json"_s);
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write(content);
-        file.close();
+        if (!content.isNull()) {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(content);
+        }
         QVERIFY(CloudSyncIndex::load(path).isEmpty());
-    }
-
-    void missingFileLoadsEmpty()
-    {
-        QTemporaryDir dir;
-        QVERIFY(CloudSyncIndex::load(dir.filePath(u"none.json"_s)).isEmpty());
     }
 
     void roundTripKeepsWholeSeconds()

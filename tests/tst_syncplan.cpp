@@ -62,7 +62,7 @@ class TestSyncPlan : public QObject {
     Q_OBJECT
 
 private Q_SLOTS:
-    // One row per line of the note table, plus the documents without a local note.
+    // One row per line of the note table, the documents without a local note, and copies.
     void rows_data()
     {
         QTest::addColumn<Case>("input");
@@ -116,20 +116,8 @@ private Q_SLOTS:
         QTest::newRow("a document without identity is adopted whatever the index holds")
             << Case{{}, {orphan(u"a.md"_s, 6)}, {}, indexOf({{a, u"a.md"_s, 5, 6}})}
             << QList<Action>{Action::adopt(u"a.md"_s)};
-    }
-    void rows()
-    {
-        QFETCH(Case, input);
-        QFETCH(QList<Action>, expected);
-        QCOMPARE(SyncPlan::actions(input.notes, input.remote, input.unresolved, input.index),
-                 expected);
-    }
 
-    void duplicates_data()
-    {
-        QTest::addColumn<Case>("input");
-        QTest::addColumn<QList<Action>>("expected");
-        const QString a = u"A"_s;
+        // Several documents with one id: one copy is kept, the others are adopted as new notes.
         QTest::newRow("the indexed copy stays the winner although older; the newer is adopted")
             << Case{{note(a, 5)},
                     {file(u"new.md"_s, a, 5, 30), file(u"old.md"_s, a, 5, 6)},
@@ -154,7 +142,7 @@ private Q_SLOTS:
             << QList<Action>{Action::adopt(u"a.md"_s), Action::deleteRemote(u"a.md"_s),
                              Action::deleteRemote(u"b.md"_s)};
     }
-    void duplicates()
+    void rows()
     {
         QFETCH(Case, input);
         QFETCH(QList<Action>, expected);
