@@ -85,11 +85,11 @@ void AppDelegate::runMigration() {}
 // The application and edit menus; come with the menus and actions.
 void AppDelegate::buildMainMenu() {}
 
-// The decks, whose first use of the note store opens the database and loads every note.
+// The decks come here. Until they do, this step makes the first use of the note store
+// itself, which opens the database, reads the key, loads every note and seeds the welcome
+// note; storage failures are alerts from here on.
 void AppDelegate::createDeckManager()
 {
-    // The first use of the note store opens the database, reads the key, loads every note
-    // and seeds the welcome note; its failures are alerts from here on.
     NoteStore::setSharedErrorReporter(&StorageErrorDialog::show);
     NoteStore::shared();
     quitPath.setFlushAll([] { return NoteStore::shared().flushAll(); });
@@ -104,7 +104,7 @@ void AppDelegate::startUndoToast() {}
 // New note, all notes, archive and quick capture from anywhere on the desktop.
 void AppDelegate::registerHotKeys() {}
 
-// Linux installs update through their packages; there is no updater to start.
+// On Linux the program is updated through the system's packages; there is no updater.
 void AppDelegate::startUpdater() {}
 
 // Mirroring notes into the sync folder when the setting is on. The engine is made once and
