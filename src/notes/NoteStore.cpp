@@ -200,14 +200,25 @@ void NoteStore::updateBody(const QString& id, const QString& body)
     scheduleSave(id);
 }
 
+// Immediate changes: the change is made in memory, observers hear of it, and the whole
+// note is written at once, which also carries pending text along and ends its debounce.
+void NoteStore::changeNow(qsizetype index, bool touchesModified,
+                          const std::function<void(Note&)>& change)
+{
+    Note& note = allNotes[index];
+    change(note);
+    if (touchesModified)
+        note.modified = scheduler.now();
+    Q_EMIT notesChanged();
+    persist(allNotes.at(index));
+}
+
 void NoteStore::togglePin(const QString& id)
 {
     const qsizetype index = editableIndex(id);
     if (index < 0)
         return;
-    allNotes[index].pinned = !allNotes.at(index).pinned;
-    Q_EMIT notesChanged();
-    persist(allNotes.at(index));
+    changeNow(index, false, [](Note& note) { note.pinned = !note.pinned; });
 }
 
 void NoteStore::cycleColor(const QString& id)
@@ -215,13 +226,11 @@ void NoteStore::cycleColor(const QString& id)
     const qsizetype index = editableIndex(id);
     if (index < 0)
         return;
-    Note& note = allNotes[index];
+    const qint64 size = paletteSize();
     // A stored colour may be out of range (sync takes records as they come); the modulo of
     // a negative number must not stay negative.
-    note.color = (((note.color + 1) % paletteSize()) + paletteSize()) % paletteSize();
-    note.modified = scheduler.now();
-    Q_EMIT notesChanged();
-    persist(allNotes.at(index));
+    changeNow(index, true,
+              [size](Note& note) { note.color = (((note.color + 1) % size) + size) % size; });
 }
 
 void NoteStore::setColor(const QString& id, qint64 color)
@@ -229,11 +238,7 @@ void NoteStore::setColor(const QString& id, qint64 color)
     const qsizetype index = editableIndex(id);
     if (index < 0 || color < 0 || color >= paletteSize())
         return;
-    Note& note = allNotes[index];
-    note.color = color;
-    note.modified = scheduler.now();
-    Q_EMIT notesChanged();
-    persist(allNotes.at(index));
+    changeNow(index, true, [color](Note& note) { note.color = color; });
 }
 
 void NoteStore::setTextDirection(const QString& id, NoteTextDirection direction)
@@ -241,11 +246,7 @@ void NoteStore::setTextDirection(const QString& id, NoteTextDirection direction)
     const qsizetype index = editableIndex(id);
     if (index < 0 || allNotes.at(index).textDirection == direction)
         return;
-    Note& note = allNotes[index];
-    note.textDirection = direction;
-    note.modified = scheduler.now();
-    Q_EMIT notesChanged();
-    persist(allNotes.at(index));
+    changeNow(index, true, [direction](Note& note) { note.textDirection = direction; });
 }
 
 void NoteStore::setArchived(const QString& id, bool archived)
@@ -253,14 +254,12 @@ void NoteStore::setArchived(const QString& id, bool archived)
     const qsizetype index = editableIndex(id);
     if (index < 0)
         return;
-    allNotes[index].archived = archived;
-    allNotes[index].modified = scheduler.now();
-    if (!archived) {
-        // The restored note already counts among the active ones here.
-        allNotes[index].order = lowestActiveOrder(0.0) - 1.0;
-    }
-    Q_EMIT notesChanged();
-    persist(allNotes.at(index));
+    changeNow(index, true, [this, archived](Note& note) {
+        note.archived = archived;
+        // Restoring puts the note first; it already counts among the active ones here.
+        if (!archived)
+            note.order = lowestActiveOrder(0.0) - 1.0;
+    });
 }
 
 // Deleting.
