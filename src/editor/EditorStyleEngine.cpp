@@ -272,6 +272,13 @@ public:
 
     // A marker shows dimmed on the caret's line and is hidden elsewhere. The location test
     // keeps a marker shown against an empty revealing range (the empty last line).
+    // The opening and closing markers of a span, `units` long at each end of the match.
+    void paintEnds(const QRegularExpressionMatch& m, qsizetype units)
+    {
+        paintMarker(m.capturedStart(0), units);
+        paintMarker(m.capturedEnd(0) - units, units);
+    }
+
     void paintMarker(qsizetype from, qsizetype count)
     {
         if (count <= 0)
@@ -360,16 +367,14 @@ void styleMarkdown(Pass& pass, const QString& s, const std::optional<QString>& f
     for (auto it = re.bold.globalMatch(s); it.hasNext();) {
         const QRegularExpressionMatch m = it.next();
         pass.setFont(m.capturedStart(2), m.capturedLength(2), BoldFont);
-        pass.paintMarker(m.capturedStart(0), 2);
-        pass.paintMarker(m.capturedEnd(0) - 2, 2);
+        pass.paintEnds(m, 2);
     }
 
     // 4. Italic: a slant only, the font stays.
     for (auto it = re.italic.globalMatch(s); it.hasNext();) {
         const QRegularExpressionMatch m = it.next();
         pass.addFlag(m.capturedStart(2), m.capturedLength(2), Oblique);
-        pass.paintMarker(m.capturedStart(0), 1);
-        pass.paintMarker(m.capturedEnd(0) - 1, 1);
+        pass.paintEnds(m, 1);
     }
 
     // 5. Code spans.
@@ -377,16 +382,14 @@ void styleMarkdown(Pass& pass, const QString& s, const std::optional<QString>& f
         const QRegularExpressionMatch m = it.next();
         pass.setFont(m.capturedStart(1), m.capturedLength(1), MonoFont);
         pass.addFlag(m.capturedStart(1), m.capturedLength(1), Background);
-        pass.paintMarker(m.capturedStart(0), 1);
-        pass.paintMarker(m.capturedEnd(0) - 1, 1);
+        pass.paintEnds(m, 1);
     }
 
     // 6. Strike-through.
     for (auto it = re.struck.globalMatch(s); it.hasNext();) {
         const QRegularExpressionMatch m = it.next();
         pass.addFlag(m.capturedStart(1), m.capturedLength(1), Struck);
-        pass.paintMarker(m.capturedStart(0), 2);
-        pass.paintMarker(m.capturedEnd(0) - 2, 2);
+        pass.paintEnds(m, 2);
     }
 
     // 7. Quotes: the ">" is a marker, a blank behind it stays.
