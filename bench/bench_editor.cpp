@@ -13,13 +13,16 @@
 //
 // Run: QT_QPA_PLATFORM=offscreen build/editor-rel/bench/bench_editor
 #include "editor/EditorStyleEngine.h"
-#include "editor/NoteTextView.h"
+#include "editor/ui/NoteTextView.h"
+#include "images/ImageStore.h"
+#include "platform/qt/QtFiles.h"
 #include "platform/Desktop.h"
 
 #include <benchmark/benchmark.h>
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
+#include <QDir>
 #include <QKeyEvent>
 #include <QRegularExpression>
 #include <QTextBlock>
@@ -90,6 +93,14 @@ NoDesktop& desktop()
     return d;
 }
 
+// Pictures would go to a folder that nothing here reads; the notes hold none.
+ImageStore& images()
+{
+    static QtFiles files;
+    static ImageStore store(QDir::tempPath() + u"/pondrift-bench-images"_s, files);
+    return store;
+}
+
 // Views are kept between benchmarks (a 1 MiB note takes a while to lay out) and dropped
 // before the application object goes.
 std::map<std::pair<int, bool>, std::unique_ptr<NoteTextView>> styledViews;
@@ -101,7 +112,7 @@ NoteTextView& styledView(int lines, bool markdown = true)
     if (!view) {
         auto config = configuration();
         config.markdownEnabled = markdown;
-        view = std::make_unique<NoteTextView>(note(lines), config, nullptr, desktop());
+        view = std::make_unique<NoteTextView>(note(lines), config, nullptr, desktop(), images());
         view->resize(520, 700);
         view->show();
         layOutAll(*view);
@@ -327,7 +338,7 @@ void FullPass(benchmark::State& state)
 {
     const QString text = note(20000);
     for (auto _ : state) {
-        NoteTextView view(text, configuration(), nullptr, desktop());
+        NoteTextView view(text, configuration(), nullptr, desktop(), images());
         view.resize(520, 700);
         layOutAll(view);
     }

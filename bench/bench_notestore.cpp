@@ -14,6 +14,8 @@
 #include "images/ImageStore.h"
 #include "notes/NoteStore.h"
 #include "notes/Store.h"
+#include "platform/qt/QtFiles.h"
+#include "platform/qt/QtScheduler.h"
 #include "platform/Scheduler.h"
 
 #include <QCoreApplication>
@@ -32,6 +34,10 @@ namespace {
 constexpr int noteCount = 10'000;
 constexpr int imageCount = 2'000;
 
+// Both sides of every figure read and write through the program's own file layer.
+QtFiles files;
+QtScheduler scheduler;
+
 struct Library {
     QTemporaryDir dir;
     QString db() const { return dir.filePath(u"notes.db"_s); }
@@ -45,11 +51,11 @@ const Library& library()
 {
     static const std::unique_ptr<Library> made = [] {
         auto lib = std::make_unique<Library>();
-        ImageStore::setDirectory(lib->images());
+        ImageStore images(lib->images(), files);
         QStringList pictures;
         for (int i = 0; i < imageCount; ++i)
-            pictures.append(*ImageStore::save(QByteArray(256, char(i)), u"png"_s));
-        Store store(lib->db(), lib->key());
+            pictures.append(*images.save(QByteArray(256, char(i)), u"png"_s));
+        Store store(lib->db(), lib->key(), files);
         for (int i = 0; i < noteCount; ++i) {
             Note note;
             note.order = i;
@@ -57,7 +63,7 @@ const Library& library()
             note.body = u"Note %1\n☐ milk\n☑ bread\nSome words to make a body of typical size, "
                         u"about two hundred characters in all, with a line or two more.\n"_s.arg(i);
             if (i % 5 == 0)
-                note.body += ImageStore::token(pictures.at(i / 5), 240);
+                note.body += ImageTokens::token(pictures.at(i / 5), 240);
             store.upsert(note);
         }
         return lib;
@@ -69,7 +75,7 @@ void StoreLoad(benchmark::State& state)
 {
     const Library& lib = library();
     for (auto _ : state) {
-        Store store(lib.db(), lib.key());
+        Store store(lib.db(), lib.key(), files);
         benchmark::DoNotOptimize(store.load());
     }
 }
@@ -80,12 +86,12 @@ void NoteStoreStart(benchmark::State& state)
     const Library& lib = library();
     qsizetype loaded = 0;
     for (auto _ : state) {
-        Store store(lib.db(), lib.key());
-        NoteStore notes(
-            store, Scheduler::shared(), false, [](const LocalizedError&) {}, lib.images());
+        Store store(lib.db(), lib.key(), files);
+        ImageStore images(lib.images(), files);
+        NoteStore notes(store, scheduler, images, false, [](const LocalizedError&) {});
         loaded = notes.notes().size();
     }
-    if (loaded != noteCount || ImageStore::allIDs().size() != imageCount)
+    if (loaded != noteCount || ImageStore(lib.images(), files).allIDs().size() != imageCount)
         state.SkipWithError("the launch lost notes or pictures");
 }
 BENCHMARK(NoteStoreStart)->Unit(benchmark::kMillisecond);
@@ -94,20 +100,20 @@ BENCHMARK(NoteStoreStart)->Unit(benchmark::kMillisecond);
 void ListImageFolder(benchmark::State& state)
 {
     const Library& lib = library();
-    ImageStore::setDirectory(lib.images());
+    ImageStore images(lib.images(), files);
     for (auto _ : state)
-        benchmark::DoNotOptimize(ImageStore::allIDs());
+        benchmark::DoNotOptimize(images.allIDs());
 }
 BENCHMARK(ListImageFolder)->Unit(benchmark::kMillisecond);
 
 void FindReferencedImages(benchmark::State& state)
 {
     const Library& lib = library();
-    const QList<Note> notes = Store(lib.db(), lib.key()).load();
+    const QList<Note> notes = Store(lib.db(), lib.key(), files).load();
     for (auto _ : state) {
         QSet<QString> ids;
         for (const Note& note : notes) {
-            for (const QString& id : ImageStore::referencedIDs(note.body))
+            for (const QString& id : ImageTokens::referencedIDs(note.body))
                 ids.insert(id);
         }
         benchmark::DoNotOptimize(ids);
@@ -134,9 +140,9 @@ qint64 dataVersion(sqlite3* reader)
 void Keystroke(benchmark::State& state)
 {
     QTemporaryDir dir;
-    Store store(dir.filePath(u"notes.db"_s), dir.filePath(u"note.key"_s));
-    NoteStore notes(
-        store, Scheduler::shared(), false, [](const LocalizedError&) {}, dir.filePath(u"Images"_s));
+    Store store(dir.filePath(u"notes.db"_s), dir.filePath(u"note.key"_s), files);
+    ImageStore images(dir.filePath(u"Images"_s), files);
+    NoteStore notes(store, scheduler, images, false, [](const LocalizedError&) {});
     const QString id = notes.create(bigBody(u'a')).id;
     const QString texts[2] = {bigBody(u'b'), bigBody(u'c')};
     sqlite3* reader = nullptr;
@@ -172,7 +178,7 @@ BENCHMARK(KeystrokeBaseline)->Unit(benchmark::kMicrosecond);
 void SaveOneNote(benchmark::State& state)
 {
     QTemporaryDir dir;
-    Store store(dir.filePath(u"notes.db"_s), dir.filePath(u"note.key"_s));
+    Store store(dir.filePath(u"notes.db"_s), dir.filePath(u"note.key"_s), files);
     Note note;
     note.body = bigBody(u'a');
     int i = 0;

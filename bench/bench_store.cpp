@@ -6,6 +6,7 @@
 //   bench_store --benchmark_filter=load     (the ratio to watch: Store over bare, same N)
 #include "notes/Crypto.h"
 #include "notes/Store.h"
+#include "platform/qt/QtFiles.h"
 
 #include <QFile>
 #include <QStandardPaths>
@@ -20,6 +21,8 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+QtFiles files;
 
 constexpr int bodySize = 1024;
 
@@ -50,9 +53,9 @@ const Fixture& fixture(int count)
         return *slot;
     slot = std::make_unique<Fixture>();
     {
-        Store creates(slot->db(), slot->key());
+        Store creates(slot->db(), slot->key(), files);
     }
-    Crypto crypto(slot->key(), true);
+    Crypto crypto(slot->key(), true, files);
     sqlite3* db = nullptr;
     sqlite3_open_v2(slot->db().toUtf8().constData(), &db, SQLITE_OPEN_READWRITE, nullptr);
     sqlite3_exec(db, "BEGIN", nullptr, nullptr, nullptr);
@@ -84,7 +87,7 @@ const Fixture& fixture(int count)
 void loadThroughStore(benchmark::State& state)
 {
     const Fixture& f = fixture(static_cast<int>(state.range(0)));
-    Store store(f.db(), f.key());
+    Store store(f.db(), f.key(), files);
     for (auto _ : state) {
         QList<Note> notes = store.load();
         benchmark::DoNotOptimize(notes.data());
@@ -136,7 +139,7 @@ constexpr int writeSet = 1000;
 void upsertThroughStore(benchmark::State& state)
 {
     const Fixture& f = fixture(writeSet);
-    Store store(f.db(), f.key());
+    Store store(f.db(), f.key(), files);
     QList<Note> notes = store.load();
     qsizetype i = 0;
     for (auto _ : state) {
@@ -152,7 +155,7 @@ void upsertBare(benchmark::State& state)
     const Fixture& f = fixture(writeSet);
     QList<Note> notes;
     {
-        Store store(f.db(), f.key());
+        Store store(f.db(), f.key(), files);
         notes = store.load();
     }
     sqlite3* db = nullptr;

@@ -6,6 +6,7 @@
 // fails if there is one.
 #include "notes/NoteStoring.h"
 #include "platform/Scheduler.h"
+#include "platform/qt/QtFiles.h"
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
 
@@ -70,7 +71,7 @@ public:
 class CountingFolder final : public SyncFolderGateway {
 public:
     explicit CountingFolder(const QString& root)
-        : folder(root)
+        : folder(root, files)
     {
     }
     bool isAvailable() const override { return folder.isAvailable(); }
@@ -92,6 +93,7 @@ public:
         return folder.writeConflict(text, name);
     }
 
+    QtFiles files;
     CloudFolder folder;
     int reads = 0;
 };
@@ -116,8 +118,8 @@ void fill(ListStore& store)
 struct Synced {
     Synced()
         : folder(root.path())
-        , engine(folder, store, scheduler, root.filePath(u"index.json"_s), [] { return true; },
-                 prompt)
+        , engine(folder, store, scheduler, folder.files, root.filePath(u"index.json"_s),
+                 [] { return true; }, prompt)
     {
         fill(store);
         engine.syncNow();
@@ -204,7 +206,7 @@ void BM_FirstPassWritesEveryNote(benchmark::State& state)
         StillScheduler scheduler;
         NoPrompt prompt;
         CountingFolder folder(root->path());
-        CloudSync engine(folder, store, scheduler, root->filePath(u"index.json"_s),
+        CloudSync engine(folder, store, scheduler, folder.files, root->filePath(u"index.json"_s),
                          [] { return true; }, prompt);
         state.ResumeTiming();
         engine.syncNow();

@@ -10,7 +10,7 @@ packages=(
   libsqlite3-dev libssl-dev
   libxcb1-dev libxkbcommon-dev libxkbcommon-x11-dev
   libbenchmark-dev
-  xvfb xauth
+  xvfb xauth x11-xkb-utils
   fonts-dejavu-core fonts-wqy-microhei
 )
 if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi

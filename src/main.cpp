@@ -1,8 +1,9 @@
 #include "app/AppDelegate.h"
-#include "app/L10n.h"
-#include "app/Settings.h"
+#include "app/AppServices.h"
+#include "app/ui/ProductionBackends.h"
 
 #include <QApplication>
+#include <QDir>
 
 #include <cstdio>
 
@@ -25,9 +26,9 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("Pondrift"));
     QApplication::setDesktopFileName(QStringLiteral("app.pondrift.Pondrift"));
     QApplication app(argc, argv);
-    L10n::install(Settings::appLanguage());
 
-    AppDelegate delegate;
+    AppServices services(makeProductionBackends(), Paths::user(), QDir::homePath());
+    AppDelegate delegate(services);
     delegate.applicationDidFinishLaunching();
     return app.exec();
 }

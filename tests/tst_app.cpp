@@ -1,5 +1,5 @@
 #include "app/AppLifecycle.h"
-#include "platform/QtScheduler.h"
+#include "platform/qt/QtScheduler.h"
 #include "support/ManualScheduler.h"
 
 #include <QSignalSpy>

@@ -1,5 +1,9 @@
 #include "platform/Log.h"
+#include "platform/qt/QtFiles.h"
+#include "support/NoteBuilder.h"
+#include "support/TestFiles.h"
 #include "sync/CloudFolder.h"
+#include "sync/DocumentNames.h"
 
 #include <QDir>
 #include <QFile>
@@ -13,18 +17,7 @@ namespace {
 
 Note titled(const QString& title, const QString& body = {})
 {
-    Note n;
-    n.id = u"ABCDEF12-3456-7890-ABCD-EF1234567890"_s;
-    n.title = title;
-    n.body = body;
-    return n;
-}
-
-void writeAll(const QString& path, const QByteArray& data)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(data);
+    return aNote().id(u"ABCDEF12-3456-7890-ABCD-EF1234567890"_s).title(title).body(body);
 }
 
 } // namespace
@@ -32,6 +25,8 @@ void writeAll(const QString& path, const QByteArray& data)
 // The folder on disk: names, placeholders, and what each operation does when the disk says no.
 class TestCloudFolder : public QObject {
     Q_OBJECT
+
+    QtFiles files;
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
@@ -73,7 +68,7 @@ private Q_SLOTS:
         QFETCH(QStringList, claimed);
         QFETCH(QString, name);
         const QSet<QString> taken(claimed.begin(), claimed.end());
-        QCOMPARE(CloudFolder::fileName(titled(title, body), taken), name);
+        QCOMPARE(DocumentNames::fileName(titled(title, body), taken), name);
     }
 
     void resolvedNames_data()
@@ -94,33 +89,33 @@ private Q_SLOTS:
         QFETCH(QString, entry);
         QFETCH(QString, name);
         QFETCH(bool, downloaded);
-        const auto resolved = CloudFolder::resolvedName(entry);
+        const auto resolved = DocumentNames::resolvedName(entry);
         QCOMPARE(resolved.has_value(), !name.isEmpty());
         if (resolved)
-            QCOMPARE(*resolved, (CloudFolder::Resolved{name, downloaded}));
+            QCOMPARE(*resolved, (DocumentNames::Resolved{name, downloaded}));
     }
 
     void conflictNameCarriesTheLocalStamp()
     {
         const QDateTime local(QDate(2026, 3, 14), QTime(9, 26, 53));
-        QCOMPARE(CloudFolder::conflictName(u"Plans.md"_s, Date::fromDateTime(local)),
+        QCOMPARE(DocumentNames::conflictName(u"Plans.md"_s, Date::fromDateTime(local)),
                  u"Plans (conflict 2026-03-14-092653).md"_s);
     }
 
     void scanSeesDocumentsAndPlaceholders()
     {
         QTemporaryDir root;
-        CloudFolder folder(root.path());
+        CloudFolder folder(root.path(), files);
         QCOMPARE(folder.ensure(), SyncFolderGateway::Ensured::Created);
         QCOMPARE(folder.ensure(), SyncFolderGateway::Ensured::Existed);
         const QString dir = folder.path();
-        writeAll(dir + u"/a.md"_s, "a");
-        writeAll(dir + u"/.b.md.icloud"_s, "");
-        writeAll(dir + u"/c.txt"_s, "c");
-        writeAll(dir + u"/latin.md"_s, "\xe9t\xe9");
+        TestFiles::write(dir + u"/a.md"_s, "a");
+        TestFiles::write(dir + u"/.b.md.icloud"_s, "");
+        TestFiles::write(dir + u"/c.txt"_s, "c");
+        TestFiles::write(dir + u"/latin.md"_s, "\xe9t\xe9");
         QVERIFY(QDir().mkpath(dir + u"/folder.md"_s));
         QVERIFY(QDir().mkpath(dir + u"/Conflicts"_s));
-        writeAll(dir + u"/Conflicts/x.md"_s, "x");
+        TestFiles::write(dir + u"/Conflicts/x.md"_s, "x");
         const FolderScan scan = folder.scan();
         QCOMPARE(QSet<QString>(scan.documents.keyBegin(), scan.documents.keyEnd()),
                  (QSet<QString>{u"a.md"_s, u"latin.md"_s}));
@@ -137,7 +132,7 @@ private Q_SLOTS:
     void failuresLogAndAnswerFalse()
     {
         QTemporaryDir root;
-        CloudFolder folder(root.path());
+        CloudFolder folder(root.path(), files);
         QVERIFY(folder.ensure() == SyncFolderGateway::Ensured::Created);
         QStringList log;
         Log::Capture capture([&](const QString& l) { log << l; });
@@ -146,19 +141,19 @@ private Q_SLOTS:
         QVERIFY(log.last().startsWith(u"Pondrift cloud: write Busy.md \u2014 "_s));
         QVERIFY(!folder.remove(u"gone.md"_s));
         QVERIFY(log.last().startsWith(u"Pondrift cloud: delete gone.md \u2014 "_s));
-        writeAll(folder.path() + u"/Conflicts"_s, "a file where the folder should be");
+        TestFiles::write(folder.path() + u"/Conflicts"_s, "a file where the folder should be");
         QVERIFY(!folder.writeConflict(u"x"_s, u"a.md"_s));
         QVERIFY(log.last().startsWith(u"Pondrift cloud: cannot create the conflicts folder \u2014 "_s));
         QCOMPARE(folder.read(u"missing.md"_s), std::nullopt);
         QVERIFY(log.last().startsWith(u"Pondrift cloud: read missing.md \u2014 "_s));
 
-        CloudFolder blocked(root.filePath(u"file"_s));
-        writeAll(root.filePath(u"file"_s), "not a directory");
+        CloudFolder blocked(root.filePath(u"file"_s), files);
+        TestFiles::write(root.filePath(u"file"_s), "not a directory");
         QVERIFY(!blocked.isAvailable());
         QCOMPARE(blocked.ensure(), SyncFolderGateway::Ensured::Unavailable);
         QVERIFY(QDir().mkpath(root.filePath(u"root2"_s)));
-        writeAll(root.filePath(u"root2/Pondrift"_s), "a file named like the folder");
-        CloudFolder clash(root.filePath(u"root2"_s));
+        TestFiles::write(root.filePath(u"root2/Pondrift"_s), "a file named like the folder");
+        CloudFolder clash(root.filePath(u"root2"_s), files);
         QCOMPARE(clash.ensure(), SyncFolderGateway::Ensured::Unavailable);
         QVERIFY(log.last().startsWith(u"Pondrift cloud: cannot create "_s));
     }
@@ -166,7 +161,7 @@ private Q_SLOTS:
     void conflictCopiesNeverReplaceEachOther()
     {
         QTemporaryDir root;
-        CloudFolder folder([&] { return root.path(); }, [] { return Date{1773480413.0}; });
+        CloudFolder folder([&] { return root.path(); }, files, [] { return Date{1773480413.0}; });
         folder.ensure();
         QVERIFY(folder.writeConflict(u"one"_s, u"Plans.md"_s));
         QVERIFY(folder.writeConflict(u"two"_s, u"Plans.md"_s));
@@ -176,14 +171,11 @@ private Q_SLOTS:
     void rootFallsBackThroughTheUsualClients()
     {
         QTemporaryDir home;
-        const QByteArray saved = qgetenv("HOME");
-        qputenv("HOME", QFile::encodeName(home.path()));
-        QCOMPARE(CloudFolder::defaultRoot(), home.path());
+        QCOMPARE(DocumentNames::discoveredRoot(home.path()), home.path());
         QVERIFY(QDir().mkpath(home.filePath(u"Sync"_s)));
-        QCOMPARE(CloudFolder::defaultRoot(), home.filePath(u"Sync"_s));
+        QCOMPARE(DocumentNames::discoveredRoot(home.path()), home.filePath(u"Sync"_s));
         QVERIFY(QDir().mkpath(home.filePath(u"Dropbox"_s)));
-        QCOMPARE(CloudFolder::defaultRoot(), home.filePath(u"Dropbox"_s));
-        qputenv("HOME", saved);
+        QCOMPARE(DocumentNames::discoveredRoot(home.path()), home.filePath(u"Dropbox"_s));
     }
 };
 

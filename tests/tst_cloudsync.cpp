@@ -32,7 +32,8 @@ struct Machine {
     void restart()
     {
         engine.reset();
-        engine = std::make_unique<CloudSync>(folder, store, clock, data.filePath(u"index.json"_s),
+        engine = std::make_unique<CloudSync>(folder, store, clock, folder.files,
+                                             data.filePath(u"index.json"_s),
                                              [this] { return enabled; }, prompt);
     }
     Note create(const QString& title, const QString& body = u"text"_s)

@@ -4,10 +4,11 @@
 // ink, and a done task is struck.
 #include "editor/EditorBridge.h"
 #include "editor/EditorStyleEngine.h"
-#include "editor/NoteTextView.h"
+#include "editor/ui/NoteTextView.h"
 #include "images/ImageStore.h"
-#include "images/NoteImageOverlay.h"
-#include "images/NoteImageOverlayWidget.h"
+#include "platform/qt/QtFiles.h"
+#include "editor/ui/NoteImageOverlays.h"
+#include "editor/ui/NoteImageOverlayWidget.h"
 #include "support/RecordingDesktop.h"
 
 #include <QApplication>
@@ -28,13 +29,15 @@ private Q_SLOTS:
 
 private:
     QTemporaryDir dir;
+    QtFiles files;
+    std::optional<ImageStore> images;
 };
 
 void EditorRenderTest::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
     QVERIFY(dir.isValid());
-    ImageStore::setDirectory(dir.filePath(u"Images"_s));
+    images.emplace(dir.filePath(u"Images"_s), files);
 }
 
 void EditorRenderTest::rendersAStyledNote()
@@ -51,7 +54,7 @@ void EditorRenderTest::rendersAStyledNote()
         p.setBrush(QColor(40, 140, 70));
         p.drawRect(0, 65, 160, 25);
     }
-    const auto id = ImageStore::save(image);
+    const auto id = images->save(image);
     QVERIFY(id);
 
     const QString text = u"# Shopping\n"
@@ -59,7 +62,7 @@ void EditorRenderTest::rendersAStyledNote()
                          "\u2610 milk\n"
                          "\u2611 **eggs** done\n"
                          "> a quoted line with `code`\n"_s
-        + ImageStore::token(*id) + u"\n- last ~~old~~ item"_s;
+        + ImageTokens::token(*id) + u"\n- last ~~old~~ item"_s;
 
     QWidget paper;
     paper.setAutoFillBackground(true);
@@ -80,7 +83,7 @@ void EditorRenderTest::rendersAStyledNote()
         font.setPointSizeF(size * 0.75);
         return font;
     };
-    auto* view = new NoteTextView(text, config, &bridge, desktop, &paper);
+    auto* view = new NoteTextView(text, config, &bridge, desktop, *images, &paper);
     layout->addWidget(view);
     paper.resize(460, 420);
     paper.show();

@@ -3,11 +3,12 @@
 // overlays.
 #include "editor/EditorBridge.h"
 #include "editor/EditorStyleEngine.h"
-#include "editor/NoteTextView.h"
+#include "editor/ui/NoteTextView.h"
 #include "images/ImageStore.h"
-#include "images/NoteImageHandleWidget.h"
-#include "images/NoteImageOverlay.h"
-#include "images/NoteImageOverlayWidget.h"
+#include "platform/qt/QtFiles.h"
+#include "editor/ui/NoteImageHandleWidget.h"
+#include "editor/ui/NoteImageOverlays.h"
+#include "editor/ui/NoteImageOverlayWidget.h"
 #include "support/RecordingDesktop.h"
 
 #include <QApplication>
@@ -94,6 +95,8 @@ private:
     std::unique_ptr<NoteTextView> makeView(const QString& text, bool markdown = true);
 
     QTemporaryDir dir;
+    QtFiles files;
+    std::optional<ImageStore> images;
     RecordingDesktop desktop;
     EditorBridge bridge;
 };
@@ -102,7 +105,7 @@ void EditorViewTest::initTestCase()
 {
     QStandardPaths::setTestModeEnabled(true);
     QVERIFY(dir.isValid());
-    ImageStore::setDirectory(dir.filePath(u"Images"_s));
+    images.emplace(dir.filePath(u"Images"_s), files);
 }
 
 void EditorViewTest::init()
@@ -114,13 +117,13 @@ QString EditorViewTest::makeImage(int width, int height)
 {
     QImage image(width, height, QImage::Format_ARGB32);
     image.fill(QColor(40, 120, 200));
-    const auto id = ImageStore::save(image);
+    const auto id = images->save(image);
     return id.value_or(QString());
 }
 
 std::unique_ptr<NoteTextView> EditorViewTest::makeView(const QString& text, bool markdown)
 {
-    auto view = std::make_unique<NoteTextView>(text, configuration(markdown), &bridge, desktop);
+    auto view = std::make_unique<NoteTextView>(text, configuration(markdown), &bridge, desktop, *images);
     view->resize(420, 500);
     view->show();
     if (!QTest::qWaitForWindowExposed(view.get()))
@@ -226,7 +229,7 @@ void EditorViewTest::clickingBesideABoxPlacesTheCaret()
 void EditorViewTest::backspaceRevealsAPictureBeforeRemovingIt()
 {
     const QString id = makeImage(60, 30);
-    const QString token = ImageStore::token(id);
+    const QString token = ImageTokens::token(id);
     const QString text = u"before\n"_s + token + u"\nafter"_s;
     auto view = makeView(text);
     QVERIFY(view);
@@ -266,7 +269,7 @@ void EditorViewTest::backspaceRevealsAPictureBeforeRemovingIt()
 
 void EditorViewTest::typingAfterARevealKeepsThePicture()
 {
-    const QString token = ImageStore::token(makeImage(20, 20));
+    const QString token = ImageTokens::token(makeImage(20, 20));
     const QString text = token + u"\nx"_s;
     auto view = makeView(text);
     QVERIFY(view);
@@ -279,12 +282,12 @@ void EditorViewTest::typingAfterARevealKeepsThePicture()
 
 void EditorViewTest::arrowKeysNeverRestInsideAHiddenToken()
 {
-    const QString token = ImageStore::token(makeImage(20, 20));
+    const QString token = ImageTokens::token(makeImage(20, 20));
     const QString text = u"ab"_s + token + u"cd\n"_s + token + u"\nef"_s;
     auto view = makeView(text);
     QVERIFY(view);
     auto inside = [&](qsizetype caret) {
-        for (const ImageToken& t : ImageStore::tokens(text))
+        for (const ImageToken& t : ImageTokens::tokens(text))
             if (t.range.location < caret && caret < t.range.end())
                 return true;
         return false;
@@ -327,10 +330,10 @@ void EditorViewTest::dropInMidLinePutsThePictureOnItsOwnLine()
     QDropEvent drop(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
     QApplication::sendEvent(view->viewport(), &drop);
 
-    const QList<ImageToken> tokens = ImageStore::tokens(view->text());
+    const QList<ImageToken> tokens = ImageTokens::tokens(view->text());
     QCOMPARE(tokens.size(), 1);
     // A break on each side, and the caret behind the inserted text.
-    QCOMPARE(view->text(), u"hello\n"_s + ImageStore::token(tokens[0].id) + u"\n\n world"_s);
+    QCOMPARE(view->text(), u"hello\n"_s + ImageTokens::token(tokens[0].id) + u"\n\n world"_s);
     QCOMPARE(view->textCursor().position(), tokens[0].range.end() + 2);
     QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
     QCOMPARE(view->text(), u"hello world"_s);
@@ -352,9 +355,9 @@ void EditorViewTest::insertedImageFilesSkipNonImages()
     QVERIFY(view);
     placeCaret(*view, 4);
     view->insertImageFiles({notes, picture, dir.filePath(u"gone.png"_s)});
-    const QList<ImageToken> tokens = ImageStore::tokens(view->text());
+    const QList<ImageToken> tokens = ImageTokens::tokens(view->text());
     QCOMPARE(tokens.size(), 1);
-    QCOMPARE(view->text(), u"line\n"_s + ImageStore::token(tokens[0].id) + u"\n"_s);
+    QCOMPARE(view->text(), u"line\n"_s + ImageTokens::token(tokens[0].id) + u"\n"_s);
 }
 
 void EditorViewTest::compositionIsNotStyledUntilCommitted()
@@ -529,7 +532,7 @@ void EditorViewTest::overlaySizes()
     QFETCH(double, expectedHeight);
     const QString id = hasFile ? makeImage(imageWidth, imageHeight) : u"MISSING-1"_s;
     const std::optional<double> tokenWidth = width.isEmpty() ? std::nullopt : std::optional<double>(width.toDouble());
-    auto view = makeView(u"a\n"_s + ImageStore::token(id, tokenWidth) + u"\nb"_s);
+    auto view = makeView(u"a\n"_s + ImageTokens::token(id, tokenWidth) + u"\nb"_s);
     QVERIFY(view);
     const double container = view->imageOverlays()->containerWidth();
     if (expectedWidth < 0) {
@@ -546,7 +549,7 @@ void EditorViewTest::overlaySizes()
 void EditorViewTest::pictureLineReservesItsHeight()
 {
     const QString id = makeImage(100, 80);
-    const QString text = u"top\n"_s + ImageStore::token(id) + u"\n"_s + ImageStore::token(id, 50) + u"\nend"_s;
+    const QString text = u"top\n"_s + ImageTokens::token(id) + u"\n"_s + ImageTokens::token(id, 50) + u"\nend"_s;
     auto view = makeView(text);
     QVERIFY(view);
     auto lineHeight = [&](int blockNumber) {
@@ -561,7 +564,7 @@ void EditorViewTest::pictureLineReservesItsHeight()
     QVERIFY(widgets[1]->y() >= widgets[0]->y() + 80);
     // The token's characters take no width: the caret behind it stays at the line's start.
     QTextCursor behind = view->textCursor();
-    behind.setPosition(4 + int(ImageStore::token(id).size()));
+    behind.setPosition(4 + int(ImageTokens::token(id).size()));
     QTextCursor before = view->textCursor();
     before.setPosition(4);
     QVERIFY(qAbs(view->cursorRect(behind).x() - view->cursorRect(before).x()) <= 1);
@@ -571,7 +574,7 @@ void EditorViewTest::pictureLineReservesItsHeight()
 
 void EditorViewTest::markdownOffShowsNoPicture()
 {
-    const QString token = ImageStore::token(makeImage(30, 30));
+    const QString token = ImageTokens::token(makeImage(30, 30));
     auto view = makeView(token, false);
     QVERIFY(view);
     QVERIFY(view->imageOverlays()->widgets().isEmpty());
@@ -580,7 +583,7 @@ void EditorViewTest::markdownOffShowsNoPicture()
 
 void EditorViewTest::selectingAPictureThenTypingAddsTextBelow()
 {
-    const QString token = ImageStore::token(makeImage(60, 40));
+    const QString token = ImageTokens::token(makeImage(60, 40));
     auto view = makeView(u"top\n"_s + token + u"\nbottom"_s);
     QVERIFY(view);
     placeCaret(*view, 1);
@@ -597,7 +600,7 @@ void EditorViewTest::selectingAPictureThenTypingAddsTextBelow()
 void EditorViewTest::resizingWritesTheWidthAsOneUndoableEdit()
 {
     const QString id = makeImage(200, 100);
-    const QString text = u"top\n"_s + ImageStore::token(id) + u"\nbottom"_s;
+    const QString text = u"top\n"_s + ImageTokens::token(id) + u"\nbottom"_s;
     auto view = makeView(text);
     QVERIFY(view);
     NoteImageOverlayWidget* picture = view->imageOverlays()->widgets().value(0);
@@ -620,7 +623,7 @@ void EditorViewTest::resizingWritesTheWidthAsOneUndoableEdit()
     QVERIFY(qAbs(picture->height() - 55) <= 1);
     NoteImageHandleWidget* movedHandle = view->imageOverlays()->widgets().value(0)->handle();
     QTest::mouseRelease(movedHandle, Qt::LeftButton, {}, movedHandle->mapFrom(view->viewport(), end));
-    QCOMPARE(view->text(), u"top\n"_s + ImageStore::token(id, 110) + u"\nbottom"_s);
+    QCOMPARE(view->text(), u"top\n"_s + ImageTokens::token(id, 110) + u"\nbottom"_s);
     QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
     QCOMPARE(view->text(), text);
 }

@@ -1,5 +1,7 @@
 #include "images/ImagePasteboard.h"
 #include "images/ImageStore.h"
+#include "support/FaultyFiles.h"
+#include "support/TestFiles.h"
 
 #include <QBuffer>
 #include <QDir>
@@ -28,12 +30,9 @@ QByteArray pngBytes(int width = 4, int height = 3)
     return bytes;
 }
 
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
+// The token syntax as a regular expression: the hand-written matcher must agree with it.
+const QRegularExpression tokenExpression(
+    uR"(!\[image(?:\|([0-9]+(?:\.[0-9]+)?))?\]\(pondrift-img://([A-Za-z0-9-]+)\))"_s);
 
 } // namespace
 
@@ -43,6 +42,8 @@ class TestImages : public QObject {
 private:
     QTemporaryDir root;
     QString folder;
+    FaultyFiles files;
+    std::optional<ImageStore> store;
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
@@ -51,7 +52,8 @@ private Q_SLOTS:
     {
         folder = root.filePath(u"Support/Images"_s);
         QDir(folder).removeRecursively();
-        ImageStore::setDirectory(folder);
+        files.heal();
+        store.emplace(folder, files);
     }
 
     void tokenText_data()
@@ -70,9 +72,9 @@ private Q_SLOTS:
         QFETCH(double, width);
         QFETCH(QString, expected);
         const std::optional<double> w = width == -qInf() ? std::nullopt : std::optional(width);
-        QCOMPARE(ImageStore::token(u"A"_s, w), expected);
+        QCOMPARE(ImageTokens::token(u"A"_s, w), expected);
         // Whatever is written reads back as the same token.
-        const QList<ImageToken> read = ImageStore::tokens(expected);
+        const QList<ImageToken> read = ImageTokens::tokens(expected);
         QCOMPARE(read.size(), 1);
         QCOMPARE(read.first().id, u"A"_s);
     }
@@ -102,8 +104,8 @@ private Q_SLOTS:
         QFETCH(QStringList, ids);
         QFETCH(double, firstWidth);
         QFETCH(qsizetype, firstLocation);
-        QCOMPARE(ImageStore::referencedIDs(text), ids);
-        const QList<ImageToken> found = ImageStore::tokens(text);
+        QCOMPARE(ImageTokens::referencedIDs(text), ids);
+        const QList<ImageToken> found = ImageTokens::tokens(text);
         if (found.isEmpty())
             return;
         QCOMPARE(found.first().width.value_or(-1.0), firstWidth);
@@ -141,7 +143,7 @@ private Q_SLOTS:
             for (int i = 0; i < count; ++i)
                 text += pieces.at(random.bounded(pieces.size()));
             QList<ImageToken> expected;
-            QRegularExpressionMatchIterator it = ImageStore::tokenExpression().globalMatch(text);
+            QRegularExpressionMatchIterator it = tokenExpression.globalMatch(text);
             while (it.hasNext()) {
                 const QRegularExpressionMatch m = it.next();
                 ImageToken token{m.captured(2), std::nullopt,
@@ -150,7 +152,7 @@ private Q_SLOTS:
                     token.width = m.captured(1).toDouble();
                 expected.append(token);
             }
-            QVERIFY2(ImageStore::tokens(text) == expected, qPrintable(text));
+            QVERIFY2(ImageTokens::tokens(text) == expected, qPrintable(text));
         }
     }
 
@@ -169,17 +171,17 @@ private Q_SLOTS:
     {
         QFETCH(QString, ext);
         QFETCH(QString, storedAs);
-        const std::optional<QString> id = ImageStore::save(u"bytes"_s.toUtf8(), ext);
+        const std::optional<QString> id = store->save(u"bytes"_s.toUtf8(), ext);
         QCOMPARE(id.has_value(), !storedAs.isEmpty());
         if (!id) {
-            QVERIFY(ImageStore::allIDs().isEmpty());
+            QVERIFY(store->allIDs().isEmpty());
             return;
         }
         QVERIFY(QFile::exists(folder + u'/' + *id + u'.' + storedAs));
-        QCOMPARE(ImageStore::data(*id), u"bytes"_s.toUtf8());
+        QCOMPARE(store->data(*id), u"bytes"_s.toUtf8());
     }
 
-    void emptyDataIsRefused() { QVERIFY(!ImageStore::save(QByteArray(), u"png"_s)); }
+    void emptyDataIsRefused() { QVERIFY(!store->save(QByteArray(), u"png"_s)); }
 
     void hostileIDsReachNothing_data()
     {
@@ -197,32 +199,32 @@ private Q_SLOTS:
         QDir().mkpath(folder + u"/sub"_s);
         const QString outside = root.filePath(u"Support/secret.png"_s);
         const QString below = folder + u"/sub/secret.png"_s;
-        writeFile(outside, pngBytes());
-        writeFile(below, pngBytes());
-        writeFile(folder + u"/se_cret.png"_s, pngBytes());
-        writeFile(folder + u"/.png"_s, pngBytes());
+        TestFiles::write(outside, pngBytes());
+        TestFiles::write(below, pngBytes());
+        TestFiles::write(folder + u"/se_cret.png"_s, pngBytes());
+        TestFiles::write(folder + u"/.png"_s, pngBytes());
 
-        QVERIFY(!ImageStore::filePath(id));
-        QVERIFY(!ImageStore::data(id));
-        QVERIFY(!ImageStore::image(id));
-        ImageStore::deleteImages({id});
+        QVERIFY(!store->filePath(id));
+        QVERIFY(!store->data(id));
+        QVERIFY(!store->image(id));
+        store->deleteImages({id});
         QVERIFY(QFile::exists(outside));
         QVERIFY(QFile::exists(below));
         QVERIFY(QFile::exists(folder + u"/se_cret.png"_s));
-        QVERIFY(ImageStore::allIDs().isEmpty());
+        QVERIFY(store->allIDs().isEmpty());
     }
 
     void pngWinsOverOtherExtensions()
     {
         QDir().mkpath(folder);
-        writeFile(folder + u"/X.jpg"_s, "jpg");
-        writeFile(folder + u"/X.png"_s, "png");
-        writeFile(folder + u"/Y.tar.gz"_s, "gz");
-        QCOMPARE(ImageStore::data(u"X"_s), QByteArray("png"));
-        QVERIFY2(!ImageStore::data(u"Y"_s), "a name with two dots belongs to no id");
+        TestFiles::write(folder + u"/X.jpg"_s, "jpg");
+        TestFiles::write(folder + u"/X.png"_s, "png");
+        TestFiles::write(folder + u"/Y.tar.gz"_s, "gz");
+        QCOMPARE(store->data(u"X"_s), QByteArray("png"));
+        QVERIFY2(!store->data(u"Y"_s), "a name with two dots belongs to no id");
         QFile::remove(folder + u"/X.png"_s);
-        QCOMPARE(ImageStore::data(u"X"_s), QByteArray("jpg"));
-        ImageStore::deleteImages({u"X"_s});
+        QCOMPARE(store->data(u"X"_s), QByteArray("jpg"));
+        store->deleteImages({u"X"_s});
         QVERIFY(!QFile::exists(folder + u"/X.jpg"_s));
     }
 
@@ -240,47 +242,47 @@ private Q_SLOTS:
         QFETCH(QSize, stored);
         QImage image(given, QImage::Format_RGB32);
         image.fill(Qt::blue);
-        const std::optional<QString> id = ImageStore::save(image);
+        const std::optional<QString> id = store->save(image);
         QVERIFY(id);
         QVERIFY(QFile::exists(folder + u'/' + *id + u".png"_s));
-        QVERIFY(ImageStore::data(*id)->startsWith("\x89PNG"));
-        QCOMPARE(ImageStore::image(*id)->size(), stored);
+        QVERIFY(store->data(*id)->startsWith("\x89PNG"));
+        QCOMPARE(store->image(*id)->size(), stored);
     }
 
     void aMissIsNotCached()
     {
-        QVERIFY(!ImageStore::image(u"LATE"_s));
+        QVERIFY(!store->image(u"LATE"_s));
         // The file arrives afterwards, as sync would bring it.
         QDir().mkpath(folder);
-        writeFile(folder + u"/LATE.png"_s, pngBytes(5, 6));
-        const std::optional<QImage> image = ImageStore::image(u"LATE"_s);
+        TestFiles::write(folder + u"/LATE.png"_s, pngBytes(5, 6));
+        const std::optional<QImage> image = store->image(u"LATE"_s);
         QVERIFY(image);
         QCOMPARE(image->size(), QSize(5, 6));
-        ImageStore::deleteImages({u"LATE"_s});
-        QVERIFY2(!ImageStore::image(u"LATE"_s), "a deleted image leaves the cache too");
+        store->deleteImages({u"LATE"_s});
+        QVERIFY2(!store->image(u"LATE"_s), "a deleted image leaves the cache too");
     }
 
     void undecodableFileGivesNoImage()
     {
         QDir().mkpath(folder);
-        writeFile(folder + u"/BAD.png"_s, "not a picture");
-        QVERIFY(!ImageStore::image(u"BAD"_s));
-        QCOMPARE(ImageStore::data(u"BAD"_s), QByteArray("not a picture"));
+        TestFiles::write(folder + u"/BAD.png"_s, "not a picture");
+        QVERIFY(!store->image(u"BAD"_s));
+        QCOMPARE(store->data(u"BAD"_s), QByteArray("not a picture"));
     }
 
     void folderIsMadeOnFirstSaveAndFailsQuietly()
     {
         QVERIFY(!QDir(folder).exists());
-        QVERIFY(ImageStore::allIDs().isEmpty());
-        QVERIFY(ImageStore::save(pngBytes(), u"png"_s));
+        QVERIFY(store->allIDs().isEmpty());
+        QVERIFY(store->save(pngBytes(), u"png"_s));
         QVERIFY(QDir(folder).exists());
 
         // A file where the folder should be: nothing can be made, nothing breaks.
         const QString blocked = root.filePath(u"blocked"_s);
-        writeFile(blocked, "x");
-        ImageStore::setDirectory(blocked + u"/Images"_s);
-        QVERIFY(!ImageStore::save(pngBytes(), u"png"_s));
-        QVERIFY(ImageStore::allIDs().isEmpty());
+        TestFiles::write(blocked, "x");
+        store.emplace(blocked + u"/Images"_s, files);
+        QVERIFY(!store->save(pngBytes(), u"png"_s));
+        QVERIFY(store->allIDs().isEmpty());
     }
 
     void allIDsSkipsForeignNames()
@@ -288,8 +290,22 @@ private Q_SLOTS:
         QDir().mkpath(folder);
         for (const QString& name :
              {u"A.png"_s, u"B-2.gif"_s, u"C"_s, u"bad_name.png"_s, u"a.b.png"_s, u".hidden"_s})
-            writeFile(folder + u'/' + name, "x");
-        QCOMPARE(ImageStore::allIDs(), (QStringList{u"A"_s, u"B-2"_s, u"C"_s}));
+            TestFiles::write(folder + u'/' + name, "x");
+        QCOMPARE(store->allIDs(), (QStringList{u"A"_s, u"B-2"_s, u"C"_s}));
+    }
+
+    void aFullDiskLosesNoImageStoredBeforeIt()
+    {
+        const QString first = *store->save(pngBytes(1, 1), u"png"_s);
+        const QString second = *store->save(pngBytes(2, 2), u"png"_s);
+        files.failAfter(0);
+        QVERIFY2(!store->save(pngBytes(3, 3), u"png"_s), "the third write meets a full disk");
+        QStringList kept{first, second};
+        kept.sort();
+        QCOMPARE(store->allIDs(), kept);
+        QCOMPARE(store->image(first)->size(), QSize(1, 1));
+        QCOMPARE(store->image(second)->size(), QSize(2, 2));
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 2);
     }
 
     // Pasting and dropping.
@@ -321,7 +337,7 @@ private Q_SLOTS:
         QList<QUrl> urls;
         for (const QString& name : files) {
             // Every "image" holds 4 by 3 PNG bytes whatever its name; the text file does not.
-            writeFile(source.filePath(name), name.endsWith(u".txt"_s) ? "hello" : pngBytes());
+            TestFiles::write(source.filePath(name), name.endsWith(u".txt"_s) ? "hello" : pngBytes());
             urls.append(QUrl::fromLocalFile(source.filePath(name)));
         }
         QMimeData mime;
@@ -334,14 +350,14 @@ private Q_SLOTS:
         }
 
         QCOMPARE(ImagePasteboard::canProvideImage(&mime), !storedExtensions.isEmpty());
-        QVERIFY2(ImageStore::allIDs().isEmpty(), "asking writes nothing");
+        QVERIFY2(store->allIDs().isEmpty(), "asking writes nothing");
 
-        const QStringList ids = ImagePasteboard::imageIDs(&mime);
+        const QStringList ids = ImagePasteboard::imageIDs(&mime, *store);
         QCOMPARE(ids.size(), storedExtensions.size());
         for (qsizetype i = 0; i < ids.size(); ++i) {
-            QVERIFY(ImageStore::filePath(ids[i])->endsWith(u'.' + storedExtensions[i]));
+            QVERIFY(store->filePath(ids[i])->endsWith(u'.' + storedExtensions[i]));
             // A bitmap is capped on the way in; a file keeps its own size.
-            QCOMPARE(ImageStore::image(ids[i])->width(), fromBitmap ? 2048 : 4);
+            QCOMPARE(store->image(ids[i])->width(), fromBitmap ? 2048 : 4);
         }
     }
 
@@ -350,11 +366,11 @@ private Q_SLOTS:
         QTemporaryDir source;
         const QString path = source.filePath(u"big.png"_s);
         const QByteArray bytes = pngBytes(3000, 20);
-        writeFile(path, bytes);
-        const std::optional<QString> id = ImagePasteboard::saveFile(path);
+        TestFiles::write(path, bytes);
+        const std::optional<QString> id = ImagePasteboard::saveFile(path, *store);
         QVERIFY(id);
-        QCOMPARE(ImageStore::data(*id), bytes);
-        QVERIFY(!ImagePasteboard::saveFile(source.filePath(u"missing.png"_s)));
+        QCOMPARE(store->data(*id), bytes);
+        QVERIFY(!ImagePasteboard::saveFile(source.filePath(u"missing.png"_s), *store));
     }
 
     void remoteURLsAreNotFiles()
@@ -364,9 +380,9 @@ private Q_SLOTS:
         QVERIFY(!ImagePasteboard::canProvideImage(&mime));
         mime.setData(u"image/png"_s, pngBytes(7, 7));
         QVERIFY(ImagePasteboard::canProvideImage(&mime));
-        const QStringList ids = ImagePasteboard::imageIDs(&mime);
+        const QStringList ids = ImagePasteboard::imageIDs(&mime, *store);
         QCOMPARE(ids.size(), 1);
-        QCOMPARE(ImageStore::image(ids.first())->size(), QSize(7, 7));
+        QCOMPARE(store->image(ids.first())->size(), QSize(7, 7));
     }
 };
 

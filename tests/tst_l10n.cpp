@@ -1,4 +1,4 @@
-#include "app/L10n.h"
+#include "l10n/L10n.h"
 #include "notes/NoteColor.h"
 
 #include <QCoreApplication>

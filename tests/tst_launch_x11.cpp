@@ -1,4 +1,5 @@
 #include "notes/Store.h"
+#include "platform/qt/QtFiles.h"
 
 #include <QProcess>
 #include <QTemporaryDir>
@@ -14,6 +15,8 @@ using namespace Qt::Literals::StringLiterals;
 // asked to quit, and quits cleanly.
 class TestLaunch : public QObject {
     Q_OBJECT
+
+    QtFiles files;
 
     // Mapped top-level windows on the X server; Qt's own hidden helper windows don't count.
     static int viewableTopLevels()
@@ -113,7 +116,7 @@ private Q_SLOTS:
         runOnce(home.path(), SIGTERM, *this);
         QList<Note> first;
         {
-            Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s);
+            Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s, files);
             first = store.load();
         }
         QCOMPARE(first.size(), 1);
@@ -122,7 +125,7 @@ private Q_SLOTS:
 
         // The second start reads the sealed body back through the same key and seeds nothing.
         runOnce(home.path(), SIGTERM, *this);
-        Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s);
+        Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s, files);
         const QList<Note> second = store.load();
         QCOMPARE(second, first);
     }

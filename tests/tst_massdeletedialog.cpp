@@ -1,4 +1,4 @@
-#include "sync/MassDeleteDialog.h"
+#include "sync/ui/MassDeleteDialog.h"
 
 #include <QApplication>
 #include <QMessageBox>

@@ -1,10 +1,12 @@
-#include "app/L10n.h"
+#include "l10n/L10n.h"
 #include "images/ImageStore.h"
 #include "notes/NoteStore.h"
-#include "notes/StorageErrorDialog.h"
+#include "notes/ui/StorageErrorDialog.h"
 #include "notes/Store.h"
 #include "support/FaultInjectingVfs.h"
 #include "support/ManualScheduler.h"
+#include "platform/qt/QtFiles.h"
+#include "support/TestLibrary.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -28,49 +30,11 @@ namespace {
 
 using Fault = FaultInjectingVfs::Fault;
 
-// One library in a temporary folder: the real database, key file and image folder, a
-// virtual clock, and every report the store makes.
-struct Library {
-    QTemporaryDir dir;
-    ManualScheduler clock;
-    std::unique_ptr<Store> store;
-    std::unique_ptr<NoteStore> notes;
-    QStringList reports;
-
-    QString db() const { return dir.filePath(u"notes.db"_s); }
-    QString key() const { return dir.filePath(u"note.key"_s); }
-    QString images() const { return dir.filePath(u"Images"_s); }
-
-    NoteStore& open(bool seedWelcome = false)
-    {
-        notes.reset();
-        store = std::make_unique<Store>(db(), key());
-        notes = std::make_unique<NoteStore>(
-            *store, clock, seedWelcome,
-            [this](const LocalizedError& error) { reports.append(error.description()); }, images());
-        return *notes;
-    }
-
-    // What a later launch would read, through a connection of its own.
-    QList<Note> stored() const { return Store(db(), key()).load(); }
-    std::optional<Note> storedNote(const QString& id) const
-    {
-        for (const Note& note : stored()) {
-            if (note.id == id)
-                return note;
-        }
-        return std::nullopt;
-    }
-    QString image(const QByteArray& bytes = "picture") const
-    {
-        return *ImageStore::save(bytes, u"png"_s);
-    }
-    bool imageExists(const QString& id) const { return ImageStore::filePath(id).has_value(); }
-};
+using Library = TestLibrary;
 
 QString token(const QString& id)
 {
-    return ImageStore::token(id);
+    return ImageTokens::token(id);
 }
 
 QByteArray fileHash(const QString& path)
@@ -112,7 +76,6 @@ private Q_SLOTS:
     void welcomeNoteAndOrphanedImagesAtLaunch()
     {
         Library lib;
-        ImageStore::setDirectory(lib.images());
         const QString kept = lib.image();
         const QString orphan = lib.image();
         NoteStore& first = lib.open(true);
@@ -222,7 +185,6 @@ private Q_SLOTS:
     {
         Library lib;
         NoteStore& notes = lib.open();
-        ImageStore::setDirectory(lib.images());
         const QString picture = lib.image();
         const Note note = notes.create(u"with "_s + token(picture), u"T"_s, 3);
         notes.updateBody(note.id, note.body + u" and more"_s);
@@ -249,7 +211,6 @@ private Q_SLOTS:
     {
         Library lib;
         NoteStore& notes = lib.open();
-        ImageStore::setDirectory(lib.images());
         const QString onlyA = lib.image();
         const QString shared = lib.image();
         const QString onlyB = lib.image();
@@ -378,7 +339,6 @@ private Q_SLOTS:
     {
         Library lib;
         NoteStore& notes = lib.open();
-        ImageStore::setDirectory(lib.images());
         const QString kept = lib.image();
         const QString dropped = lib.image();
         const Note note = notes.create(token(kept) + token(dropped));
@@ -471,20 +431,20 @@ private Q_SLOTS:
         }
         const QString orphan = lib.image();
         if (damage == u"garbage"_s) {
-            QFile::remove(lib.db() + u"-wal"_s);
-            QFile::remove(lib.db() + u"-shm"_s);
-            QFile file(lib.db());
+            QFile::remove(lib.paths.db() + u"-wal"_s);
+            QFile::remove(lib.paths.db() + u"-shm"_s);
+            QFile file(lib.paths.db());
             QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
             file.write(QByteArray(8192, 'x'));
         } else {
-            QFile::remove(lib.key());
+            QFile::remove(lib.paths.key());
             if (damage != u"noKey"_s) {
-                QFile key(lib.key());
+                QFile key(lib.paths.key());
                 QVERIFY(key.open(QIODevice::WriteOnly));
                 key.write(QByteArray(damage == u"shortKey"_s ? 31 : 32, '\x5a'));
             }
         }
-        const QByteArray before = fileHash(lib.db());
+        const QByteArray before = fileHash(lib.paths.db());
 
         NoteStore& notes = lib.open(true);
         QCOMPARE(lib.reports.size(), 1);
@@ -505,7 +465,7 @@ private Q_SLOTS:
         QCOMPARE(lib.reports.size(), 1);
         lib.notes.reset();
         lib.store.reset();
-        QCOMPARE(fileHash(lib.db()), before);
+        QCOMPARE(fileHash(lib.paths.db()), before);
     }
 
     void alertText()
@@ -577,6 +537,7 @@ private:
 
     void checkAfterKill(CrashLane& lane, int run)
     {
+        QtFiles files;
         static const QRegularExpression savedLine(u"^S (\\S+) (\\d+)$"_s);
         static const QRegularExpression deletedLine(u"^D (\\S+)$"_s);
         static const QRegularExpression deletingLine(u"^X (\\S+)$"_s);
@@ -614,16 +575,16 @@ private:
 
         QList<Note> stored;
         try {
-            stored = Store(db, lane.dir.filePath(u"note.key"_s)).load();
+            stored = Store(db, lane.dir.filePath(u"note.key"_s), files).load();
         } catch (const LocalizedError& error) {
             QFAIL(qPrintable(u"the library does not open: "_s + error.description()));
         }
-        ImageStore::setDirectory(lane.dir.filePath(u"Images"_s));
+        ImageStore images(lane.dir.filePath(u"Images"_s), files);
         QHash<QString, Note> byID;
         for (const Note& note : std::as_const(stored)) {
             byID.insert(note.id, note);
-            for (const QString& id : ImageStore::referencedIDs(note.body))
-                QVERIFY2(ImageStore::filePath(id), "a stored note lost its picture");
+            for (const QString& id : ImageTokens::referencedIDs(note.body))
+                QVERIFY2(images.filePath(id), "a stored note lost its picture");
         }
         for (const QString& id : std::as_const(lane.deleting)) {
             if (!byID.contains(id))

@@ -1,8 +1,9 @@
-#include "app/L10n.h"
-#include "app/Settings.h"
+#include "l10n/L10n.h"
+#include "settings/Settings.h"
 #include "notes/Ink.h"
 #include "notes/NoteColor.h"
 #include "support/MemoryDefaults.h"
+#include "support/MemoryLoginItem.h"
 
 #include <QFontInfo>
 #include <QStandardPaths>
@@ -14,12 +15,13 @@ class TestPalette : public QObject {
     Q_OBJECT
 
     MemoryDefaults store;
+    MemoryLoginItem loginItem;
 
 private Q_SLOTS:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
-        Settings::setDefaults(store);
+        Settings::install(store, loginItem);
     }
     void cleanup() { L10n::install(AppLanguage::English); }
 

@@ -1,7 +1,7 @@
-#include "app/Settings.h"
+#include "settings/Settings.h"
 #include "platform/Log.h"
-#include "platform/QSettingsDefaults.h"
-#include "platform/XdgLoginItem.h"
+#include "platform/qt/QSettingsDefaults.h"
+#include "platform/xdg/XdgLoginItem.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
 
@@ -17,13 +17,14 @@ class TestSettings : public QObject {
 
     MemoryDefaults* store = nullptr;
     std::unique_ptr<MemoryDefaults> owned;
+    MemoryLoginItem loginItem;
 
     // A fresh store for each test, which also drops the memory caches.
     void freshStore()
     {
         owned = std::make_unique<MemoryDefaults>();
         store = owned.get();
-        Settings::setDefaults(*store);
+        Settings::install(*store, loginItem);
     }
 
 private Q_SLOTS:
@@ -152,7 +153,7 @@ private Q_SLOTS:
         other.values.insert(u"deckScale"_s, 1.5);
         other.values.insert(u"noteSizeIndex"_s, 0);
         other.values.insert(u"deckYRatio"_s, 0.25);
-        Settings::setDefaults(other);
+        Settings::install(other, loginItem);
         QCOMPARE(Settings::deckScale(), 1.5);
         QCOMPARE(Settings::noteSizeIndex(), 0);
         QCOMPARE(Settings::deckYRatio(), 0.25);
@@ -232,14 +233,14 @@ private Q_SLOTS:
     {
         QTemporaryDir dir;
         QSettingsDefaults file(dir.filePath(u"pondrift.conf"_s));
-        Settings::setDefaults(file);
+        Settings::install(file, loginItem);
         Settings::setScPin({0x23, Shortcut::command | Shortcut::option});
         Settings::setNoteSizeIndex(2);
         Settings::setTabPreview(false);
         Settings::setNoteFontName(QString());
         {
             QSettingsDefaults reread(dir.filePath(u"pondrift.conf"_s));
-            Settings::setDefaults(reread);
+            Settings::install(reread, loginItem);
             QCOMPARE(Settings::scPin(), (Shortcut{0x23, 0x900}));
             QCOMPARE(Settings::noteSizeIndex(), 2);
             QVERIFY(!Settings::tabPreview());
@@ -295,8 +296,7 @@ private Q_SLOTS:
 
     void launchAtLogin()
     {
-        MemoryLoginItem item;
-        Settings::setLoginItem(item);
+        MemoryLoginItem& item = loginItem;
         QStringList lines;
         Log::Capture capture([&](const QString& line) { lines.append(line); });
         Settings::setLaunchAtLogin(true);

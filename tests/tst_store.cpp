@@ -1,6 +1,8 @@
 #include "notes/Crypto.h"
 #include "notes/Store.h"
 #include "platform/Log.h"
+#include "platform/qt/QtFiles.h"
+#include "support/TestFiles.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -23,34 +25,6 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 using Kind = PersistenceError::Kind;
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(f.write(bytes), bytes.size());
-}
-
-QByteArray readFile(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-// Every entry under a folder, with the bytes of each file: "nothing on disk changed" is this
-// comparing equal before and after.
-QMap<QString, QByteArray> snapshot(const QString& folder)
-{
-    QMap<QString, QByteArray> entries;
-    QDirIterator it(folder, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                    QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString path = it.next();
-        const QFileInfo info = it.fileInfo();
-        entries.insert(path, info.isFile() ? readFile(path) : QByteArray("<folder>"));
-    }
-    return entries;
-}
 
 // The test's own connection, for what the store must not be trusted to show about itself.
 class RawDb final {
@@ -226,18 +200,20 @@ Note sample(const QString& id, const QString& body, double order = 0)
 class TestStore : public QObject {
     Q_OBJECT
 
+    mutable QtFiles files;
+
 private:
     std::optional<QTemporaryDir> tmp;
     QString dbPath() const { return tmp->filePath(u"notes.db"_s); }
     QString keyPath() const { return tmp->filePath(u"note.key"_s); }
     QStringList leftoverTempKeys() const
     {
-        return QDir(tmp->path()).entryList({u".note-key-*"_s}, QDir::Files | QDir::Hidden);
+        return QDir(tmp->path()).entryList({u".note.key.*"_s}, QDir::Files | QDir::Hidden);
     }
     // Rows written by a store that is closed again before the test looks at the files.
     void seed(const QList<Note>& notes) const
     {
-        Store store(dbPath(), keyPath());
+        Store store(dbPath(), keyPath(), files);
         for (const Note& note : notes)
             store.upsert(note);
     }
@@ -273,8 +249,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, cipherText);
         QFETCH(QByteArray, tag);
         QFETCH(QString, text);
-        writeFile(keyPath(), QByteArray(32, '\0'));
-        Crypto crypto(keyPath(), false);
+        TestFiles::write(keyPath(), QByteArray(32, '\0'));
+        Crypto crypto(keyPath(), false, files);
         QCOMPARE(crypto.open(QByteArray(12, '\0') + cipherText + tag), text);
     }
 
@@ -290,23 +266,23 @@ private Q_SLOTS:
     void textsSealAndOpenToThemselves()
     {
         QFETCH(QString, text);
-        Crypto crypto(keyPath(), true);
+        Crypto crypto(keyPath(), true, files);
         const QByteArray first = crypto.seal(text);
         const QByteArray second = crypto.seal(text);
         QVERIFY(first != second);
         // What is sealed opens with plain AES-256-GCM read as nonce|ciphertext|tag.
-        const QByteArray key = readFile(keyPath());
+        const QByteArray key = TestFiles::read(keyPath());
         QCOMPARE(key.size(), 32);
         QCOMPARE(first.size(), 12 + text.toUtf8().size() + 16);
         QCOMPARE(gcmOpen(key, first).value_or("<refused>"), text.toUtf8());
         QCOMPARE(crypto.open(first), text);
-        Crypto reader(keyPath(), false);
+        Crypto reader(keyPath(), false, files);
         QCOMPARE(reader.open(second), text);
     }
 
     void everyFlippedBitIsRefused()
     {
-        Crypto crypto(keyPath(), true);
+        Crypto crypto(keyPath(), true, files);
         const QByteArray sealed = crypto.seal(u"hello"_s);
         for (qsizetype bit = 0; bit < sealed.size() * 8; ++bit) {
             QByteArray spoiled = sealed;
@@ -344,8 +320,8 @@ private Q_SLOTS:
         QFETCH(QByteArray, key);
         QFETCH(QByteArray, sealed);
         QVERIFY(gcmOpen(key, sealed).has_value());
-        writeFile(keyPath(), key);
-        Crypto crypto(keyPath(), false);
+        TestFiles::write(keyPath(), key);
+        Crypto crypto(keyPath(), false, files);
         QCOMPARE(errorOf([&] { crypto.open(sealed); }), u"corruptBody"_s);
     }
 
@@ -376,18 +352,18 @@ private Q_SLOTS:
         if (setup == u"folder") {
             QVERIFY(QDir(tmp->path()).mkdir(u"note.key"_s));
         } else if (setup == u"underFile") {
-            writeFile(tmp->filePath(u"plain"_s), "x");
+            TestFiles::write(tmp->filePath(u"plain"_s), "x");
             path = tmp->filePath(u"plain/note.key"_s);
         } else if (setup == u"noFolder") {
             path = tmp->filePath(u"missing/note.key"_s);
         } else if (setup == u"dangling") {
             QVERIFY(QFile::link(tmp->filePath(u"gone"_s), path));
         } else if (setup != u"none") {
-            writeFile(path, QByteArray(setup.toInt(), 'k'));
+            TestFiles::write(path, QByteArray(setup.toInt(), 'k'));
         }
-        const auto before = snapshot(tmp->path());
+        const auto before = TestFiles::snapshot(tmp->path());
 
-        Crypto crypto(path, allowCreation);
+        Crypto crypto(path, allowCreation, files);
         // Twice: a failure is not remembered, and the second try fails the same way.
         for (int attempt = 0; attempt < 2; ++attempt) {
             QString message;
@@ -396,14 +372,14 @@ private Q_SLOTS:
             if (error == u"file error")
                 QVERIFY2(message.startsWith(path + u": "_s), qPrintable(message));
         }
-        QCOMPARE(snapshot(tmp->path()), before);
+        QCOMPARE(TestFiles::snapshot(tmp->path()), before);
     }
 
     void aKeyThatAppearsLaterIsUsed()
     {
-        Crypto crypto(keyPath(), false);
+        Crypto crypto(keyPath(), false, files);
         QCOMPARE(errorOf([&] { crypto.seal(u"x"_s); }), u"missingKey"_s);
-        writeFile(keyPath(), QByteArray(32, 'k'));
+        TestFiles::write(keyPath(), QByteArray(32, 'k'));
         QCOMPARE(crypto.open(crypto.seal(u"x"_s)), u"x"_s);
     }
 
@@ -440,12 +416,12 @@ private Q_SLOTS:
                 QCOMPARE(p->exitCode(), 0);
                 sealed.append(QByteArray::fromHex(p->readAllStandardOutput().trimmed()));
             }
-            QCOMPARE(readFile(path).size(), 32);
+            QCOMPARE(TestFiles::read(path).size(), 32);
             QCOMPARE(QDir(dir.path())
                          .entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
                                     QDir::NoDotAndDotDot),
                      (QStringList{u"gate"_s, u"note.key"_s}));
-            Crypto winner(path, false);
+            Crypto winner(path, false, files);
             for (const QByteArray& body : sealed)
                 QCOMPARE(winner.open(body), u"race"_s);
         }
@@ -453,7 +429,7 @@ private Q_SLOTS:
 
     void anEmptyDatabaseMakesItsKeyOnTheFirstWrite()
     {
-        Store store(dbPath(), keyPath());
+        Store store(dbPath(), keyPath(), files);
         QCOMPARE(store.load(), QList<Note>());
         QVERIFY(!QFileInfo::exists(keyPath()));
 
@@ -462,13 +438,13 @@ private Q_SLOTS:
                NoteTextDirection::Automatic, -1.5);
         store.upsert(a);
         store.upsert(b);
-        QCOMPARE(readFile(keyPath()).size(), 32);
+        QCOMPARE(TestFiles::read(keyPath()).size(), 32);
         QCOMPARE(QFileInfo(keyPath()).permissions() &
                      (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
                  QFile::Permissions());
         QCOMPARE(store.load(), (QList<Note>{b, a}));
 
-        Store reopened(dbPath(), keyPath());
+        Store reopened(dbPath(), keyPath(), files);
         QCOMPARE(reopened.load(), (QList<Note>{b, a}));
         RawDb raw(dbPath());
         QVERIFY(!raw.value("body", u"A"_s).toByteArray().contains("first"));
@@ -476,7 +452,7 @@ private Q_SLOTS:
 
     void upsertKeepsTheFirstCreatedAndReplacesTheRest()
     {
-        Store store(dbPath(), keyPath());
+        Store store(dbPath(), keyPath(), files);
         Note note = sample(u"N"_s, u"one"_s);
         store.upsert(note);
         Note changed(note.id, u"new title"_s, u"two"_s, 7, Date{1.0}, Date{1800000000.75}, true,
@@ -499,7 +475,7 @@ private Q_SLOTS:
     {
         QFETCH(qint64, color);
         QFETCH(bool, accepted);
-        Store store(dbPath(), keyPath());
+        Store store(dbPath(), keyPath(), files);
         const Note stored = sample(u"S"_s, u"kept"_s);
         store.upsert(stored);
         Note note = sample(u"S"_s, u"changed"_s);
@@ -518,7 +494,7 @@ private Q_SLOTS:
 
     void deleteRemovesOneRowAndForgivesUnknownIds()
     {
-        Store store(dbPath(), keyPath());
+        Store store(dbPath(), keyPath(), files);
         store.upsert(sample(u"A"_s, u"a"_s, 1));
         store.upsert(sample(u"B"_s, u"b"_s, 2));
         store.deleteNote(u"A"_s);
@@ -538,7 +514,7 @@ private Q_SLOTS:
         seed({sample(u"D"_s, u"d"_s)});
         RawDb raw(dbPath());
         QVERIFY(raw.exec("UPDATE notes SET text_direction='" + stored + "'"));
-        Store store(dbPath(), keyPath());
+        Store store(dbPath(), keyPath(), files);
         QCOMPARE(store.load().value(0).textDirection, NoteTextDirection::Automatic);
     }
 
@@ -551,7 +527,7 @@ private Q_SLOTS:
                 " body BLOB NOT NULL, color INTEGER NOT NULL DEFAULT 0,"
                 " created REAL NOT NULL, modified REAL NOT NULL,"
                 " archived INTEGER NOT NULL DEFAULT 0, sort_order REAL NOT NULL DEFAULT 0);"));
-            Crypto crypto(keyPath(), true);
+            Crypto crypto(keyPath(), true, files);
             const QByteArray body = crypto.seal(u"from before"_s).toHex();
             QVERIFY(raw.exec(
                 "INSERT INTO notes (id,title,body,color,created,modified,archived,sort_order)"
@@ -561,11 +537,11 @@ private Q_SLOTS:
         QStringList lines;
         {
             Log::Capture capture([&](const QString& line) { lines.append(line); });
-            Store store(dbPath(), keyPath());
+            Store store(dbPath(), keyPath(), files);
             QCOMPARE(store.load(), (QList<Note>{Note(u"OLD"_s, u"t"_s, u"from before"_s, 5,
                                                      Date{10.5}, Date{20.25}, true, false,
                                                      NoteTextDirection::Automatic, -2)}));
-            Store again(dbPath(), keyPath());
+            Store again(dbPath(), keyPath(), files);
             QCOMPARE(again.load().size(), 1);
         }
         QCOMPARE(lines, (QStringList{u"Pondrift: migrated notes table — added pinned"_s,
@@ -574,7 +550,7 @@ private Q_SLOTS:
 
     void aFullDiskLosesNothing()
     {
-        Store store(dbPath(), keyPath());
+        Store store(dbPath(), keyPath(), files);
         const Note kept = sample(u"KEPT"_s, u"saved before"_s, 1);
         store.upsert(kept);
         Note edited = kept;
@@ -586,7 +562,7 @@ private Q_SLOTS:
         {
             FullDisk full;
             saveError = errorOf([&] { store.upsert(edited); }, &saveMessage);
-            Crypto crypto(otherKey, true);
+            Crypto crypto(otherKey, true, files);
             keyError = errorOf([&] { crypto.seal(u"x"_s); });
         }
         QCOMPARE(saveError, u"database"_s);
@@ -595,19 +571,19 @@ private Q_SLOTS:
         QVERIFY(!QFileInfo::exists(otherKey));
         QVERIFY(leftoverTempKeys().isEmpty());
 
-        QCOMPARE(Store(dbPath(), keyPath()).load(), QList<Note>{kept});
+        QCOMPARE(Store(dbPath(), keyPath(), files).load(), QList<Note>{kept});
         // A failed write does not close the store: once there is room, the edit goes through.
         store.upsert(edited);
-        QCOMPARE(Store(dbPath(), keyPath()).load(), QList<Note>{edited});
+        QCOMPARE(Store(dbPath(), keyPath(), files).load(), QList<Note>{edited});
     }
 
     void rowsWithoutTheirKeyStayUnreadAndNoKeyIsMade()
     {
         seed({sample(u"A"_s, u"a"_s)});
         QVERIFY(QFile::remove(keyPath()));
-        const auto before = snapshot(tmp->path());
+        const auto before = TestFiles::snapshot(tmp->path());
         {
-            Store store(dbPath(), keyPath());
+            Store store(dbPath(), keyPath(), files);
             QCOMPARE(errorOf([&] { store.load(); }), u"missingKey"_s);
             QCOMPARE(errorOf([&] { store.upsert(sample(u"B"_s, u"b"_s)); }), u"missingKey"_s);
             QCOMPARE(errorOf([&] { store.deleteNote(u"A"_s); }), u"missingKey"_s);
@@ -616,7 +592,7 @@ private Q_SLOTS:
         QVERIFY(leftoverTempKeys().isEmpty());
         RawDb raw(dbPath());
         QCOMPARE(raw.count(), 1);
-        QCOMPARE(snapshot(tmp->path()).value(dbPath()), before.value(dbPath()));
+        QCOMPARE(TestFiles::snapshot(tmp->path()).value(dbPath()), before.value(dbPath()));
     }
 
     // One body that does not open fails the whole load, and the store then refuses to write:
@@ -661,10 +637,10 @@ private Q_SLOTS:
         } else if (spoil == u"stub") {
             spoilt = body.left(27);
         } else if (spoil == u"other key") {
-            Crypto other(tmp->filePath(u"other.key"_s), true);
+            Crypto other(tmp->filePath(u"other.key"_s), true, files);
             spoilt = other.seal(u"a body of some length to spoil"_s);
         } else if (spoil == u"binary") {
-            spoilt = gcmSeal(readFile(keyPath()), QByteArray(12, 'n'), "\xff\xfe text");
+            spoilt = gcmSeal(TestFiles::read(keyPath()), QByteArray(12, 'n'), "\xff\xfe text");
         } else if (spoil == u"empty") {
             spoilt = QByteArray("");
         }
@@ -672,7 +648,7 @@ private Q_SLOTS:
         const QVariant stored = raw.value("body", u"BAD"_s);
         QCOMPARE(stored.isNull(), spoilt.isNull());
 
-        Store store(dbPath(), keyPath());
+        Store store(dbPath(), keyPath(), files);
         QCOMPARE(errorOf([&] { store.load(); }), u"corruptBody"_s);
         // From now on the store is closed for writes too, with the same error.
         QCOMPARE(errorOf([&] { store.upsert(sample(u"BAD"_s, u"overwrite"_s)); }),
@@ -704,11 +680,11 @@ private Q_SLOTS:
             QByteArray junk;
             for (int i = 0; i < 4096; ++i)
                 junk.append(static_cast<char>(i * 7 + 1));
-            writeFile(path, junk);
+            TestFiles::write(path, junk);
         } else if (setup == u"folder") {
             QVERIFY(QDir(tmp->path()).mkdir(u"notes.db"_s));
         } else if (setup == u"underFile") {
-            writeFile(tmp->filePath(u"data"_s), "not a folder");
+            TestFiles::write(tmp->filePath(u"data"_s), "not a folder");
             path = tmp->filePath(u"data/notes.db"_s);
         } else if (setup == u"readOnly") {
             QVERIFY(QDir(tmp->path()).mkdir(u"data"_s));
@@ -719,10 +695,10 @@ private Q_SLOTS:
                 QSKIP("this user may write to any folder, so a read-only folder cannot be made");
             }
         }
-        const auto before = snapshot(tmp->path());
+        const auto before = TestFiles::snapshot(tmp->path());
         QString message;
         {
-            Store store(path, keyPath());
+            Store store(path, keyPath(), files);
             QCOMPARE(errorOf([&] { store.load(); }, &message), u"database"_s);
             QCOMPARE(errorOf([&] { store.upsert(sample(u"A"_s, u"a"_s)); }), u"database"_s);
         }
@@ -730,7 +706,7 @@ private Q_SLOTS:
             ::chmod(QFile::encodeName(tmp->filePath(u"data"_s)).constData(), 0700);
         QVERIFY2(message.startsWith(path + u": "_s), qPrintable(message));
         QVERIFY2(message.contains(sqliteText), qPrintable(message));
-        QCOMPARE(snapshot(tmp->path()), before);
+        QCOMPARE(TestFiles::snapshot(tmp->path()), before);
     }
 };
 

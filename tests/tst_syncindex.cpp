@@ -1,4 +1,6 @@
 #include "platform/Log.h"
+#include "support/FaultyFiles.h"
+#include "support/TestFiles.h"
 #include "sync/CloudSyncIndex.h"
 
 #include <QDir>
@@ -13,6 +15,8 @@ using namespace Qt::Literals::StringLiterals;
 // save is whole or not at all.
 class TestSyncIndex : public QObject {
     Q_OBJECT
+
+    FaultyFiles files;
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
@@ -48,7 +52,7 @@ private Q_SLOTS:
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(content);
         }
-        QVERIFY(CloudSyncIndex::load(path).isEmpty());
+        QVERIFY(CloudSyncIndex::load(path, files).isEmpty());
     }
 
     void roundTripKeepsWholeSeconds()
@@ -57,13 +61,13 @@ private Q_SLOTS:
         const QString path = dir.filePath(u"sub/cloud-index.json"_s);
         CloudSyncIndex index;
         index.record(u"A"_s, u"Plans.md"_s, Date{1773480413.75}, Date{1773480414.2});
-        QVERIFY(index.save(path));
+        QVERIFY(index.save(path, files));
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         const QByteArray text = file.readAll();
         QVERIFY(text.contains("\"syncedModified\": \"2026-03-14T09:26:53Z\""));
         QVERIFY(text.indexOf("fileModified") < text.indexOf("fileName"));
-        const CloudSyncIndex back = CloudSyncIndex::load(path);
+        const CloudSyncIndex back = CloudSyncIndex::load(path, files);
         QCOMPARE(back.size(), 1);
         const auto* e = back.entry(u"A"_s);
         QVERIFY(e);
@@ -96,18 +100,22 @@ private Q_SLOTS:
     void failedSaveKeepsTheOldFileAndLogs()
     {
         QTemporaryDir dir;
-        // A directory standing where the file should go cannot be replaced by a file.
         const QString path = dir.filePath(u"cloud-index.json"_s);
-        QVERIFY(QDir().mkpath(path));
-        QStringList lines;
-        Log::Capture capture([&](const QString& l) { lines << l; });
         CloudSyncIndex index;
         index.record(u"A"_s, u"a.md"_s, Date{1}, Date{2});
-        QVERIFY(!index.save(path));
-        QCOMPARE(lines.size(), 1);
-        QVERIFY(lines[0].startsWith(u"Pondrift cloud: cannot save the sync index \u2014 "_s));
-        QVERIFY(QFileInfo(path).isDir());
-        QCOMPARE(index.size(), 1);
+        QVERIFY(index.save(path, files));
+        const QByteArray before = TestFiles::read(path);
+        QStringList lines;
+        Log::Capture capture([&](const QString& l) { lines << l; });
+        index.record(u"B"_s, u"b.md"_s, Date{3}, Date{4});
+        files.failAfter(0);
+        QVERIFY(!index.save(path, files));
+        files.heal();
+        QCOMPARE(lines, QStringList{u"Pondrift cloud: cannot save the sync index \u2014 "_s
+                                    + Files::Result{ENOSPC}.description()});
+        QCOMPARE(TestFiles::read(path), before);
+        QCOMPARE(index.size(), 2);
+        QCOMPARE(QDir(dir.path()).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 };
 

@@ -1,4 +1,5 @@
 #include "exchange/NoteDocument.h"
+#include "images/ImageStore.h"
 #include "notes/NoteStore.h"
 #include "notes/NoteText.h"
 #include "notes/Store.h"
@@ -46,12 +47,12 @@ struct Machine {
         notes.reset();
         database.reset();
         database = std::make_unique<Store>(data.filePath(u"notes.db"_s),
-                                           data.filePath(u"note.key"_s));
+                                           data.filePath(u"note.key"_s), folder.files);
+        images = std::make_unique<ImageStore>(data.filePath(u"Images"_s), folder.files);
         notes = std::make_unique<NoteStore>(
-            *database, clock, false,
-            [](const LocalizedError& e) { QFAIL(qPrintable(e.description())); },
-            data.filePath(u"Images"_s));
-        engine = std::make_unique<CloudSync>(folder, *notes, clock,
+            *database, clock, *images, false,
+            [](const LocalizedError& e) { QFAIL(qPrintable(e.description())); });
+        engine = std::make_unique<CloudSync>(folder, *notes, clock, folder.files,
                                              data.filePath(u"cloud-index.json"_s),
                                              [] { return true; }, prompt);
     }
@@ -65,6 +66,7 @@ struct Machine {
     ManualScheduler& clock;
     ScriptedPrompt prompt;
     std::unique_ptr<Store> database;
+    std::unique_ptr<ImageStore> images;
     std::unique_ptr<NoteStore> notes;
     std::unique_ptr<CloudSync> engine;
 };

@@ -1,16 +1,11 @@
 #include "app/AppDelegate.h"
 
-#include "app/Settings.h"
+#include "app/AppServices.h"
 #include "notes/NoteStore.h"
-#include "notes/StorageErrorDialog.h"
 #include "platform/Log.h"
-#include "platform/x11/XkbKeyboardLayout.h"
-#include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
-#include "sync/CloudSyncIndex.h"
-#include "sync/MassDeleteDialog.h"
 
-#include <QApplication>
+#include <QGuiApplication>
 #include <QSessionManager>
 #include <QSocketNotifier>
 
@@ -34,33 +29,25 @@ void onTerminationSignal(int signal)
 
 } // namespace
 
-AppDelegate::AppDelegate()
-    : quitPath(AppLifecycle::Hooks{
+AppDelegate::AppDelegate(AppServices& services)
+    : services(services)
+    , quitPath(AppLifecycle::Hooks{
           .flushAll = {},
           .willTerminate = [] {},
       })
+    , commands(services, [this] { terminate(); })
 {
-    qApp->setQuitOnLastWindowClosed(false);
+    QGuiApplication::setQuitOnLastWindowClosed(false);
     connect(qApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::commitData);
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             &AppDelegate::applicationStateChanged);
     installSignalHandlers();
-    installKeyboardLayout();
 }
 
 AppDelegate::~AppDelegate()
 {
     std::signal(SIGTERM, SIG_DFL);
     std::signal(SIGINT, SIG_DFL);
-    KeyboardLayout::install(nullptr);
-}
-
-// Key names in shortcuts follow the user's own layout when the X server tells it; otherwise
-// (a Wayland-only session) they come from the US table.
-void AppDelegate::installKeyboardLayout()
-{
-    keyboardLayout = XkbKeyboardLayout::open();
-    KeyboardLayout::install(keyboardLayout.get());
 }
 
 void AppDelegate::applicationDidFinishLaunching()
@@ -90,9 +77,8 @@ void AppDelegate::buildMainMenu() {}
 // note; storage failures are alerts from here on.
 void AppDelegate::createDeckManager()
 {
-    NoteStore::setSharedErrorReporter(&StorageErrorDialog::show);
-    NoteStore::shared();
-    quitPath.setFlushAll([] { return NoteStore::shared().flushAll(); });
+    services.openNotes();
+    quitPath.setFlushAll([this] { return services.noteStore().flushAll(); });
 }
 
 // Re-opens what was open before a language change restarted the process.
@@ -111,22 +97,15 @@ void AppDelegate::startUpdater() {}
 // follows the setting from then on.
 void AppDelegate::reloadCloudSync()
 {
-    if (!cloudSync) {
-        syncFolder = std::make_unique<CloudFolder>([] { return CloudFolder::defaultRoot(); });
-        massDeletePrompt = std::make_unique<MassDeleteDialog>();
-        cloudSync = std::make_unique<CloudSync>(
-            *syncFolder, NoteStore::shared(), Scheduler::shared(), CloudSyncIndex::defaultPath(),
-            [] { return Settings::cloudSyncEnabled(); }, *massDeletePrompt,
-            Settings::cloudSyncInterval);
-    }
-    cloudSync->reload();
+    services.makeSync();
+    services.cloudSync()->reload();
 }
 
 // Coming back to the program is a good moment to pick up what other machines wrote.
 void AppDelegate::applicationStateChanged(Qt::ApplicationState state)
 {
-    if (state == Qt::ApplicationActive && cloudSync)
-        cloudSync->syncNow();
+    if (state == Qt::ApplicationActive && services.cloudSync())
+        services.cloudSync()->syncNow();
 }
 
 void AppDelegate::terminate()
@@ -146,7 +125,7 @@ void AppDelegate::commitData(QSessionManager& manager)
 void AppDelegate::installSignalHandlers()
 {
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, signalPipe) != 0) {
-        Log::line(u"Pondrift: cannot watch for termination signals"_s);
+        Log::line(u"cannot watch for termination signals"_s);
         return;
     }
     signalNotifier = new QSocketNotifier(signalPipe[1], QSocketNotifier::Read, this);

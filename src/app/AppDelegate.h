@@ -1,26 +1,23 @@
 #pragma once
 
+#include "app/AppActions.h"
 #include "app/AppLifecycle.h"
 
 #include <QObject>
 
-#include <memory>
-
-class CloudFolder;
-class CloudSync;
-class KeyboardLayout;
-class MassDeleteDialog;
+class AppServices;
 class QSessionManager;
 class QSocketNotifier;
 
-// The process: the launch sequence, in its fixed order, and every way of quitting. It owns
-// what lives for the whole run. Each launch step is a method of its own; a step whose
-// subsystem has not been built yet does nothing.
+// The process: the launch sequence, in its fixed order, and every way of quitting. The
+// objects themselves live in AppServices. Each launch step is a method of its own; a step
+// whose subsystem has not been built yet does nothing.
 class AppDelegate final : public QObject {
     Q_OBJECT
 
 public:
-    AppDelegate();
+    // services must outlive the delegate.
+    explicit AppDelegate(AppServices& services);
     ~AppDelegate() override;
 
     void applicationDidFinishLaunching();
@@ -30,6 +27,7 @@ public:
     void terminate();
 
     AppLifecycle& lifecycle() { return quitPath; }
+    AppActions& actions() { return commands; }
 
 private:
     // Launch steps, in order.
@@ -47,13 +45,10 @@ private:
     void installSignalHandlers();
     void onSignal();
 
-    void installKeyboardLayout();
     void applicationStateChanged(Qt::ApplicationState state);
 
+    AppServices& services;
     AppLifecycle quitPath;
+    AppActions commands;
     QSocketNotifier* signalNotifier = nullptr;
-    std::unique_ptr<KeyboardLayout> keyboardLayout;
-    std::unique_ptr<CloudFolder> syncFolder;
-    std::unique_ptr<MassDeleteDialog> massDeletePrompt;
-    std::unique_ptr<CloudSync> cloudSync;
 };

@@ -25,7 +25,7 @@ bool AppLifecycle::shouldTerminate()
 void AppLifecycle::terminateUnconditionally()
 {
     if (hooks.flushAll && !hooks.flushAll())
-        Log::line(u"Pondrift: quitting on a signal with notes that could not be saved"_s);
+        Log::line(u"quitting on a signal with notes that could not be saved"_s);
     willTerminate();
 }
 

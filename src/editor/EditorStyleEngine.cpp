@@ -1,6 +1,6 @@
 #include "editor/EditorStyleEngine.h"
 
-#include "images/ImageStore.h"
+#include "notes/ImageTokens.h"
 #include "notes/NoteText.h"
 #include "notes/Tasks.h"
 
@@ -321,7 +321,7 @@ void styleMarkdown(Pass& pass, const QString& s, const std::optional<QString>& f
     const Expressions& re = expressions();
 
     // 0. Image tokens: hidden whole unless named for reveal; the caret's line has no say.
-    const QList<ImageToken> tokens = ImageStore::tokens(s);
+    const QList<ImageToken> tokens = ImageTokens::tokens(s);
     for (const ImageToken& token : tokens) {
         const qsizetype from = token.range.location;
         const qsizetype count = token.range.length;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "images/ImageStore.h"
+#include "notes/ImageTokens.h"
 #include "notes/Note.h"
 #include "notes/TextRange.h"
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "notes/Date.h"
+#include "platform/Date.h"
 
 #include <QString>
 

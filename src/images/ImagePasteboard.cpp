@@ -69,7 +69,7 @@ bool isImageFile(const QString& path)
     return isImageType(QMimeDatabase().mimeTypeForFile(info));
 }
 
-std::optional<QString> saveFile(const QString& path)
+std::optional<QString> saveFile(const QString& path, ImageStore& store)
 {
     if (!isImageFile(path))
         return std::nullopt;
@@ -80,16 +80,16 @@ std::optional<QString> saveFile(const QString& path)
     if (file.error() != QFileDevice::NoError)
         return std::nullopt;
     const QString suffix = QFileInfo(path).suffix();
-    return ImageStore::save(bytes, suffix.isEmpty() ? u"png"_s : suffix);
+    return store.save(bytes, suffix.isEmpty() ? u"png"_s : suffix);
 }
 
-QStringList imageIDs(const QMimeData* mime)
+QStringList imageIDs(const QMimeData* mime, ImageStore& store)
 {
     if (!mime)
         return {};
     QStringList ids;
     for (const QString& path : localFiles(mime)) {
-        if (const std::optional<QString> id = saveFile(path))
+        if (const std::optional<QString> id = saveFile(path, store))
             ids.append(*id);
     }
     if (!ids.isEmpty())
@@ -97,7 +97,7 @@ QStringList imageIDs(const QMimeData* mime)
     const QImage bitmap = offeredBitmap(mime);
     if (bitmap.isNull())
         return {};
-    if (const std::optional<QString> id = ImageStore::save(bitmap))
+    if (const std::optional<QString> id = store.save(bitmap))
         return {*id};
     return {};
 }

@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <optional>
 
+class ImageStore;
 class QMimeData;
 class QUrl;
 
@@ -18,10 +19,10 @@ namespace ImagePasteboard {
 bool isImageFile(const QString& path);
 // The file's bytes as they are, under its own extension lower-cased, or "png" without one.
 // Animation and full size are kept: the size cap of stored bitmaps does not apply here.
-std::optional<QString> saveFile(const QString& path);
+std::optional<QString> saveFile(const QString& path, ImageStore& store);
 // The ids of the images stored from the data, in order: every image file among its local
 // file URLs; failing that, its one bitmap; else none.
-QStringList imageIDs(const QMimeData* mime);
+QStringList imageIDs(const QMimeData* mime, ImageStore& store);
 // Whether imageIDs would find something. Writes nothing, so it is safe while validating a
 // menu or during a drag.
 bool canProvideImage(const QMimeData* mime);

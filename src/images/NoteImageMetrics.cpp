@@ -1,24 +1,22 @@
 #include "images/NoteImageMetrics.h"
 
-#include "images/ImageStore.h"
-
 #include <algorithm>
 
 namespace NoteImageMetrics {
 
-DisplaySize displaySize(const QString& id, std::optional<double> tokenWidth, double containerWidth)
+DisplaySize displaySize(std::optional<QSize> pixelSize, std::optional<double> tokenWidth,
+                        double containerWidth)
 {
     const double container = std::max(containerWidth, minWidth);
-    const std::optional<QImage> image = ImageStore::image(id);
     DisplaySize size;
-    size.hasFile = image && image->width() > 0 && image->height() > 0;
+    size.hasFile = pixelSize && pixelSize->width() > 0 && pixelSize->height() > 0;
     if (tokenWidth && *tokenWidth > 0)
         size.width = std::min(container, std::max(*tokenWidth, minWidth));
     else if (size.hasFile)
-        size.width = std::min({defaultMaxWidth, container, double(image->width())});
+        size.width = std::min({defaultMaxWidth, container, double(pixelSize->width())});
     else
         size.width = std::min(container, placeholderMaxWidth);
-    size.height = size.hasFile ? image->height() * size.width / image->width()
+    size.height = size.hasFile ? pixelSize->height() * size.width / pixelSize->width()
                                : placeholderAspect * size.width;
     return size;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <QString>
+#include <QSize>
 
 #include <optional>
 
@@ -24,7 +24,8 @@ struct DisplaySize {
 
 // The token's width wins, held between minWidth and the container; without one a picture
 // shows at its own width up to defaultMaxWidth and the container, never enlarged. A missing
-// file gets a placeholder of 0.6 × its width in height.
-DisplaySize displaySize(const QString& id, std::optional<double> tokenWidth, double containerWidth);
+// file (no pixel size, or an empty one) gets a placeholder of 0.6 × its width in height.
+DisplaySize displaySize(std::optional<QSize> pixelSize, std::optional<double> tokenWidth,
+                        double containerWidth);
 
 } // namespace NoteImageMetrics

@@ -1,18 +1,14 @@
 #include "notes/Crypto.h"
 
 #include "notes/Note.h"
+#include "platform/Files.h"
 
-#include <QFile>
-#include <QFileInfo>
-#include <QUuid>
 #include <algorithm>
 #include <cerrno>
 #include <climits>
-#include <fcntl.h>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
-#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -21,12 +17,6 @@ namespace {
 PersistenceError corruptBody()
 {
     return PersistenceError(PersistenceError::Kind::CorruptBody);
-}
-
-// errno after a failed call, or EIO when the call failed without setting it (a short write).
-int errnoOrIO()
-{
-    return errno != 0 ? errno : EIO;
 }
 
 const unsigned char* bytesOf(const char* p)
@@ -50,10 +40,12 @@ void Crypto::ContextFree::operator()(evp_cipher_ctx_st* ctx) const
     EVP_CIPHER_CTX_free(ctx);
 }
 
-Crypto::Crypto(QString keyPath, bool allowCreation)
+Crypto::Crypto(QString keyPath, bool allowCreation, Files& files)
     : keyPath(std::move(keyPath))
     , allowCreation(allowCreation)
-{}
+    , files(files)
+{
+}
 
 // Out of line so that the contexts (which hold the expanded key) are freed, and wiped by
 // OpenSSL, where their type is complete.
@@ -75,36 +67,18 @@ const Crypto::KeyBytes& Crypto::key()
 
 bool Crypto::readKeyFile(KeyBytes& into) const
 {
-    const QByteArray path = QFile::encodeName(keyPath);
-    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        if (errno == ENOENT)
-            return false;
-        throw FileSystemError(errno, keyPath);
-    }
     // One byte more than a key, so that a longer file shows itself without reading it all.
-    unsigned char buffer[KeySize + 1];
-    size_t filled = 0;
-    int readError = 0;
-    while (filled < sizeof buffer) {
-        const ssize_t n = ::read(fd, buffer + filled, sizeof buffer - filled);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0) {
-            readError = errno;
-            break;
-        }
-        if (n == 0)
-            break;
-        filled += static_cast<size_t>(n);
-    }
-    ::close(fd);
-    if (readError == 0 && filled == KeySize)
-        std::copy(buffer, buffer + KeySize, into.data());
-    OPENSSL_cleanse(buffer, sizeof buffer);
-    if (readError != 0)
-        throw FileSystemError(readError, keyPath);
-    if (filled != KeySize)
+    QByteArray bytes;
+    const Files::Result read = files.read(keyPath, bytes, KeySize + 1);
+    const bool fits = read && bytes.size() == KeySize;
+    if (fits)
+        std::copy(bytes.cbegin(), bytes.cend(), into.data());
+    OPENSSL_cleanse(bytes.data(), static_cast<size_t>(bytes.size()));
+    if (read.error == ENOENT)
+        return false;
+    if (!read)
+        throw FileSystemError(read.error, keyPath);
+    if (!fits)
         throw PersistenceError(PersistenceError::Kind::InvalidKey);
     return true;
 }
@@ -114,38 +88,15 @@ void Crypto::createKeyFile(KeyBytes& into) const
     // Not a file error, but the key cannot be made; the person sees which file it was for.
     if (RAND_bytes(into.data(), KeySize) != 1)
         throw FileSystemError(EIO, keyPath);
-
-    // The key appears under its name complete or not at all: written and synced under a
-    // unique name first, then hard-linked, which unlike a rename never replaces a key that
+    // The key appears under its name complete or not at all, and never replaces a key that
     // another process put there in the meantime.
-    const QString folder = QFileInfo(keyPath).path();
-    const QByteArray temp = QFile::encodeName(
-        folder + u"/.note-key-"_s + QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper());
-    const int fd = ::open(temp.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-    if (fd < 0)
-        throw FileSystemError(errno, keyPath);
-
-    struct Cleanup {
-        int fd;
-        const char* path;
-        ~Cleanup()
-        {
-            ::close(fd);
-            ::unlink(path);
-        }
-    } cleanup{fd, temp.constData()};
-
-    errno = 0;
-    if (::write(fd, into.data(), KeySize) != KeySize)
-        throw FileSystemError(errnoOrIO(), keyPath);
-    errno = 0;
-    if (::fsync(fd) != 0)
-        throw FileSystemError(errnoOrIO(), keyPath);
-    const QByteArray target = QFile::encodeName(keyPath);
-    if (::link(temp.constData(), target.constData()) == 0)
+    const QByteArray key =
+        QByteArray::fromRawData(reinterpret_cast<const char*>(into.data()), KeySize);
+    const Files::Result created = files.create(keyPath, key);
+    if (created)
         return;
-    if (errno != EEXIST)
-        throw FileSystemError(errno, keyPath);
+    if (created.error != EEXIST)
+        throw FileSystemError(created.error, keyPath);
     // Another process won the race; its key is the one every body will be sealed under.
     if (!readKeyFile(into))
         throw FileSystemError(ENOENT, keyPath);

@@ -6,6 +6,7 @@
 #include <array>
 #include <memory>
 
+class Files;
 struct evp_cipher_ctx_st;
 
 // Seals and opens note bodies with AES-256-GCM under the one key kept in the key file.
@@ -23,8 +24,8 @@ struct evp_cipher_ctx_st;
 // again. Main thread only.
 class Crypto final {
 public:
-    // Touches nothing on disk.
-    Crypto(QString keyPath, bool allowCreation);
+    // Touches nothing on disk. files must outlive the cipher.
+    Crypto(QString keyPath, bool allowCreation, Files& files);
     ~Crypto();
     Crypto(const Crypto&) = delete;
     Crypto& operator=(const Crypto&) = delete;
@@ -69,6 +70,7 @@ private:
 
     QString keyPath;
     bool allowCreation;
+    Files& files;
     std::unique_ptr<KeyBytes> cachedKey;
     Context sealer;
     Context opener;

@@ -1,6 +1,6 @@
 #include "notes/Fmt.h"
 
-#include "app/L10n.h"
+#include "l10n/L10n.h"
 
 #include <QLocale>
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 #include "notes/Ink.h"
 
-#include "app/L10n.h"
-#include "app/Settings.h"
+#include "l10n/L10n.h"
+#include "settings/Settings.h"
 
 #include <QFontDatabase>
 #include <QFontInfo>

@@ -1,6 +1,6 @@
 #include "notes/NoteColor.h"
 
-#include "app/L10n.h"
+#include "l10n/L10n.h"
 
 using namespace Qt::Literals::StringLiterals;
 

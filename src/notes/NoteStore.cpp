@@ -1,13 +1,11 @@
 #include "notes/NoteStore.h"
 
-#include "app/L10n.h"
-#include "images/ImageStore.h"
+#include "l10n/L10n.h"
+#include "notes/ImageTokens.h"
 #include "notes/NoteColor.h"
-#include "notes/Paths.h"
 #include "notes/Store.h"
 #include "platform/Log.h"
 
-#include <QCoreApplication>
 #include <algorithm>
 #include <limits>
 
@@ -20,17 +18,11 @@ qint64 paletteSize()
     return static_cast<qint64>(NoteColor::all().size());
 }
 
-NoteStore::ErrorReporter& sharedReporter()
-{
-    static NoteStore::ErrorReporter reporter;
-    return reporter;
-}
-
 QSet<QString> idsReferencedBy(const QList<Note>& notes)
 {
     QSet<QString> ids;
     for (const Note& note : notes) {
-        for (const QString& id : ImageStore::referencedIDs(note.body))
+        for (const QString& id : ImageTokens::referencedIDs(note.body))
             ids.insert(id);
     }
     return ids;
@@ -38,14 +30,13 @@ QSet<QString> idsReferencedBy(const QList<Note>& notes)
 
 } // namespace
 
-NoteStore::NoteStore(Store& store, Scheduler& scheduler, bool seedWelcome, ErrorReporter onError,
-                     const QString& imageDirectory)
+NoteStore::NoteStore(Store& store, Scheduler& scheduler, ImageFiles& images, bool seedWelcome,
+                     ErrorReporter onError)
     : store(store)
     , scheduler(scheduler)
+    , images(images)
     , onError(std::move(onError))
 {
-    if (!imageDirectory.isEmpty())
-        ImageStore::setDirectory(imageDirectory);
     try {
         allNotes = store.load();
     } catch (const LocalizedError& error) {
@@ -61,38 +52,6 @@ NoteStore::NoteStore(Store& store, Scheduler& scheduler, bool seedWelcome, Error
 }
 
 NoteStore::~NoteStore() = default;
-
-NoteStore& NoteStore::shared()
-{
-    static Store database(Paths::db(), Paths::key());
-    static NoteStore instance(
-        database, Scheduler::shared(), true,
-        [](const LocalizedError& error) {
-            // Without a reporter the failure still reaches the log, through report().
-            if (const ErrorReporter& reporter = sharedReporter())
-                reporter(error);
-        },
-        Paths::support() + u"/Images"_s);
-    static const bool timersReleased = [] {
-        // The timers must go while the event loop's thread data is still there; work cut
-        // short here is safe: the quit path has flushed, and the images of a pending
-        // deletion become orphans that the next launch removes.
-        if (QCoreApplication* app = QCoreApplication::instance()) {
-            QObject::connect(app, &QCoreApplication::aboutToQuit, &instance, [] {
-                instance.saveWork.clear();
-                instance.undoTimer.reset();
-            });
-        }
-        return true;
-    }();
-    Q_UNUSED(timersReleased);
-    return instance;
-}
-
-void NoteStore::setSharedErrorReporter(ErrorReporter reporter)
-{
-    sharedReporter() = std::move(reporter);
-}
 
 // Reading.
 
@@ -302,14 +261,14 @@ void NoteStore::finalizePendingDelete()
         return;
     const QSet<QString> stillUsed = idsReferencedBy(allNotes);
     QStringList orphans;
-    for (const QString& id : ImageStore::referencedIDs(pending->note.body)) {
+    for (const QString& id : ImageTokens::referencedIDs(pending->note.body)) {
         if (!stillUsed.contains(id) && !orphans.contains(id))
             orphans.append(id);
     }
     if (orphans.isEmpty())
         return;
     orphans.sort();
-    ImageStore::deleteImages(orphans);
+    images.deleteImages(orphans);
 }
 
 void NoteStore::undoDelete()
@@ -486,7 +445,7 @@ void NoteStore::report(const LocalizedError& error)
     const QString description = error.description();
     if (lastFailure == description)
         return;
-    Log::line(u"Pondrift: storage failure — "_s + description);
+    Log::line(u"storage failure"_s, description);
     setLastError(description);
     if (onError)
         onError(error);
@@ -504,10 +463,10 @@ void NoteStore::removeOrphanedImages()
 {
     const QSet<QString> referenced = idsReferencedBy(allNotes);
     QStringList orphans;
-    for (const QString& id : ImageStore::allIDs()) {
+    for (const QString& id : images.allIDs()) {
         if (!referenced.contains(id))
             orphans.append(id);
     }
     if (!orphans.isEmpty())
-        ImageStore::deleteImages(orphans);
+        images.deleteImages(orphans);
 }

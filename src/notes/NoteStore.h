@@ -12,6 +12,7 @@
 #include <map>
 #include <optional>
 
+class ImageFiles;
 class Store;
 
 // The single source of truth at run time: every note in memory, observable by every
@@ -44,17 +45,11 @@ public:
     };
 
     // Loads every note, removes image files that no note refers to, and seeds the welcome
-    // note into an empty library when asked. store and scheduler must outlive the note store.
-    // A non-empty imageDirectory becomes the image store's folder before the clean-up runs.
-    NoteStore(Store& store, Scheduler& scheduler, bool seedWelcome, ErrorReporter onError,
-              const QString& imageDirectory = {});
+    // note into an empty library when asked. store, scheduler and images must outlive the
+    // note store. onError hears of each distinct failure once, after the log has.
+    NoteStore(Store& store, Scheduler& scheduler, ImageFiles& images, bool seedWelcome,
+              ErrorReporter onError);
     ~NoteStore() override;
-
-    // The production store: the database and key at their usual paths, the program's
-    // scheduler, the welcome note, and the reporter set beforehand.
-    static NoteStore& shared();
-    // Sets the reporter of the production store; call before the first shared().
-    static void setSharedErrorReporter(ErrorReporter reporter);
 
     QList<Note> notes() const override { return allNotes; }
     // Not archived, by order ascending; pinning plays no part.
@@ -137,6 +132,7 @@ private:
 
     Store& store;
     Scheduler& scheduler;
+    ImageFiles& images;
     ErrorReporter onError;
     QList<Note> allNotes;
     std::optional<PendingDelete> pending;

@@ -1,7 +1,7 @@
 #include "notes/NoteText.h"
 
-#include "app/L10n.h"
-#include "images/ImageStore.h"
+#include "l10n/L10n.h"
+#include "notes/ImageTokens.h"
 #include "notes/Tasks.h"
 
 #include <QRegularExpression>
@@ -148,7 +148,7 @@ std::optional<std::pair<int, int>> taskProgress(const Note& note)
 
 QString strippingImageTokens(const QString& text)
 {
-    const QList<ImageToken> found = ImageStore::tokens(text);
+    const QList<ImageToken> found = ImageTokens::tokens(text);
     if (found.isEmpty())
         return text;
     QString result = text;
@@ -163,7 +163,7 @@ bool isImageTokenLine(const QString& line)
     const QString rest = trimmedBlanks(line);
     if (rest.isEmpty())
         return false;
-    const QList<ImageToken> found = ImageStore::tokens(rest);
+    const QList<ImageToken> found = ImageTokens::tokens(rest);
     return found.size() == 1 && found.first().range.location == 0 &&
            found.first().range.length == rest.size();
 }

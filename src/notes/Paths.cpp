@@ -5,27 +5,10 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace Paths {
-
-QString support()
+Paths Paths::user()
 {
-    static const QString folder = [] {
-        QString path =
-            QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u"/Pondrift"_s;
-        QDir().mkpath(path);
-        return path;
-    }();
-    return folder;
+    const QString folder =
+        QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) + u"/Pondrift"_s;
+    QDir().mkpath(folder);
+    return Paths{folder};
 }
-
-QString db()
-{
-    return support() + u"/notes.db"_s;
-}
-
-QString key()
-{
-    return support() + u"/note.key"_s;
-}
-
-} // namespace Paths

@@ -2,15 +2,19 @@
 
 #include <QString>
 
-// Where every local file of the program lives. The folder is made on first use; the values
-// never change within a process. Classes take their paths in their constructors, with these
-// as the defaults, so tests never come near the real folder.
-namespace Paths {
+// Where every local file of the program lives: one folder and the names in it. Classes take
+// their paths in their constructors; only the program's wiring asks for the user's folder, so
+// tests never come near it.
+struct Paths {
+    QString support;
 
-// The per-user data folder plus "Pondrift". Created with its parents on first use; a failure
-// to create it is ignored here and surfaces as the first file operation that needs it.
-QString support();
-QString db();
-QString key();
+    QString db() const { return support + QStringLiteral("/notes.db"); }
+    QString key() const { return support + QStringLiteral("/note.key"); }
+    QString images() const { return support + QStringLiteral("/Images"); }
+    // The sync's memory of the folder.
+    QString syncIndex() const { return support + QStringLiteral("/cloud-index.json"); }
 
-} // namespace Paths
+    // The per-user data folder plus "Pondrift", made with its parents. A failure to make it
+    // is not reported here: it surfaces as the first file operation that needs it.
+    static Paths user();
+};

@@ -81,8 +81,9 @@ bool bindText(sqlite3_stmt* s, int index, const QString& text)
 
 } // namespace
 
-Store::Store(QString dbPath, QString keyPath)
+Store::Store(QString dbPath, QString keyPath, Files& files)
     : dbPath(std::move(dbPath))
+    , files(files)
 {
     try {
         open(keyPath);
@@ -128,10 +129,10 @@ void Store::migrateColumns()
     // recorded its failure.
     if (!columns.contains("pinned") &&
         exec("ALTER TABLE notes ADD COLUMN pinned INTEGER NOT NULL DEFAULT 0;"))
-        Log::line(u"Pondrift: migrated notes table — added pinned"_s);
+        Log::line(u"migrated notes table"_s, u"added pinned"_s);
     if (!columns.contains("text_direction") &&
         exec("ALTER TABLE notes ADD COLUMN text_direction TEXT NOT NULL DEFAULT 'automatic';"))
-        Log::line(u"Pondrift: migrated notes table — added text direction"_s);
+        Log::line(u"migrated notes table"_s, u"added text direction"_s);
 }
 
 void Store::probe(const QString& keyPath)
@@ -148,7 +149,7 @@ void Store::probe(const QString& keyPath)
     }
     // A key may only be made for an empty table: rows sealed under a key that is gone must
     // stay unreadable rather than be joined by rows under a new one.
-    cipher = std::make_unique<Crypto>(keyPath, rc == SQLITE_DONE);
+    cipher = std::make_unique<Crypto>(keyPath, rc == SQLITE_DONE, files);
 }
 
 bool Store::exec(const char* sql)

@@ -2,13 +2,13 @@
 
 #include "notes/Crypto.h"
 #include "notes/Note.h"
-#include "notes/Paths.h"
 
 #include <QList>
 #include <QString>
 #include <exception>
 #include <memory>
 
+class Files;
 struct sqlite3;
 
 // The one SQLite connection to the note database: all notes are read at once, written one at
@@ -24,7 +24,8 @@ struct sqlite3;
 // Database messages name the file, then give SQLite's own text. Main thread only.
 class Store final {
 public:
-    explicit Store(QString dbPath = Paths::db(), QString keyPath = Paths::key());
+    // The key file is read and made through files, which must outlive the store.
+    Store(QString dbPath, QString keyPath, Files& files);
     ~Store();
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
@@ -48,6 +49,7 @@ private:
     QList<Note> read();
 
     QString dbPath;
+    Files& files;
     sqlite3* db = nullptr;
     std::unique_ptr<Crypto> cipher;
     // The sticky failure; kept as it was thrown, PersistenceError or FileSystemError.

@@ -3,8 +3,11 @@
 #include <QString>
 #include <QtGlobal>
 
-// The character a key gives in the user's current keyboard layout, without modifiers. Key
-// codes are the system's stored ones (see KeyCodes).
+#include <optional>
+
+// The user's keyboard as the desktop knows it: the character a key gives in the current
+// layout, and the stored key code (see KeyCodes) of the desktop's own number for a key. Key
+// names in shortcuts come from here.
 class KeyboardLayout {
 public:
     virtual ~KeyboardLayout() = default;
@@ -12,11 +15,11 @@ public:
     KeyboardLayout(const KeyboardLayout&) = delete;
     KeyboardLayout& operator=(const KeyboardLayout&) = delete;
 
-    // Empty when the key gives no character or the layout cannot be read.
+    // The character of the key without modifiers; empty when the key gives none or the
+    // layout cannot be read.
     virtual QString character(quint32 keyCode) const = 0;
-
-    // The layout key names come from: the one installed, else a fixed US layout.
-    static const KeyboardLayout& current();
-    // REQUIRES: layout outlives its installation; pass nullptr to go back to the US table.
-    static void install(const KeyboardLayout* layout);
+    // The stored key code of a key event's native scan code, which names the key's place
+    // whatever the layout. Absent when the backend has no numbering of its own; then the
+    // event's Qt key stands in.
+    virtual std::optional<quint32> keyCodeForScanCode(quint32 scanCode) const = 0;
 };

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "notes/Date.h"
+#include "platform/Date.h"
 
 #include <functional>
 #include <memory>
@@ -29,7 +29,4 @@ public:
     virtual HandlePtr after(double seconds, std::function<void()> fn) = 0;
     // Runs fn every interval seconds until the handle is cancelled or dropped.
     virtual HandlePtr every(double seconds, std::function<void()> fn) = 0;
-
-    // The production scheduler over QTimer; lives for the process.
-    static Scheduler& shared();
 };

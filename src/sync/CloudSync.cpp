@@ -7,7 +7,7 @@
 #include "notes/NoteText.h"
 #include "notes/Tasks.h"
 #include "platform/Log.h"
-#include "sync/CloudFolder.h"
+#include "sync/DocumentNames.h"
 
 #include <cstdlib>
 
@@ -15,8 +15,6 @@ using namespace Qt::Literals::StringLiterals;
 using SyncPlan::Action;
 
 namespace {
-
-const QString emDash = u" \u2014 "_s;
 
 QString withoutExtension(const QString& name)
 {
@@ -33,17 +31,18 @@ QString conflictDocument(const Note& note)
 } // namespace
 
 CloudSync::CloudSync(SyncFolderGateway& folder, NoteStoring& store, Scheduler& scheduler,
-                     QString indexPath, std::function<bool()> enabled, MassDeletePrompt& prompt,
-                     double interval, QObject* parent)
+                     Files& files, QString indexPath, std::function<bool()> enabled,
+                     MassDeletePrompt& prompt, double interval, QObject* parent)
     : QObject(parent)
     , folder(folder)
     , store(store)
     , scheduler(scheduler)
+    , files(files)
     , prompt(prompt)
     , enabled(std::move(enabled))
     , interval(interval)
     , indexPath(std::move(indexPath))
-    , syncIndex(CloudSyncIndex::load(this->indexPath))
+    , syncIndex(CloudSyncIndex::load(this->indexPath, files))
 {
 }
 
@@ -94,8 +93,7 @@ bool CloudSync::syncNow()
     const auto ensured =
         folder.isAvailable() ? folder.ensure() : SyncFolderGateway::Ensured::Unavailable;
     if (ensured == SyncFolderGateway::Ensured::Unavailable) {
-        Log::line(u"Pondrift cloud: iCloud Drive is unavailable"_s + emDash
-                  + u"skipping this pass"_s);
+        Log::cloud(u"iCloud Drive is unavailable"_s, u"skipping this pass"_s);
         return false;
     }
     isRunning = true;
@@ -105,8 +103,8 @@ bool CloudSync::syncNow()
         // The folder we remembered is gone as a whole. Reading that as "every document
         // deleted" would delete every note; start over as a first sync instead, which
         // writes the notes out again.
-        Log::line(u"Pondrift cloud: the sync folder was missing and has been made again"_s
-                  + emDash + u"writing every note out afresh"_s);
+        Log::cloud(u"the sync folder was missing and has been made again"_s,
+                   u"writing every note out afresh"_s);
         syncIndex.forgetAll();
         held.clear();
         indexChanged = true;
@@ -161,7 +159,7 @@ bool CloudSync::finishPass(const QList<SyncPlan::Action>& planned, const QList<N
 {
     lastActions = planned;
     if (!planned.isEmpty() || indexChanged)
-        syncIndex.save(indexPath);
+        syncIndex.save(indexPath, files);
 
     // Shares the store's list until either side changes; ids are only looked at when a
     // later pass pulls a note that is not in the store.
@@ -297,10 +295,8 @@ QList<Action> CloudSync::applyHolds(QList<Action> actions)
     if (brake && !deletions.isEmpty() && !asking) {
         held = deletions;
         asking = true;
-        Log::line(u"Pondrift cloud: %1 of %2 documents are gone from the folder"_s.arg(
-                      deletions.size())
-                      .arg(known)
-                  + emDash + u"holding back their deletions until confirmed"_s);
+        Log::cloud(u"%1 of %2 documents are gone from the folder"_s.arg(deletions.size()).arg(known),
+                   u"holding back their deletions until confirmed"_s);
         const std::weak_ptr<bool> guard = alive;
         prompt.ask(static_cast<int>(deletions.size()), [this, guard](auto answer) {
             if (const auto live = guard.lock(); live && *live)
@@ -343,7 +339,7 @@ void CloudSync::answered(MassDeletePrompt::Answer answer)
         // Without an entry, a note with no document is new: the next pass writes it out.
         for (const QString& id : ids)
             syncIndex.forget(id);
-        syncIndex.save(indexPath);
+        syncIndex.save(indexPath, files);
     }
     followUp = scheduler.after(0, [this] { syncNow(); });
 }
@@ -393,7 +389,7 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
             avoiding.remove(indexed->toLower());
         if (existingFileName)
             avoiding.remove(existingFileName->toLower());
-        target = CloudFolder::fileName(*note, avoiding);
+        target = DocumentNames::fileName(*note, avoiding);
     }
     const std::optional<QString> old = existingFileName ? existingFileName : indexed;
     // A title that changed only in letter case keeps its file: on a volume that ignores
@@ -499,8 +495,7 @@ void CloudSync::resolve(const QString& noteID, const QString& fileName, bool loc
     // Without its copy the losing edit would be gone: no copy, no resolution this pass.
     if (!folder.writeConflict(conflictDocument(loser), fileName))
         return;
-    Log::line(u"Pondrift cloud: conflict on "_s + fileName + emDash + u"kept a copy in "_s
-              + CloudFolder::conflictsName());
+    Log::cloud(u"conflict on "_s + fileName, u"kept a copy in "_s + DocumentNames::conflictsFolder);
     if (localWins)
         push(noteID, fileName);
     else

@@ -15,6 +15,7 @@
 #include <functional>
 #include <optional>
 
+class Files;
 class NoteStoring;
 
 // Runs sync passes: looks at the folder, asks SyncPlan what to do, does it, and remembers
@@ -39,8 +40,8 @@ public:
     static constexpr double undoHold = 11.0;
 
     // `enabled` is asked at every pass and by reload(). The index is loaded from indexPath
-    // once, here. The references must outlive the engine.
-    CloudSync(SyncFolderGateway& folder, NoteStoring& store, Scheduler& scheduler,
+    // once, here, and saved there through files. The references must outlive the engine.
+    CloudSync(SyncFolderGateway& folder, NoteStoring& store, Scheduler& scheduler, Files& files,
               QString indexPath, std::function<bool()> enabled, MassDeletePrompt& prompt,
               double interval = defaultInterval, QObject* parent = nullptr);
     ~CloudSync() override;
@@ -90,6 +91,7 @@ private:
     SyncFolderGateway& folder;
     NoteStoring& store;
     Scheduler& scheduler;
+    Files& files;
     MassDeletePrompt& prompt;
     std::function<bool()> enabled;
     double interval;

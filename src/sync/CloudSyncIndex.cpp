@@ -1,25 +1,21 @@
 #include "sync/CloudSyncIndex.h"
 
 #include "exchange/IsoStamp.h"
-#include "notes/Paths.h"
+#include "platform/Files.h"
 #include "platform/Log.h"
 
-#include <QDir>
-#include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 
 using namespace Qt::Literals::StringLiterals;
 
-QString CloudSyncIndex::defaultPath() { return Paths::support() + u'/' + fileName(); }
-
-CloudSyncIndex CloudSyncIndex::load(const QString& path)
+CloudSyncIndex CloudSyncIndex::load(const QString& path, Files& files)
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
+    QByteArray data;
+    if (!files.read(path, data))
         return {};
-    return decode(file.readAll()).value_or(CloudSyncIndex{});
+    return decode(data).value_or(CloudSyncIndex{});
 }
 
 std::optional<CloudSyncIndex> CloudSyncIndex::decode(const QByteArray& data)
@@ -69,24 +65,14 @@ QByteArray CloudSyncIndex::encode() const
     return QJsonDocument(QJsonObject{{u"entries"_s, entries}}).toJson(QJsonDocument::Indented);
 }
 
-bool CloudSyncIndex::save(const QString& path) const
+bool CloudSyncIndex::save(const QString& path, Files& files) const
 {
-    const auto fail = [](const QString& description) {
-        Log::line(u"Pondrift cloud: cannot save the sync index \u2014 "_s + description);
+    // A failure to make the folder shows as the write's own failure.
+    files.makeFolder(QFileInfo(path).absolutePath(), true);
+    if (const Files::Result written = files.write(path, encode()); !written) {
+        Log::cloud(u"cannot save the sync index"_s, written.description());
         return false;
-    };
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return fail(file.errorString());
-    const QByteArray data = encode();
-    if (file.write(data) != data.size()) {
-        const QString description = file.errorString();
-        file.cancelWriting();
-        return fail(description);
     }
-    if (!file.commit())
-        return fail(file.errorString());
     return true;
 }
 

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "notes/Date.h"
+#include "platform/Date.h"
 
 #include <QHash>
 #include <QMultiHash>
 #include <QString>
 
 #include <optional>
+
+class Files;
 
 // This machine's memory of the last agreement between each note and its document: which file
 // it lives in and both dates as they stood at that sync. It is what tells a new note from a
@@ -29,16 +31,12 @@ public:
         friend bool operator==(const Entry&, const Entry&) = default;
     };
 
-    // "cloud-index.json" in the program's data folder.
-    static QString defaultPath();
-    static QString fileName() { return QStringLiteral("cloud-index.json"); }
-
     // Never fails: a missing, unreadable or undecodable file (a single entry lacking a key
     // is enough) gives an empty index, which the sync treats as its first run.
-    static CloudSyncIndex load(const QString& path);
+    static CloudSyncIndex load(const QString& path, Files& files);
     // Replaces the file in one step; on failure logs one line and returns false, leaving the
     // old file and this index as they are.
-    bool save(const QString& path) const;
+    bool save(const QString& path, Files& files) const;
 
     // The encoded form, as saved: pretty-printed, keys sorted, whole-second UTC dates.
     QByteArray encode() const;

@@ -10,6 +10,8 @@
 #include "images/ImageStore.h"
 #include "notes/NoteStore.h"
 #include "notes/Store.h"
+#include "platform/qt/QtFiles.h"
+#include "platform/qt/QtScheduler.h"
 
 #include <QCoreApplication>
 #include <QHash>
@@ -38,8 +40,9 @@ qint64 versionOf(const QString& body)
 
 class Driver {
 public:
-    Driver(NoteStore& notes, qint64 firstVersion, quint32 seed)
+    Driver(NoteStore& notes, ImageStore& images, qint64 firstVersion, quint32 seed)
         : notes(notes)
+        , images(images)
         , version(firstVersion)
         , random(seed)
     {
@@ -92,7 +95,7 @@ private:
     {
         QString text = u"note %1 v%2\n"_s.arg(id).arg(++version);
         if (!picture.isEmpty())
-            text += ImageStore::token(picture) + u'\n';
+            text += ImageTokens::token(picture) + u'\n';
         return text + u"filler "_s.repeated(pick(200));
     }
 
@@ -100,8 +103,7 @@ private:
     {
         QString picture;
         if (pick(3) == 0)
-            picture =
-                ImageStore::save(QByteArray(64 + pick(512), 'p'), u"png"_s).value_or(QString());
+            picture = images.save(QByteArray(64 + pick(512), 'p'), u"png"_s).value_or(QString());
         notes.create(body(u"new"_s, picture));
     }
 
@@ -110,7 +112,7 @@ private:
         const std::optional<Note> note = notes.note(id);
         if (!note)
             return;
-        notes.updateBody(id, body(id, ImageStore::referencedIDs(note->body).value(0)));
+        notes.updateBody(id, body(id, ImageTokens::referencedIDs(note->body).value(0)));
     }
 
     // Every note that is not ahead of the database holds in the database what it holds here.
@@ -139,6 +141,7 @@ private:
     }
 
     NoteStore& notes;
+    ImageStore& images;
     qint64 version;
     std::mt19937 random;
     QHash<QString, qint64> said;
@@ -158,15 +161,17 @@ int main(int argc, char** argv)
         return 2;
     }
     const QString folder = args.at(1);
-    Store store(folder + u"/notes.db"_s, folder + u"/note.key"_s);
-    NoteStore notes(
-        store, Scheduler::shared(), false,
-        [](const LocalizedError& error) { say(u"E "_s + error.description()); },
-        folder + u"/Images"_s);
+    QtFiles files;
+    QtScheduler scheduler;
+    Store store(folder + u"/notes.db"_s, folder + u"/note.key"_s, files);
+    ImageStore images(folder + u"/Images"_s, files);
+    NoteStore notes(store, scheduler, images, false, [](const LocalizedError& error) {
+        say(u"E "_s + error.description());
+    });
     if (!notes.isWritable())
         return 1;
 
-    Driver driver(notes, args.at(2).toLongLong(), args.at(3).toUInt());
+    Driver driver(notes, images, args.at(2).toLongLong(), args.at(3).toUInt());
     QTimer ticks;
     QObject::connect(&ticks, &QTimer::timeout, [&driver] { driver.step(); });
     ticks.start(2);

@@ -6,6 +6,7 @@
 //                          blocks reading it and is woken by the test's close, all at once.
 #include "notes/Crypto.h"
 #include "notes/Note.h"
+#include "platform/qt/QtFiles.h"
 
 #include <QByteArray>
 #include <QString>
@@ -22,7 +23,8 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: keyrace KEYPATH GATE\n");
         return 2;
     }
-    Crypto crypto(QString::fromLocal8Bit(argv[1]), true);
+    QtFiles files;
+    Crypto crypto(QString::fromLocal8Bit(argv[1]), true, files);
     const int gate = ::open(argv[2], O_RDONLY);
     if (gate < 0)
         return 3;

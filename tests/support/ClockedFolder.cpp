@@ -10,7 +10,7 @@
 #include <cmath>
 
 ClockedFolder::ClockedFolder(const QString& root, Scheduler& clock)
-    : folder([root] { return root; }, [&clock] { return clock.now(); })
+    : rootPath(root)
     , clock(clock)
 {
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Scheduler.h"
+#include "support/FaultyFiles.h"
 #include "sync/CloudFolder.h"
 
 #include <QSet>
@@ -30,6 +31,8 @@ public:
     bool remove(const QString& name) override;
     bool writeConflict(const QString& text, const QString& name) override;
 
+    // The disk under the folder, with faults on demand.
+    FaultyFiles files;
     int reads = 0;
     int writes = 0;
     int scans = 0;
@@ -38,7 +41,8 @@ public:
     QSet<QString> failingWrites;
 
 private:
-    CloudFolder folder;
+    CloudFolder folder{[this] { return rootPath; }, files, [this] { return clock.now(); }};
+    QString rootPath;
     Scheduler& clock;
     double lastStamp = 0;
 };

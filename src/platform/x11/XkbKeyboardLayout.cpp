@@ -1,6 +1,6 @@
 #include "platform/x11/XkbKeyboardLayout.h"
 
-#include "platform/KeyCodes.h"
+#include "platform/x11/X11KeyCodes.h"
 
 #include <xcb/xcb.h>
 #include <xkbcommon/xkbcommon-x11.h>
@@ -70,7 +70,7 @@ bool XkbKeyboardLayout::reload()
 
 QString XkbKeyboardLayout::character(quint32 keyCode) const
 {
-    const auto x11Code = KeyCodes::x11Keycode(keyCode);
+    const auto x11Code = X11KeyCodes::x11Keycode(keyCode);
     if (!x11Code || !connection->keymap)
         return {};
     xkb_layout_index_t group = 0;
@@ -94,4 +94,10 @@ QString XkbKeyboardLayout::character(quint32 keyCode) const
     if (text.size() == 1 && !text.at(0).isPrint())
         return {};
     return text;
+}
+
+std::optional<quint32> XkbKeyboardLayout::keyCodeForScanCode(quint32 scanCode) const
+{
+    // The scan code of an event from the X server is its X11 key code.
+    return X11KeyCodes::fromX11Keycode(scanCode);
 }

@@ -15,6 +15,7 @@ public:
     // Reads the group (layout) in effect at the moment of the call, so switching layouts
     // needs no reload.
     QString character(quint32 keyCode) const override;
+    std::optional<quint32> keyCodeForScanCode(quint32 scanCode) const override;
     // Reads the keymap again; call after the server reports a mapping change.
     bool reload();
 

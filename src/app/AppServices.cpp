@@ -1,0 +1,68 @@
+#include "app/AppServices.h"
+
+#include "images/ImageStore.h"
+#include "l10n/L10n.h"
+#include "notes/Store.h"
+#include "platform/Defaults.h"
+#include "platform/Desktop.h"
+#include "platform/Files.h"
+#include "platform/KeyboardLayout.h"
+#include "platform/LoginItem.h"
+#include "platform/Scheduler.h"
+#include "settings/Settings.h"
+#include "sync/CloudFolder.h"
+#include "sync/CloudSync.h"
+#include "sync/DocumentNames.h"
+#include "sync/MassDeletePrompt.h"
+
+AppServices::Backends::Backends() = default;
+AppServices::Backends::~Backends() = default;
+AppServices::Backends::Backends(Backends&&) noexcept = default;
+AppServices::Backends& AppServices::Backends::operator=(Backends&&) noexcept = default;
+
+AppServices::AppServices(Backends given, Paths data, QString home)
+    : backends(std::move(given))
+    , data(std::move(data))
+    , home(std::move(home))
+{
+    Settings::install(*backends.defaults, *backends.loginItem);
+    // Before any widget exists, so that every text comes in the user's language.
+    L10n::install(Settings::appLanguage());
+}
+
+// The engine and the store go before the backends they hold on to.
+AppServices::~AppServices()
+{
+    sync.reset();
+    syncFolder.reset();
+    notes.reset();
+    images.reset();
+    database.reset();
+}
+
+void AppServices::openNotes()
+{
+    if (notes)
+        return;
+    database = std::make_unique<Store>(data.db(), data.key(), files());
+    images = std::make_unique<ImageStore>(data.images(), files());
+    notes = std::make_unique<NoteStore>(*database, scheduler(), *images, true,
+                                        backends.storageAlert);
+}
+
+void AppServices::makeSync()
+{
+    if (sync || !notes)
+        return;
+    syncFolder = std::make_unique<CloudFolder>([this] { return syncRoot(); }, files());
+    sync = std::make_unique<CloudSync>(
+        *syncFolder, *notes, scheduler(), files(), data.syncIndex(),
+        [] { return Settings::cloudSyncEnabled(); }, *backends.massDeletePrompt,
+        Settings::cloudSyncInterval);
+}
+
+QString AppServices::syncRoot() const
+{
+    const QString chosen = Settings::cloudSyncRoot();
+    return chosen.isEmpty() ? DocumentNames::discoveredRoot(home) : chosen;
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "notes/NoteStore.h"
+#include "notes/Paths.h"
+
+#include <QString>
+
+#include <memory>
+
+class CloudFolder;
+class CloudSync;
+class Defaults;
+class Desktop;
+class Files;
+class ImageStore;
+class KeyboardLayout;
+class LoginItem;
+class MassDeletePrompt;
+class Scheduler;
+class Store;
+
+// Every object of the program, each made once and handed its collaborators in its
+// constructor. It is built from the backends the desktop gives (the production ones from
+// makeProductionBackends, fakes in tests), so the whole program can run against a temporary
+// folder, virtual time and in-memory settings.
+//
+// Construction installs the settings store and the interface language. The notes and the
+// sync come later, by the launch steps that open them (see AppDelegate): a migration of old
+// data must run before the database is opened. Main thread only.
+class AppServices final {
+public:
+    struct Backends {
+        // Out of line, where the backends' types are complete.
+        Backends();
+        ~Backends();
+        Backends(Backends&&) noexcept;
+        Backends& operator=(Backends&&) noexcept;
+
+        std::unique_ptr<Scheduler> scheduler;
+        std::unique_ptr<Defaults> defaults;
+        std::unique_ptr<LoginItem> loginItem;
+        std::unique_ptr<KeyboardLayout> keyboardLayout;
+        std::unique_ptr<Desktop> desktop;
+        std::unique_ptr<Files> files;
+        // Asks before the sync deletes many notes at once.
+        std::unique_ptr<MassDeletePrompt> massDeletePrompt;
+        // Shows a storage failure to the user; the note store has logged it already.
+        NoteStore::ErrorReporter storageAlert;
+    };
+
+    // data: where the program's own files live. home: the folder the sync client's folders
+    // are looked for in when the settings name no sync root.
+    AppServices(Backends backends, Paths data, QString home);
+    ~AppServices();
+    AppServices(const AppServices&) = delete;
+    AppServices& operator=(const AppServices&) = delete;
+
+    // Opens the database, reads the key, loads every note and seeds the welcome note.
+    // Once; later calls do nothing.
+    void openNotes();
+    // Makes the sync engine over the folder, stopped; it follows the setting from its first
+    // reload on. REQUIRES: openNotes. Once; later calls do nothing.
+    void makeSync();
+
+    Scheduler& scheduler() { return *backends.scheduler; }
+    Defaults& defaults() { return *backends.defaults; }
+    KeyboardLayout& keyboardLayout() { return *backends.keyboardLayout; }
+    Desktop& desktop() { return *backends.desktop; }
+    Files& files() { return *backends.files; }
+    const Paths& paths() const { return data; }
+
+    bool notesAreOpen() const { return notes != nullptr; }
+    // REQUIRES: openNotes.
+    NoteStore& noteStore() { return *notes; }
+    ImageStore& imageStore() { return *images; }
+    // Absent until makeSync.
+    CloudSync* cloudSync() { return sync.get(); }
+
+    // The sync root the settings name, else the one found in the home folder.
+    QString syncRoot() const;
+
+private:
+    Backends backends;
+    Paths data;
+    QString home;
+    std::unique_ptr<Store> database;
+    std::unique_ptr<ImageStore> images;
+    std::unique_ptr<NoteStore> notes;
+    std::unique_ptr<CloudFolder> syncFolder;
+    std::unique_ptr<CloudSync> sync;
+};

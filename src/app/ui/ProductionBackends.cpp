@@ -1,0 +1,33 @@
+#include "app/ui/ProductionBackends.h"
+
+#include "notes/ui/StorageErrorDialog.h"
+#include "platform/fallback/UsKeyboardLayout.h"
+#include "platform/qt/QSettingsDefaults.h"
+#include "platform/qt/QtDesktop.h"
+#include "platform/qt/QtFiles.h"
+#include "platform/qt/QtScheduler.h"
+#include "platform/x11/XkbKeyboardLayout.h"
+#include "platform/xdg/XdgLoginItem.h"
+#include "sync/ui/MassDeleteDialog.h"
+
+#include <QCoreApplication>
+
+AppServices::Backends makeProductionBackends()
+{
+    AppServices::Backends backends;
+    backends.scheduler = std::make_unique<QtScheduler>();
+    backends.defaults = std::make_unique<QSettingsDefaults>();
+    backends.loginItem = std::make_unique<XdgLoginItem>(XdgLoginItem::defaultEntryPath(),
+                                                        QCoreApplication::applicationFilePath());
+    // Key names follow the user's own layout when an X server tells it; a Wayland-only
+    // session gets the US table.
+    if (auto xkb = XkbKeyboardLayout::open())
+        backends.keyboardLayout = std::move(xkb);
+    else
+        backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
+    backends.desktop = std::make_unique<QtDesktop>();
+    backends.files = std::make_unique<QtFiles>();
+    backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
+    backends.storageAlert = &StorageErrorDialog::show;
+    return backends;
+}

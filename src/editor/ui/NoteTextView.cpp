@@ -1,0 +1,717 @@
+#include "editor/ui/NoteTextView.h"
+
+#include "l10n/L10n.h"
+#include "editor/EditorStyleEngine.h"
+#include "images/ImagePasteboard.h"
+#include "images/ImageStore.h"
+#include "editor/ui/NoteImageOverlays.h"
+#include "notes/Tasks.h"
+#include "platform/Desktop.h"
+
+#include <QAbstractTextDocumentLayout>
+#include <QContextMenuEvent>
+#include <QFileDialog>
+#include <QImageReader>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QMimeData>
+#include <QScrollBar>
+#include <QTextBlock>
+#include <QTextLayout>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// The inset of the text from the view's edges: 15 wide, 6 high, made of the document's own
+// margin and the viewport's.
+constexpr int documentMargin = 6;
+constexpr int sideMargin = 15 - documentMargin;
+
+QList<ImageToken> tokensIn(const QTextDocument& document, TextRange range)
+{
+    QList<ImageToken> found = ImageTokens::tokens(EditorStyleEngine::text(document, range));
+    for (ImageToken& token : found)
+        token.range.location += range.location;
+    return found;
+}
+
+// The text as a QTextDocument holds it: CR LF, CR and U+2029 all become one block break,
+// which reads back as "\n". Every other character stays as it is.
+QString asDocumentHolds(const QString& text)
+{
+    if (!text.contains(u'\r') && !text.contains(QChar::ParagraphSeparator))
+        return text;
+    QString held = text;
+    held.replace(u"\r\n"_s, u"\n"_s);
+    held.replace(u'\r', u'\n');
+    held.replace(QChar::ParagraphSeparator, u'\n');
+    return held;
+}
+
+QString charAt(const QTextDocument& document, qsizetype position)
+{
+    return EditorStyleEngine::text(document, {position, 1});
+}
+
+} // namespace
+
+NoteTextView::NoteTextView(const QString& text, Configuration configuration, EditorBridge* bridge,
+                           Desktop& desktop, ImageStore& images, QWidget* parent)
+    : QTextEdit(parent)
+    , config(std::move(configuration))
+    , bridge(bridge)
+    , desktop(desktop)
+    , images(images)
+{
+    Q_ASSERT(config.bodyFont);
+    setAcceptRichText(false);
+    setUndoRedoEnabled(true);
+    setFrameShape(QFrame::NoFrame);
+    setAutoFillBackground(false);
+    viewport()->setAutoFillBackground(false);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    setLineWrapMode(QTextEdit::WidgetWidth);
+    setViewportMargins(sideMargin, 0, sideMargin, 0);
+    document()->setDocumentMargin(documentMargin);
+    viewport()->setMouseTracking(true);
+    setAcceptDrops(true);
+
+    QPalette p = palette();
+    p.setColor(QPalette::Text, config.ink);
+    p.setColor(QPalette::Base, Qt::transparent);
+    setPalette(p);
+    setFont(config.bodyFont(config.fontSize));
+    setPlainText(text);
+
+    connect(document(), &QTextDocument::contentsChange, this, &NoteTextView::documentContentsChange);
+    connect(this, &QTextEdit::textChanged, this, &NoteTextView::documentTextChanged);
+    connect(this, &QTextEdit::cursorPositionChanged, this, &NoteTextView::selectionDidChange);
+    connect(this, &QTextEdit::selectionChanged, this, &NoteTextView::selectionDidChange);
+
+    overlays = new NoteImageOverlays(this);
+    setBridge(bridge);
+    applyFullPassIfSafe();
+}
+
+NoteTextView::~NoteTextView() = default;
+
+QString NoteTextView::text() const
+{
+    if (!cachedText)
+        cachedText = EditorStyleEngine::text(*document(), {0, EditorStyleEngine::length(*document())});
+    return *cachedText;
+}
+
+void NoteTextView::setText(const QString& incoming)
+{
+    // A body with CR LF breaks reads back with LF: the same text, not a change to apply
+    // again on every update.
+    const QString newText = asDocumentHolds(incoming);
+    if (!hasMarkedText() && newText != text()) {
+        const TextRange selection = selectedRange();
+        isApplyingStyles = true;
+        // A text replaced from outside starts a fresh history, as a newly opened note does.
+        setPlainText(newText);
+        edits.clear();
+        const qsizetype length = EditorStyleEngine::length(*document());
+        QTextCursor cursor = textCursor();
+        cursor.setPosition(int(std::min(selection.location, length)));
+        cursor.setPosition(int(std::min(selection.end(), length)), QTextCursor::KeepAnchor);
+        setTextCursor(cursor);
+        isApplyingStyles = false;
+        needsFullPass = true;
+    } else if (hasMarkedText() && newText != text()) {
+        // The composition would lose its place; the outside text waits for the next update.
+        needsFullPass = true;
+        return;
+    }
+    synchronize();
+}
+
+void NoteTextView::setConfiguration(Configuration configuration)
+{
+    Q_ASSERT(configuration.bodyFont);
+    config = std::move(configuration);
+    synchronize();
+}
+
+void NoteTextView::setBridge(EditorBridge* newBridge)
+{
+    bridge = newBridge;
+    if (bridge && bridge->textView() != this)
+        bridge->setTextView(this);
+}
+
+void NoteTextView::focusSoon()
+{
+    QMetaObject::invokeMethod(this, [this] { takeFocus(); }, Qt::QueuedConnection);
+}
+
+bool NoteTextView::hasMarkedText() const
+{
+    const QTextBlock block = textCursor().block();
+    return block.isValid() && block.layout() && !block.layout()->preeditAreaText().isEmpty();
+}
+
+void NoteTextView::clearRevealedImage()
+{
+    if (!revealedImage)
+        return;
+    revealedImage.reset();
+    applyIncremental({caretLine()});
+}
+
+// --- The coordinator -------------------------------------------------------------------------
+
+QString NoteTextView::configurationStamp() const
+{
+    return config.styleToken + u'|' + TextDirection::rawValue(config.textDirection);
+}
+
+TextRange NoteTextView::caretLine() const
+{
+    return EditorStyleEngine::lineRange(textCursor().position(), *document());
+}
+
+void NoteTextView::synchronize()
+{
+    if (!appliedStyle || *appliedStyle != configurationStamp())
+        needsFullPass = true;
+    if (needsFullPass)
+        applyFullPassIfSafe();
+}
+
+// Styles an edit's lines as soon as the document reports it, before the layout runs, so the
+// touched lines are laid out once. The caret has already moved by then.
+void NoteTextView::documentContentsChange(int from, int, int added)
+{
+    cachedText.reset();
+    if (isApplyingStyles)
+        return;
+    edits.record({from, added});
+    if (hasMarkedText() || needsFullPass)
+        return;
+    applyIncremental(edits.consume(*document(), false));
+}
+
+void NoteTextView::documentTextChanged()
+{
+    cachedText.reset();
+    if (isApplyingStyles || hasMarkedText())
+        return;
+    if (needsFullPass) {
+        applyFullPassIfSafe();
+        return;
+    }
+    applyIncremental(edits.consume(*document(), false));
+}
+
+void NoteTextView::selectionDidChange()
+{
+    if (isApplyingStyles || hasMarkedText() || edits.hasPendingEdits())
+        return;
+    const TextRange line = caretLine();
+    if (revealedImage) {
+        const TextRange selection = selectedRange();
+        const qsizetype length = EditorStyleEngine::length(*document());
+        // Tokens never span lines: the selection's own lines are where the token can be.
+        const TextRange around = EditorStyleEngine::lineRangeForRange(selection, *document());
+        const QList<ImageToken> tokens = tokensIn(*document(), around);
+        const auto token = std::find_if(tokens.begin(), tokens.end(), [&](const ImageToken& t) {
+            if (t.id != *revealedImage)
+                return false;
+            return selection.length == 0 ? t.range.contains(selection.location)
+                                         : t.range.intersectionLength(selection) > 0;
+        });
+        if (token == tokens.end()) {
+            revealedImage.reset();
+            const TextRange old = lastLine;
+            lastLine = line;
+            QList<TextRange> ranges{line, around};
+            if (old.location != TextRange::NotFound && old.location <= length)
+                ranges.append(old);
+            applyIncremental(ranges);
+            return;
+        }
+    }
+    if (!config.markdownEnabled) {
+        lastLine = line;
+        return;
+    }
+    if (line.location != lastLine.location) {
+        const TextRange old = lastLine;
+        lastLine = line;
+        applyIncremental({old, line});
+    }
+}
+
+QList<TextRange> NoteTextView::runEngine(const QList<TextRange>& ranges)
+{
+    EditorStyleEngine::Options options;
+    options.ink = config.ink;
+    options.size = config.fontSize;
+    options.markdownEnabled = config.markdownEnabled;
+    options.textDirection = config.textDirection;
+    options.bodyFont = config.bodyFont;
+    options.isCompletedTask = [](QStringView line) { return Tasks::marker(line) == Tasks::done; };
+    NoteImageOverlays* images = overlays;
+    options.reservedLineHeight = [images](const ImageToken& token) {
+        return images ? images->reservedLineHeight(token) : 0.0;
+    };
+    isApplyingStyles = true;
+    const QList<TextRange> styled =
+        EditorStyleEngine::apply(*document(), ranges, caretLine(), revealedImage, options);
+    isApplyingStyles = false;
+    return styled;
+}
+
+void NoteTextView::applyIncremental(const QList<TextRange>& ranges)
+{
+    if (hasMarkedText() || ranges.isEmpty())
+        return;
+    const TextRange line = caretLine();
+    const QList<TextRange> styled = runEngine(ranges);
+    lastLine = line;
+    if (overlays)
+        overlays->stylesApplied(styled);
+}
+
+void NoteTextView::applyFullPassIfSafe()
+{
+    if (hasMarkedText()) {
+        needsFullPass = true;
+        return;
+    }
+    QPalette p = palette();
+    if (p.color(QPalette::Text) != config.ink) {
+        p.setColor(QPalette::Text, config.ink);
+        setPalette(p);
+    }
+    const QFont body = config.bodyFont(config.fontSize);
+    if (font() != body)
+        setFont(body);
+    const TextRange whole{0, EditorStyleEngine::length(*document())};
+    runEngine({whole});
+    edits.clear();
+    lastLine = caretLine();
+    needsFullPass = false;
+    appliedStyle = configurationStamp();
+    if (overlays)
+        overlays->stylesApplied({whole});
+}
+
+void NoteTextView::restyle(const QList<TextRange>& ranges)
+{
+    applyIncremental(ranges);
+}
+
+// --- The change protocol ---------------------------------------------------------------------
+
+TextRange NoteTextView::selectedRange() const
+{
+    const QTextCursor cursor = textCursor();
+    return {cursor.selectionStart(), cursor.selectionEnd() - cursor.selectionStart()};
+}
+
+bool NoteTextView::replaceText(TextRange range, const QString& replacement)
+{
+    if (isReadOnly())
+        return false;
+    const qsizetype length = EditorStyleEngine::length(*document());
+    QTextCursor cursor(document());
+    cursor.setPosition(int(std::clamp<qsizetype>(range.location, 0, length)));
+    cursor.setPosition(int(std::clamp<qsizetype>(range.end(), 0, length)), QTextCursor::KeepAnchor);
+    cursor.beginEditBlock();
+    if (replacement.isEmpty())
+        cursor.removeSelectedText();
+    else
+        cursor.insertText(replacement);
+    cursor.endEditBlock();
+    return true;
+}
+
+void NoteTextView::showFoundRange(TextRange range)
+{
+    QTextCursor cursor = textCursor();
+    cursor.setPosition(int(range.location));
+    cursor.setPosition(int(range.end()), QTextCursor::KeepAnchor);
+    setTextCursor(cursor);
+    ensureCursorVisible();
+}
+
+void NoteTextView::takeFocus()
+{
+    if (window())
+        setFocus(Qt::OtherFocusReason);
+}
+
+void NoteTextView::placeCaretBehind(TextRange token)
+{
+    qsizetype position = token.end();
+    if (charAt(*document(), position) == u"\n"_s)
+        ++position;
+    QTextCursor cursor = textCursor();
+    cursor.setPosition(int(std::min(position, EditorStyleEngine::length(*document()))));
+    setTextCursor(cursor);
+}
+
+// --- Keyboard ---------------------------------------------------------------------------------
+
+void NoteTextView::keyPressEvent(QKeyEvent* event)
+{
+    if (hasMarkedText()) {
+        QTextEdit::keyPressEvent(event);
+        return;
+    }
+    const Qt::KeyboardModifiers mods = event->modifiers() & ~Qt::KeypadModifier;
+    const int key = event->key();
+    // Key matching asks the platform theme for its bindings: only arrows need it.
+    if (key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down) {
+        std::optional<ImageCaretEdge> edge;
+        if (event->matches(QKeySequence::MoveToPreviousChar))
+            edge = ImageCaretEdge::Leading;
+        else if (event->matches(QKeySequence::MoveToNextChar))
+            edge = ImageCaretEdge::Trailing;
+        else if (event->matches(QKeySequence::MoveToPreviousLine)
+                 || event->matches(QKeySequence::MoveToNextLine))
+            edge = ImageCaretEdge::Nearest;
+        QTextEdit::keyPressEvent(event);
+        if (edge)
+            snapCaretOutOfHiddenImageToken(*edge);
+        return;
+    }
+    if (event->key() == Qt::Key_Backspace && (mods & ~Qt::ShiftModifier) == Qt::NoModifier) {
+        if (revealTokenBeforeDelete(true))
+            return;
+        QTextEdit::keyPressEvent(event);
+        return;
+    }
+    if (key == Qt::Key_Delete && event->matches(QKeySequence::Delete)) {
+        if (revealTokenBeforeDelete(false))
+            return;
+        QTextEdit::keyPressEvent(event);
+        return;
+    }
+    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+        && (mods & ~Qt::ShiftModifier) == Qt::NoModifier) {
+        cancelImageRevealIfSelected();
+        if (continueTaskList())
+            return;
+        // Shift+Return would put a line separator (U+2028) inside the paragraph; a note
+        // knows only line breaks.
+        QKeyEvent plain(event->type(), event->key(), Qt::NoModifier, event->text());
+        QTextEdit::keyPressEvent(&plain);
+        return;
+    }
+    if (!event->text().isEmpty() && event->text().front().isPrint()
+        && (mods & ~Qt::ShiftModifier) == Qt::NoModifier)
+        cancelImageRevealIfSelected();
+    QTextEdit::keyPressEvent(event);
+}
+
+void NoteTextView::inputMethodEvent(QInputMethodEvent* event)
+{
+    const bool wasComposing = hasMarkedText();
+    if (!event->commitString().isEmpty())
+        cancelImageRevealIfSelected();
+    QTextEdit::inputMethodEvent(event);
+    if (hasMarkedText())
+        return;
+    if (needsFullPass) {
+        applyFullPassIfSafe();
+    } else if (wasComposing || edits.hasPendingEdits()) {
+        // Composition replaced the caret block's formats with its own underlines: restyle the
+        // block along with whatever the commit changed.
+        QList<TextRange> ranges = edits.consume(*document(), false);
+        ranges.append(caretLine());
+        applyIncremental(ranges);
+    }
+}
+
+bool NoteTextView::continueTaskList()
+{
+    const TextRange selection = selectedRange();
+    const TextRange line = EditorStyleEngine::lineRangeForRange(selection, *document());
+    QString lineText = EditorStyleEngine::text(*document(), line);
+    while (!lineText.isEmpty() && (lineText.back() == u'\n' || lineText.back() == u'\r'))
+        lineText.chop(1);
+    if (!Tasks::isTask(lineText))
+        return false;
+    QTextCursor cursor = textCursor();
+    if (!Tasks::stripped(lineText).isEmpty()) {
+        if (replaceText(selection, u"\n"_s + Tasks::openPrefix)) {
+            cursor.setPosition(int(selection.location + 1 + Tasks::openPrefix.size()));
+            setTextCursor(cursor);
+        }
+    } else if (replaceText(line, QString())) {
+        // An empty task ends the list.
+        cursor.setPosition(int(std::min(line.location, EditorStyleEngine::length(*document()))));
+        setTextCursor(cursor);
+    }
+    ensureCursorVisible();
+    return true;
+}
+
+void NoteTextView::snapCaretOutOfHiddenImageToken(ImageCaretEdge edge)
+{
+    QTextCursor cursor = textCursor();
+    if (cursor.hasSelection())
+        return;
+    const qsizetype caret = cursor.position();
+    const QList<ImageToken> tokens = tokensIn(*document(), caretLine());
+    const auto inside = std::find_if(tokens.begin(), tokens.end(), [&](const ImageToken& t) {
+        return t.range.location < caret && t.range.end() > caret;
+    });
+    if (inside == tokens.end() || !EditorStyleEngine::isHidden(*document(), inside->range.location))
+        return;
+    const TextRange token = inside->range;
+    qsizetype target = token.location;
+    if (edge == ImageCaretEdge::Trailing
+        || (edge == ImageCaretEdge::Nearest && token.location + token.length / 2 < caret))
+        target = token.end();
+    cursor.setPosition(int(target));
+    setTextCursor(cursor);
+}
+
+// A hidden picture never goes with one unseen keystroke: the first Backspace or Delete
+// selects its token and shows its text, the second removes it.
+bool NoteTextView::revealTokenBeforeDelete(bool backward)
+{
+    const QTextCursor cursor = textCursor();
+    if (cursor.hasSelection())
+        return false;
+    const qsizetype caret = cursor.position();
+    TextRange lines = caretLine();
+    if (backward && lines.location > 0) {
+        const TextRange above = EditorStyleEngine::lineRange(lines.location - 1, *document());
+        lines = {above.location, lines.end() - above.location};
+    }
+    for (const ImageToken& token : tokensIn(*document(), lines)) {
+        if (!EditorStyleEngine::isHidden(*document(), token.range.location))
+            continue;
+        const TextRange r = token.range;
+        const bool hit = backward
+            ? (r.location < caret && caret <= r.end())
+                || (caret == r.end() + 1 && charAt(*document(), caret - 1) == u"\n"_s)
+            : r.location == caret;
+        if (!hit)
+            continue;
+        revealedImage = token.id;
+        QTextCursor selection = textCursor();
+        selection.setPosition(int(r.location));
+        selection.setPosition(int(r.end()), QTextCursor::KeepAnchor);
+        setTextCursor(selection);
+        applyIncremental({EditorStyleEngine::lineRange(r.location, *document())});
+        return true;
+    }
+    return false;
+}
+
+bool NoteTextView::cancelImageRevealIfSelected()
+{
+    if (!revealedImage)
+        return false;
+    const TextRange selection = selectedRange();
+    const QList<ImageToken> tokens =
+        tokensIn(*document(), EditorStyleEngine::lineRangeForRange(selection, *document()));
+    for (const ImageToken& token : tokens) {
+        if (token.id == *revealedImage && token.range == selection) {
+            placeCaretBehind(token.range);
+            return true;
+        }
+    }
+    return false;
+}
+
+// --- Mouse --------------------------------------------------------------------------------------
+
+qsizetype NoteTextView::characterIndexAt(const QPoint& viewportPoint) const
+{
+    return cursorForPosition(viewportPoint).position();
+}
+
+std::optional<QRectF> NoteTextView::boxRect(qsizetype lineStart) const
+{
+    const QTextBlock block = document()->findBlock(int(lineStart));
+    if (!block.isValid() || !block.layout())
+        return std::nullopt;
+    const int local = int(lineStart - block.position());
+    const QTextLine line = block.layout()->lineForTextPosition(local);
+    if (!line.isValid())
+        return std::nullopt;
+    const qreal a = line.cursorToX(local);
+    const qreal b = line.cursorToX(local + 1);
+    const QPointF origin = document()->documentLayout()->blockBoundingRect(block).topLeft()
+        - QPointF(horizontalScrollBar()->value(), verticalScrollBar()->value());
+    return QRectF(std::min(a, b), line.y(), std::abs(b - a), line.height()).translated(origin);
+}
+
+bool NoteTextView::toggleBox(const QPoint& viewportPoint)
+{
+    const qsizetype length = EditorStyleEngine::length(*document());
+    if (length == 0)
+        return false;
+    const qsizetype index = std::clamp<qsizetype>(characterIndexAt(viewportPoint), 0, length - 1);
+    const TextRange line = EditorStyleEngine::lineRange(index, *document());
+    const QString first = charAt(*document(), line.location);
+    if (first.isEmpty() || !Tasks::isTask(first))
+        return false;
+    const auto rect = boxRect(line.location);
+    if (!rect || !rect->adjusted(-4, -3, 4, 3).contains(viewportPoint))
+        return false;
+    const QChar other = first.front() == Tasks::open ? Tasks::done : Tasks::open;
+    replaceText({line.location, 1}, QString(other));
+    return true;
+}
+
+bool NoteTextView::openLink(const QPoint& viewportPoint)
+{
+    const qsizetype length = EditorStyleEngine::length(*document());
+    if (length == 0)
+        return false;
+    const qsizetype index = std::clamp<qsizetype>(characterIndexAt(viewportPoint), 0, length - 1);
+    const auto url = EditorStyleEngine::openableURL(EditorStyleEngine::linkAt(*document(), index));
+    if (!url)
+        return false;
+    desktop.openUrl(*url);
+    return true;
+}
+
+void NoteTextView::mousePressEvent(QMouseEvent* event)
+{
+    if (event->button() == Qt::LeftButton) {
+        const QPoint point = event->position().toPoint();
+        if (toggleBox(point)) {
+            event->accept();
+            return;
+        }
+        if ((event->modifiers() & Qt::ControlModifier) && openLink(point)) {
+            event->accept();
+            return;
+        }
+    }
+    QTextEdit::mousePressEvent(event);
+}
+
+void NoteTextView::mouseMoveEvent(QMouseEvent* event)
+{
+    QTextEdit::mouseMoveEvent(event);
+    if (event->buttons() != Qt::NoButton)
+        return;
+    const QPoint point = event->position().toPoint();
+    bool pointing = false;
+    const qsizetype length = EditorStyleEngine::length(*document());
+    if (length > 0) {
+        const qsizetype index = std::clamp<qsizetype>(characterIndexAt(point), 0, length - 1);
+        const TextRange line = EditorStyleEngine::lineRange(index, *document());
+        if (Tasks::isTask(charAt(*document(), line.location))) {
+            const auto rect = boxRect(line.location);
+            pointing = rect && rect->adjusted(-3, -2, 3, 2).contains(point);
+        }
+        if (!pointing)
+            pointing = !EditorStyleEngine::linkAt(*document(), index).isEmpty();
+    }
+    viewport()->setCursor(pointing ? Qt::PointingHandCursor : Qt::IBeamCursor);
+}
+
+void NoteTextView::contextMenuEvent(QContextMenuEvent* event)
+{
+    QMenu* menu = createStandardContextMenu(event->pos());
+    menu->addSeparator();
+    menu->addAction(L10n::text(u"menu.insert_image"_s), this, &NoteTextView::insertImageFromPanel);
+    menu->exec(event->globalPos());
+    delete menu;
+}
+
+// --- Images in ------------------------------------------------------------------------------------
+
+bool NoteTextView::canInsertFromMimeData(const QMimeData* source) const
+{
+    return ImagePasteboard::canProvideImage(source) || QTextEdit::canInsertFromMimeData(source);
+}
+
+void NoteTextView::insertFromMimeData(const QMimeData* source)
+{
+    cancelImageRevealIfSelected();
+    const QStringList ids = ImagePasteboard::imageIDs(source, images);
+    if (ids.isEmpty()) {
+        QTextEdit::insertFromMimeData(source);
+        return;
+    }
+    QStringList tokens;
+    for (const QString& id : ids)
+        tokens.append(ImageTokens::token(id));
+    insertImageTokens(tokens);
+}
+
+void NoteTextView::dragEnterEvent(QDragEnterEvent* event)
+{
+    QTextEdit::dragEnterEvent(event);
+    if (ImagePasteboard::canProvideImage(event->mimeData())) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    }
+}
+
+void NoteTextView::dragMoveEvent(QDragMoveEvent* event)
+{
+    QTextEdit::dragMoveEvent(event);
+    if (ImagePasteboard::canProvideImage(event->mimeData())) {
+        event->setDropAction(Qt::CopyAction);
+        event->accept();
+    }
+}
+
+void NoteTextView::insertImageTokens(const QStringList& tokens)
+{
+    if (tokens.isEmpty())
+        return;
+    const qsizetype length = EditorStyleEngine::length(*document());
+    TextRange selection = selectedRange();
+    if (selection.location == TextRange::NotFound)
+        selection = {length, 0};
+    selection.location = std::clamp<qsizetype>(selection.location, 0, length);
+    selection.length = std::clamp<qsizetype>(selection.length, 0, length - selection.location);
+    QString insertion = tokens.join(u'\n') + u'\n';
+    if (selection.location > 0 && charAt(*document(), selection.location - 1) != u"\n"_s)
+        insertion.prepend(u'\n');
+    if (selection.end() < length && charAt(*document(), selection.end()) != u"\n"_s)
+        insertion.append(u'\n');
+    if (!replaceText(selection, insertion))
+        return;
+    QTextCursor cursor = textCursor();
+    cursor.setPosition(int(selection.location + insertion.size()));
+    setTextCursor(cursor);
+    ensureCursorVisible();
+}
+
+void NoteTextView::insertImageFiles(const QStringList& paths)
+{
+    QStringList tokens;
+    for (const QString& path : paths) {
+        if (const auto id = ImagePasteboard::saveFile(path, images))
+            tokens.append(ImageTokens::token(*id));
+    }
+    insertImageTokens(tokens);
+}
+
+void NoteTextView::insertImageFromPanel()
+{
+    QFileDialog dialog(this, L10n::text(u"menu.insert_image"_s));
+    dialog.setFileMode(QFileDialog::ExistingFiles);
+    QStringList patterns;
+    for (const QByteArray& format : QImageReader::supportedImageFormats())
+        patterns.append(u"*."_s + QString::fromLatin1(format));
+    dialog.setNameFilter(patterns.join(u' '));
+    if (dialog.exec() == QDialog::Accepted)
+        insertImageFiles(dialog.selectedFiles());
+}
+
+void NoteTextView::resizeEvent(QResizeEvent* event)
+{
+    QTextEdit::resizeEvent(event);
+    if (overlays)
+        overlays->refresh();
+}

@@ -1,0 +1,136 @@
+#pragma once
+
+#include "editor/EditorBridge.h"
+#include "editor/EditorEditAccumulator.h"
+#include "notes/Note.h"
+#include "notes/TextRange.h"
+
+#include <QColor>
+#include <QFont>
+#include <QPointer>
+#include <QTextEdit>
+
+#include <functional>
+#include <optional>
+
+class Desktop;
+class ImageStore;
+class NoteImageOverlays;
+
+// The live editing surface every note surface shares. It keeps its text in step with the
+// text the surface binds (the text property and textChanged), restyles only the lines an edit
+// or a caret move touched, and gives task boxes, links and image tokens their behaviour under
+// mouse and keyboard.
+//
+// Every programmatic change (a box flipped, a task line continued, an image inserted or
+// resized) is one edit block: one undo step, and a textChanged like typing. Styling is never
+// an edit: see EditorStyleEngine.
+class NoteTextView final : public QTextEdit, public EditorTextTarget {
+    Q_OBJECT
+    Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
+
+public:
+    struct Configuration {
+        QColor ink = Qt::black;
+        double fontSize = 14;
+        bool markdownEnabled = true;
+        NoteTextDirection textDirection = NoteTextDirection::Automatic;
+        // An opaque stamp from the surface; a new value asks for a full restyle.
+        QString styleToken;
+        // The body face at a size; the surfaces pass Ink::body.
+        std::function<QFont(double)> bodyFont;
+    };
+
+    // Where the caret goes when it lands inside a hidden image token.
+    enum class ImageCaretEdge { Leading, Trailing, Nearest };
+
+    NoteTextView(const QString& text, Configuration configuration, EditorBridge* bridge,
+                 Desktop& desktop, ImageStore& images, QWidget* parent = nullptr);
+    ~NoteTextView() override;
+
+    // The text as the user has it, block breaks as "\n"; every other character as typed.
+    // QTextDocument keeps no CR: a CR LF or CR given to the view reads back as "\n".
+    QString text() const;
+    // The binding's side: the surface's text. Replaces the view's text only when it differs,
+    // and never while an input method composes.
+    void setText(const QString& text);
+    void setConfiguration(Configuration configuration);
+    const Configuration& configuration() const { return config; }
+    void setBridge(EditorBridge* bridge);
+    // Takes the keyboard focus on the next turn of the event loop.
+    void focusSoon();
+
+    bool hasMarkedText() const;
+    std::optional<QString> revealedImageID() const { return revealedImage; }
+    void clearRevealedImage();
+    NoteImageOverlays* imageOverlays() const { return overlays; }
+    ImageStore& imageStore() const { return images; }
+
+    // Each token on a line of its own at the selection; the caret ends behind them.
+    void insertImageTokens(const QStringList& tokens);
+    // Stores the image files (others are skipped) and inserts their tokens.
+    void insertImageFiles(const QStringList& paths);
+    // Restyles whole lines; the image overlays call it when a picture's room changes.
+    void restyle(const QList<TextRange>& ranges);
+    // Puts the caret behind a token: at its end, or past the line break that follows it.
+    void placeCaretBehind(TextRange token);
+
+    // EditorTextTarget
+    QObject* targetObject() override { return this; }
+    QTextDocument* textDocument() override { return document(); }
+    TextRange selectedRange() const override;
+    void showFoundRange(TextRange range) override;
+    bool replaceText(TextRange range, const QString& replacement) override;
+    void takeFocus() override;
+
+public Q_SLOTS:
+    void insertImageFromPanel();
+
+protected:
+    void keyPressEvent(QKeyEvent* event) override;
+    void inputMethodEvent(QInputMethodEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void contextMenuEvent(QContextMenuEvent* event) override;
+    bool canInsertFromMimeData(const QMimeData* source) const override;
+    void insertFromMimeData(const QMimeData* source) override;
+    void dragEnterEvent(QDragEnterEvent* event) override;
+    void dragMoveEvent(QDragMoveEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
+
+private:
+    void documentContentsChange(int from, int removed, int added);
+    void documentTextChanged();
+    void selectionDidChange();
+    void synchronize();
+    void applyIncremental(const QList<TextRange>& ranges);
+    void applyFullPassIfSafe();
+    QList<TextRange> runEngine(const QList<TextRange>& ranges);
+    QString configurationStamp() const;
+    TextRange caretLine() const;
+
+    bool toggleBox(const QPoint& viewportPoint);
+    bool openLink(const QPoint& viewportPoint);
+    std::optional<QRectF> boxRect(qsizetype lineStart) const;
+    qsizetype characterIndexAt(const QPoint& viewportPoint) const;
+    bool continueTaskList();
+    void snapCaretOutOfHiddenImageToken(ImageCaretEdge edge);
+    bool revealTokenBeforeDelete(bool backward);
+    bool cancelImageRevealIfSelected();
+
+    Configuration config;
+    QPointer<EditorBridge> bridge;
+    Desktop& desktop;
+    ImageStore& images;
+    NoteImageOverlays* overlays = nullptr;
+
+    // The coordinator's state.
+    EditorEditAccumulator edits;
+    TextRange lastLine;
+    bool isApplyingStyles = false;
+    bool needsFullPass = false;
+    std::optional<QString> appliedStyle;
+    std::optional<QString> revealedImage;
+    // The text as last read; empty optional once the document changes.
+    mutable std::optional<QString> cachedText;
+};

@@ -1,0 +1,61 @@
+#pragma once
+
+#include "platform/Date.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QString>
+
+#include <optional>
+
+// Whole-file access to the local disk: the key file, pictures, the sync memory and the synced
+// documents all go through here, so that a test can make the disk fill up on the third write.
+// Paths are absolute. Every write is whole or nothing: a failed write leaves the file as it
+// was. No call throws.
+class Files {
+public:
+    // The outcome of a call: an errno value, 0 for success.
+    struct Result {
+        int error = 0;
+
+        static Result ok() { return {}; }
+        explicit operator bool() const { return error == 0; }
+        // The system's text for the error ("No space left on device").
+        QString description() const;
+    };
+
+    enum class Kind { File, Folder, Other };
+
+    struct Entry {
+        QString name; // the entry's name inside its folder
+        Kind kind = Kind::Other;
+        Date modified;
+        qint64 size = 0;
+    };
+
+    virtual ~Files() = default;
+    Files() = default;
+    Files(const Files&) = delete;
+    Files& operator=(const Files&) = delete;
+
+    // Reads the file into `into`. With a limit, reads at most that many bytes, so a caller
+    // can tell a file longer than it expects without reading it all.
+    virtual Result read(const QString& path, QByteArray& into, qint64 limit = -1) = 0;
+    // Replaces the file with the data, or leaves it as it was.
+    virtual Result write(const QString& path, const QByteArray& data) = 0;
+    // Writes a file that must not exist yet, readable by its owner only, synced to the disk
+    // before it appears under its name. EEXIST when a file of that name is there (another
+    // process got there first); it is never replaced.
+    virtual Result create(const QString& path, const QByteArray& data) = 0;
+    // ENOENT when there was nothing to remove.
+    virtual Result remove(const QString& path) = 0;
+    // Makes the folder; an existing folder is success. Without parents, the folder above must
+    // exist, so that a vanished root is never made again by accident.
+    virtual Result makeFolder(const QString& path, bool withParents) = 0;
+    // Absent when nothing is at the path. Links are followed.
+    virtual std::optional<Entry> stat(const QString& path) = 0;
+    // The entries of a folder, "." and ".." left out, in no particular order, each as stat
+    // gives it (an entry that vanished while listing is left out). Absent when the folder
+    // cannot be read.
+    virtual std::optional<QList<Entry>> list(const QString& folder) = 0;
+};

@@ -1,9 +1,0 @@
-#pragma once
-
-#include "platform/KeyboardLayout.h"
-
-// A fixed US layout, for when the desktop's own cannot be read (no X server, Wayland).
-class UsKeyboardLayout final : public KeyboardLayout {
-public:
-    QString character(quint32 keyCode) const override;
-};

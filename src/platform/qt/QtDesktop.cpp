@@ -1,0 +1,8 @@
+#include "platform/qt/QtDesktop.h"
+
+#include <QDesktopServices>
+
+bool QtDesktop::openUrl(const QUrl& url)
+{
+    return QDesktopServices::openUrl(url);
+}

@@ -1,0 +1,199 @@
+#include "platform/qt/QtFiles.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QUuid>
+
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// errno after a failed call, or EIO when the call failed without setting it (a short write).
+int lastError()
+{
+    return errno != 0 ? errno : EIO;
+}
+
+Files::Entry entryOf(const QString& name, const struct stat& st)
+{
+    Files::Entry entry;
+    entry.name = name;
+    entry.kind = S_ISREG(st.st_mode)   ? Files::Kind::File
+                 : S_ISDIR(st.st_mode) ? Files::Kind::Folder
+                                       : Files::Kind::Other;
+    // Full precision of the file time, computed the same way every time, so that an unchanged
+    // file compares equal to what was recorded of it.
+    entry.modified = Date{static_cast<double>(st.st_mtim.tv_sec)
+                          + static_cast<double>(st.st_mtim.tv_nsec) / 1e9};
+    entry.size = st.st_size;
+    return entry;
+}
+
+int writeAll(int fd, const QByteArray& data)
+{
+    qsizetype done = 0;
+    while (done < data.size()) {
+        errno = 0;
+        const ssize_t n = ::write(fd, data.constData() + done, static_cast<size_t>(data.size() - done));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return lastError();
+        done += n;
+    }
+    return 0;
+}
+
+// A file beside the target, made exclusively under a fresh name, with its data on the disk.
+// On success the caller owns the file at `temp`.
+int writeBeside(const QString& path, const QByteArray& data, mode_t mode, QByteArray& temp)
+{
+    const QFileInfo target(path);
+    temp = QFile::encodeName(target.path() + u"/."_s + target.fileName() + u'.'
+                             + QUuid::createUuid().toString(QUuid::Id128).left(12));
+    const int fd = ::open(temp.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+    if (fd < 0)
+        return lastError();
+    int error = writeAll(fd, data);
+    errno = 0;
+    if (error == 0 && ::fsync(fd) != 0)
+        error = lastError();
+    ::close(fd);
+    if (error != 0)
+        ::unlink(temp.constData());
+    return error;
+}
+
+} // namespace
+
+Files::Result QtFiles::read(const QString& path, QByteArray& into, qint64 limit)
+{
+    into.clear();
+    const QByteArray native = QFile::encodeName(path);
+    const int fd = ::open(native.constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return {errno};
+    struct stat st {};
+    if (::fstat(fd, &st) == 0 && S_ISDIR(st.st_mode)) {
+        ::close(fd);
+        return {EISDIR};
+    }
+    constexpr qint64 chunk = 64 * 1024;
+    const qint64 wanted = limit >= 0 ? limit : std::max<qint64>(st.st_size, 0);
+    into.reserve(static_cast<qsizetype>(std::min<qint64>(wanted, 64 * 1024 * 1024)) + 1);
+    int error = 0;
+    while (limit < 0 || into.size() < limit) {
+        const qint64 room = limit < 0 ? chunk : std::min(chunk, limit - into.size());
+        const qsizetype at = into.size();
+        into.resize(at + static_cast<qsizetype>(room));
+        const ssize_t n = ::read(fd, into.data() + at, static_cast<size_t>(room));
+        if (n < 0 && errno == EINTR) {
+            into.resize(at);
+            continue;
+        }
+        into.resize(at + std::max<qsizetype>(n, 0));
+        if (n < 0) {
+            error = errno;
+            break;
+        }
+        if (n == 0)
+            break;
+    }
+    ::close(fd);
+    if (error != 0)
+        into.clear();
+    return {error};
+}
+
+Files::Result QtFiles::write(const QString& path, const QByteArray& data)
+{
+    // A new file gets the umask's permissions; a replaced one keeps its own.
+    struct stat st {};
+    const QByteArray native = QFile::encodeName(path);
+    const bool existed = ::stat(native.constData(), &st) == 0;
+    QByteArray temp;
+    if (const int error = writeBeside(path, data, 0666, temp))
+        return {error};
+    if (existed)
+        ::chmod(temp.constData(), st.st_mode & 07777);
+    if (::rename(temp.constData(), native.constData()) != 0) {
+        const int error = errno;
+        ::unlink(temp.constData());
+        return {error};
+    }
+    return Result::ok();
+}
+
+Files::Result QtFiles::create(const QString& path, const QByteArray& data)
+{
+    QByteArray temp;
+    if (const int error = writeBeside(path, data, 0600, temp))
+        return {error};
+    // A hard link, unlike a rename, never replaces a file that another process put there in
+    // the meantime.
+    const QByteArray native = QFile::encodeName(path);
+    const int error = ::link(temp.constData(), native.constData()) == 0 ? 0 : errno;
+    ::unlink(temp.constData());
+    return {error};
+}
+
+Files::Result QtFiles::remove(const QString& path)
+{
+    return {::unlink(QFile::encodeName(path).constData()) == 0 ? 0 : errno};
+}
+
+Files::Result QtFiles::makeFolder(const QString& path, bool withParents)
+{
+    if (withParents) {
+        const QString parent = QFileInfo(path).path();
+        if (parent != path && !QFileInfo(parent).isDir()) {
+            if (const Result made = makeFolder(parent, true); !made)
+                return made;
+        }
+    }
+    const QByteArray native = QFile::encodeName(path);
+    if (::mkdir(native.constData(), 0755) == 0)
+        return Result::ok();
+    const int error = errno;
+    struct stat st {};
+    if (error == EEXIST)
+        return {::stat(native.constData(), &st) == 0 && S_ISDIR(st.st_mode) ? 0 : ENOTDIR};
+    return {error};
+}
+
+std::optional<Files::Entry> QtFiles::stat(const QString& path)
+{
+    struct stat st {};
+    if (::stat(QFile::encodeName(path).constData(), &st) != 0)
+        return std::nullopt;
+    return entryOf(QFileInfo(path).fileName(), st);
+}
+
+std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder)
+{
+    DIR* dir = ::opendir(QFile::encodeName(folder).constData());
+    if (!dir)
+        return std::nullopt;
+    const int fd = ::dirfd(dir);
+    QList<Entry> entries;
+    while (const dirent* found = ::readdir(dir)) {
+        const char* name = found->d_name;
+        if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0)))
+            continue;
+        struct stat st {};
+        if (::fstatat(fd, name, &st, 0) != 0) {
+            // A dangling link is still an entry that exists; one that vanished is not.
+            if (errno != ENOENT || ::fstatat(fd, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
+                continue;
+        }
+        entries.append(entryOf(QFile::decodeName(name), st));
+    }
+    ::closedir(dir);
+    return entries;
+}

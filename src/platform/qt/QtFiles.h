@@ -1,0 +1,17 @@
+#pragma once
+
+#include "platform/Files.h"
+
+// The local disk through POSIX calls, which Linux and macOS share. A write goes to a fresh
+// file beside its target, reaches the disk, and is renamed over the target, so a crash or a
+// full disk leaves the old file whole.
+class QtFiles final : public Files {
+public:
+    Result read(const QString& path, QByteArray& into, qint64 limit = -1) override;
+    Result write(const QString& path, const QByteArray& data) override;
+    Result create(const QString& path, const QByteArray& data) override;
+    Result remove(const QString& path) override;
+    Result makeFolder(const QString& path, bool withParents) override;
+    std::optional<Entry> stat(const QString& path) override;
+    std::optional<QList<Entry>> list(const QString& folder) override;
+};

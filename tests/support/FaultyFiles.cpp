@@ -1,0 +1,55 @@
+#include "support/FaultyFiles.h"
+
+void FaultyFiles::failAfter(int successes, int error)
+{
+    successesLeft = successes;
+    afterError = error;
+}
+
+void FaultyFiles::failPathsContaining(const QString& value, int error)
+{
+    fragment = value;
+    fragmentError = error;
+}
+
+void FaultyFiles::heal()
+{
+    successesLeft.reset();
+    fragment.clear();
+}
+
+std::optional<Files::Result> FaultyFiles::fault(const QString& path)
+{
+    if (!fragment.isEmpty() && path.contains(fragment))
+        return Result{fragmentError};
+    if (successesLeft) {
+        if (*successesLeft == 0)
+            return Result{afterError};
+        --*successesLeft;
+    }
+    return std::nullopt;
+}
+
+Files::Result FaultyFiles::write(const QString& path, const QByteArray& data)
+{
+    if (const auto failed = fault(path)) {
+        ++refused;
+        return *failed;
+    }
+    const Result result = disk.write(path, data);
+    if (result)
+        ++writes;
+    return result;
+}
+
+Files::Result FaultyFiles::create(const QString& path, const QByteArray& data)
+{
+    if (const auto failed = fault(path)) {
+        ++refused;
+        return *failed;
+    }
+    const Result result = disk.create(path, data);
+    if (result)
+        ++writes;
+    return result;
+}

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "platform/Files.h"
+#include "platform/qt/QtFiles.h"
+
+#include <QString>
+
+#include <cerrno>
+#include <optional>
+
+// The real disk, with writes that fail on demand the way a full disk or a folder without
+// rights fails them: "the disk fills up on the third image write" is failAfter(2). Reads,
+// listings and removals pass through.
+class FaultyFiles final : public Files {
+public:
+    // From now on, after `successes` more writes have gone through, every write and creation
+    // fails with `error`.
+    void failAfter(int successes, int error = ENOSPC);
+    // Writes and creations to paths that hold the fragment fail with `error`.
+    void failPathsContaining(const QString& fragment, int error = EACCES);
+    // Every write goes through again.
+    void heal();
+
+    // Writes and creations that reached the disk.
+    int writes = 0;
+    // Writes and creations refused.
+    int refused = 0;
+
+    Result read(const QString& path, QByteArray& into, qint64 limit = -1) override
+    {
+        return disk.read(path, into, limit);
+    }
+    Result write(const QString& path, const QByteArray& data) override;
+    Result create(const QString& path, const QByteArray& data) override;
+    Result remove(const QString& path) override { return disk.remove(path); }
+    Result makeFolder(const QString& path, bool withParents) override
+    {
+        return disk.makeFolder(path, withParents);
+    }
+    std::optional<Entry> stat(const QString& path) override { return disk.stat(path); }
+    std::optional<QList<Entry>> list(const QString& folder) override { return disk.list(folder); }
+
+private:
+    std::optional<Result> fault(const QString& path);
+
+    QtFiles disk;
+    std::optional<int> successesLeft;
+    int afterError = 0;
+    QString fragment;
+    int fragmentError = 0;
+};
