@@ -38,17 +38,18 @@ CloudSync::CloudSync(SyncFolderGateway& folder, NoteStoring& store, Scheduler& s
     , store(store)
     , scheduler(scheduler)
     , files(files)
-    , prompt(prompt)
     , enabled(std::move(enabled))
     , interval(interval)
     , indexPath(std::move(indexPath))
     , syncIndex(CloudSyncIndex::load(this->indexPath, files))
+    , brake(
+          prompt, [this] { return pass.has_value(); },
+          [this](DeletionBrake::Answer answer, const QSet<QString>& ids) { settle(answer, ids); })
 {
 }
 
 CloudSync::~CloudSync()
 {
-    *alive = false;
     stop();
 }
 
@@ -62,33 +63,33 @@ void CloudSync::reload()
 
 void CloudSync::start()
 {
-    if (timer)
+    if (triggers.timer)
         return;
-    watch = new QObject(this);
-    store.observeNotes(watch, [this] { scheduleLocalPush(); });
-    timer = scheduler.every(interval, [this] { syncNow(); });
+    triggers.watch = new QObject(this);
+    store.observeNotes(triggers.watch, [this] { scheduleLocalPush(); });
+    triggers.timer = scheduler.every(interval, [this] { syncNow(); });
     syncNow();
 }
 
 void CloudSync::stop()
 {
-    timer.reset();
-    pending.reset();
-    followUp.reset();
-    delete watch.data();
+    triggers.timer.reset();
+    triggers.pending.reset();
+    triggers.followUp.reset();
+    delete triggers.watch.data();
 }
 
 void CloudSync::scheduleLocalPush()
 {
     // A pass's own changes to the store must not schedule another pass.
-    if (isRunning)
+    if (pass)
         return;
-    pending = scheduler.after(debounce, [this] { syncNow(); });
+    triggers.pending = scheduler.after(debounce, [this] { syncNow(); });
 }
 
 bool CloudSync::syncNow()
 {
-    if (!enabled() || isRunning)
+    if (!enabled() || pass)
         return false;
     const auto ensured =
         folder.isAvailable() ? folder.ensure() : SyncFolderGateway::Ensured::Unavailable;
@@ -96,8 +97,7 @@ bool CloudSync::syncNow()
         Log::cloud(u"iCloud Drive is unavailable"_s, u"skipping this pass"_s);
         return false;
     }
-    isRunning = true;
-    indexChanged = false;
+    pass.emplace();
 
     if (ensured == SyncFolderGateway::Ensured::Created && !syncIndex.isEmpty()) {
         // The folder we remembered is gone as a whole. Reading that as "every document
@@ -106,114 +106,35 @@ bool CloudSync::syncNow()
         Log::cloud(u"the sync folder was missing and has been made again"_s,
                    u"writing every note out afresh"_s);
         syncIndex.forgetAll();
-        held.clear();
-        indexChanged = true;
+        brake.release();
+        pass->indexChanged = true;
     }
 
-    const FolderScan scan = folder.scan();
-    // Only a pass that names a file needs every name in the folder; most passes name none.
-    claimedNames = [&scan] {
-        QSet<QString> names;
-        names.reserve(scan.documents.size() + scan.unresolved.size());
-        for (auto it = scan.documents.cbegin(); it != scan.documents.cend(); ++it)
-            names.insert(it.key().toLower());
-        for (const QString& name : scan.unresolved)
-            names.insert(name.toLower());
-        return names;
-    };
+    pass->scan = folder.scan();
     const QList<Note> notes = store.notes();
-    forgetOldVanished();
-    settleRestoredDates(scan, notes);
+    vanished.expire(scheduler.now());
+    settleRestoredDates(notes);
 
     // The planner is pure: when the notes are the very list of the last quiet pass, the
     // index has not moved and the folder looks the same, it would plan nothing again. This
     // keeps a quiet pass close to the cost of listing the folder.
-    const bool sameAsLastQuietPass = lastPassQuiet && notes.isSharedWith(previousNotes)
-                                     && syncIndex.revision() == quietRevision
-                                     && scan.unresolved == lastScan.unresolved
-                                     && scan.documents == lastScan.documents;
+    const bool sameAsLastQuietPass = lastPass.quiet && notes.isSharedWith(lastPass.notes)
+                                     && syncIndex.revision() == lastPass.indexRevision
+                                     && pass->scan.unresolved == lastPass.scan.unresolved
+                                     && pass->scan.documents == lastPass.scan.documents;
     if (sameAsLastQuietPass)
-        return finishPass({}, notes, scan);
-    const QList<SyncPlan::RemoteFile> remote = remoteFiles(scan);
+        return finishPass({}, notes);
+    const QList<SyncPlan::RemoteFile> remote = remoteFiles();
 
-    QSet<QString> unresolved = scan.unresolved;
-    if (remote.size() != scan.documents.size()) {
-        QSet<QString> read;
-        for (const auto& file : remote)
-            read.insert(file.fileName);
-        for (auto it = scan.documents.cbegin(); it != scan.documents.cend(); ++it) {
-            if (!read.contains(it.key()))
-                unresolved.insert(it.key());
-        }
-    }
-
-    const QList<Action> raw = SyncPlan::actions(notes, remote, unresolved, syncIndex);
-    const QList<Action> planned = applyHolds(raw);
-    for (const Action& action : planned)
+    const QList<Action> planned =
+        SyncPlan::actions(notes, remote, unresolvedNames(remote), syncIndex);
+    const QList<Action> kept = hold(planned);
+    for (const Action& action : kept)
         carryOut(action);
-    return finishPass(planned, notes, scan, raw.isEmpty());
+    return finishPass(kept, notes, planned.isEmpty());
 }
 
-bool CloudSync::finishPass(const QList<SyncPlan::Action>& planned, const QList<Note>& notes,
-                           const FolderScan& scan, bool quiet)
-{
-    lastActions = planned;
-    if (!planned.isEmpty() || indexChanged)
-        syncIndex.save(indexPath, files);
-
-    // Shares the store's list until either side changes; ids are only looked at when a
-    // later pass pulls a note that is not in the store.
-    previousNotes = planned.isEmpty() ? notes : store.notes();
-    previousIDs.reset();
-    lastPassQuiet = quiet && !indexChanged;
-    quietRevision = syncIndex.revision();
-    lastScan = scan;
-
-    const Date now = scheduler.now();
-    const bool changed = last != now;
-    last = now;
-    isRunning = false;
-    scanned.clear();
-    claimed.reset();
-    claimedNames = nullptr;
-    adopted.clear();
-    if (changed)
-        Q_EMIT lastSyncChanged();
-    if (const auto answer = std::exchange(deferredAnswer, std::nullopt))
-        answered(*answer);
-    return true;
-}
-
-void CloudSync::forgetOldVanished()
-{
-    const Date now = scheduler.now();
-    for (auto it = vanished.begin(); it != vanished.end();) {
-        if (now.seconds - it->seconds > undoHold)
-            it = vanished.erase(it);
-        else
-            ++it;
-    }
-}
-
-bool CloudSync::wasInStore(const QString& id)
-{
-    if (!previousIDs) {
-        previousIDs.emplace();
-        previousIDs->reserve(previousNotes.size());
-        for (const Note& note : std::as_const(previousNotes))
-            previousIDs->insert(note.id);
-    }
-    return previousIDs->contains(id);
-}
-
-QSet<QString>& CloudSync::claimedSet()
-{
-    if (!claimed)
-        claimed = claimedNames ? claimedNames() : QSet<QString>{};
-    return *claimed;
-}
-
-void CloudSync::settleRestoredDates(const FolderScan& scan, const QList<Note>& notes)
+void CloudSync::settleRestoredDates(const QList<Note>& notes)
 {
     // The index file keeps whole seconds while notes and files carry fractions. An entry
     // read from disk whose whole second still matches stands for that exact date: settle it,
@@ -224,6 +145,7 @@ void CloudSync::settleRestoredDates(const FolderScan& scan, const QList<Note>& n
     modified.reserve(notes.size());
     for (const Note& note : notes)
         modified.insert(note.id, note.modified);
+    const QHash<QString, Date>& documents = pass->scan.documents;
     QList<std::tuple<QString, std::optional<Date>, std::optional<Date>>> settled;
     for (auto it = syncIndex.entries().cbegin(); it != syncIndex.entries().cend(); ++it) {
         std::optional<Date> synced;
@@ -234,8 +156,8 @@ void CloudSync::settleRestoredDates(const FolderScan& scan, const QList<Note>& n
                 synced = *m;
         }
         if (it->coarseFile) {
-            const auto d = scan.documents.constFind(it->fileName);
-            if (d != scan.documents.cend() && IsoStamp::wholeSecond(*d) == it->fileModified)
+            const auto d = documents.constFind(it->fileName);
+            if (d != documents.cend() && IsoStamp::wholeSecond(*d) == it->fileModified)
                 file = *d;
         }
         if (synced || file)
@@ -245,11 +167,12 @@ void CloudSync::settleRestoredDates(const FolderScan& scan, const QList<Note>& n
         syncIndex.refine(id, synced, file);
 }
 
-QList<SyncPlan::RemoteFile> CloudSync::remoteFiles(const FolderScan& scan)
+QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
 {
+    const QHash<QString, Date>& documents = pass->scan.documents;
     QList<SyncPlan::RemoteFile> remote;
-    remote.reserve(scan.documents.size());
-    for (auto it = scan.documents.cbegin(); it != scan.documents.cend(); ++it) {
+    remote.reserve(documents.size());
+    for (auto it = documents.cbegin(); it != documents.cend(); ++it) {
         const QString& name = it.key();
         const Date date = it.value();
         if (const auto id = syncIndex.idForFileName(name)) {
@@ -264,7 +187,7 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles(const FolderScan& scan)
         if (!text)
             continue;
         const auto parsed = NoteDocument::parse(*text, withoutExtension(name));
-        scanned.insert(name, parsed.note);
+        pass->scanned.insert(name, parsed.note);
         if (parsed.hasIdentity) {
             // A file renamed by hand keeps its date but not the name the entry knows, so
             // the restored entry could not be settled by name before the read.
@@ -272,76 +195,91 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles(const FolderScan& scan)
             if (entry && entry->coarseFile && IsoStamp::wholeSecond(date) == entry->fileModified)
                 syncIndex.refine(parsed.note.id, std::nullopt, date);
             remote.append({name, parsed.note.id, parsed.note.modified, date});
-        }
-        else {
+        } else {
             remote.append({name, std::nullopt, Date::distantPast(), date});
         }
     }
     return remote;
 }
 
-QList<Action> CloudSync::applyHolds(QList<Action> actions)
+QSet<QString> CloudSync::unresolvedNames(const QList<SyncPlan::RemoteFile>& remote) const
 {
-    QList<Action> kept;
-    kept.reserve(actions.size());
-    QSet<QString> deletions;
-    for (const Action& a : actions) {
-        if (a.kind == Action::Kind::DeleteLocal && !confirmed.contains(a.noteID))
-            deletions.insert(a.noteID);
-    }
-    const qsizetype known = syncIndex.size();
-    const bool brake = asking
-                       || (deletions.size() > 3 && deletions.size() * 2 > known);
-    if (brake && !deletions.isEmpty() && !asking) {
-        held = deletions;
-        asking = true;
-        Log::cloud(u"%1 of %2 documents are gone from the folder"_s.arg(deletions.size()).arg(known),
-                   u"holding back their deletions until confirmed"_s);
-        const std::weak_ptr<bool> guard = alive;
-        prompt.ask(static_cast<int>(deletions.size()), [this, guard](auto answer) {
-            if (const auto live = guard.lock(); live && *live)
-                answered(answer);
-        });
-    } else if (asking) {
-        held.unite(deletions);
-    }
-    for (Action& a : actions) {
-        if (a.kind == Action::Kind::DeleteLocal && held.contains(a.noteID))
-            continue;
-        if (a.kind == Action::Kind::Pull) {
-            // A note that left the store within the undo window stays out until the window
-            // has passed: taking it in now and undoing later would give two records. A
-            // pulled id that the last pass still saw in the store, and that is not there
-            // now, has just left it.
-            const auto note = scanned.constFind(a.fileName);
-            if (note != scanned.cend() && wasInStore(note->id) && !store.note(note->id))
-                vanished.insert(note->id, scheduler.now());
-            if (note != scanned.cend() && vanished.contains(note->id))
-                continue;
+    // A document that could not be read protects its note just as a placeholder does.
+    const FolderScan& scan = pass->scan;
+    QSet<QString> names = scan.unresolved;
+    if (remote.size() != scan.documents.size()) {
+        QSet<QString> read;
+        for (const auto& file : remote)
+            read.insert(file.fileName);
+        for (auto it = scan.documents.cbegin(); it != scan.documents.cend(); ++it) {
+            if (!read.contains(it.key()))
+                names.insert(it.key());
         }
-        kept.append(std::move(a));
     }
-    confirmed.clear();
+    return names;
+}
+
+QList<Action> CloudSync::hold(const QList<Action>& planned)
+{
+    QList<Action> kept = brake.hold(planned, syncIndex.size());
+    // Taking in a note that left the store within the undo window, and undoing later, would
+    // give two records. A file this pass did not read is not pulled anyway.
+    const Date now = scheduler.now();
+    kept.removeIf([&](const Action& a) {
+        if (a.kind != Action::Kind::Pull)
+            return false;
+        const auto note = pass->scanned.constFind(a.fileName);
+        return note != pass->scanned.cend() && vanished.keepsOut(note->id, store, now);
+    });
     return kept;
 }
 
-void CloudSync::answered(MassDeletePrompt::Answer answer)
+bool CloudSync::finishPass(const QList<Action>& carriedOut, const QList<Note>& notes, bool quiet)
 {
-    if (isRunning) {
-        deferredAnswer = answer;
-        return;
-    }
-    asking = false;
-    const QSet<QString> ids = std::exchange(held, {});
-    if (answer == MassDeletePrompt::Answer::DeleteHere) {
-        confirmed = ids;
-    } else {
+    if (!carriedOut.isEmpty() || pass->indexChanged)
+        syncIndex.save(indexPath, files);
+
+    // Shares the store's list until either side changes.
+    const QList<Note> left = carriedOut.isEmpty() ? notes : store.notes();
+    vanished.remember(left);
+    const Date now = scheduler.now();
+    const bool changed = lastPass.end != now;
+    lastPass = {.end = now,
+                .carriedOut = carriedOut,
+                .quiet = quiet && !pass->indexChanged,
+                .indexRevision = syncIndex.revision(),
+                .scan = std::move(pass->scan),
+                .notes = left};
+    pass.reset();
+    if (changed)
+        Q_EMIT lastSyncChanged();
+    brake.passEnded();
+    return true;
+}
+
+void CloudSync::settle(DeletionBrake::Answer answer, const QSet<QString>& ids)
+{
+    if (answer == DeletionBrake::Answer::RestoreToFolder) {
         // Without an entry, a note with no document is new: the next pass writes it out.
         for (const QString& id : ids)
             syncIndex.forget(id);
         syncIndex.save(indexPath, files);
     }
-    followUp = scheduler.after(0, [this] { syncNow(); });
+    triggers.followUp = scheduler.after(0, [this] { syncNow(); });
+}
+
+QSet<QString>& CloudSync::claimed()
+{
+    if (!pass->claimed) {
+        const FolderScan& scan = pass->scan;
+        QSet<QString>& names = pass->claimed.emplace();
+        names.reserve(scan.documents.size() + scan.unresolved.size());
+        for (auto it = scan.documents.cbegin(); it != scan.documents.cend(); ++it)
+            names.insert(it.key().toLower());
+        for (const QString& name : scan.unresolved)
+            names.insert(name.toLower());
+    }
+    return *pass->claimed;
 }
 
 void CloudSync::carryOut(const Action& action)
@@ -384,7 +322,7 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
         // Renamed elsewhere: the new name stands.
         target = *existingFileName;
     } else {
-        QSet<QString> avoiding = claimedSet();
+        QSet<QString> avoiding = claimed();
         if (indexed)
             avoiding.remove(indexed->toLower());
         if (existingFileName)
@@ -396,12 +334,12 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
     // case, writing the new name and removing the old would remove the document itself.
     if (old && *old != target && old->toLower() == target.toLower())
         target = *old;
-    claimedSet().insert(target.toLower());
+    claimed().insert(target.toLower());
     if (!folder.write(NoteDocument::render(*note), target))
         return false;
     if (old && *old != target) {
         folder.remove(*old);
-        claimedSet().remove(old->toLower());
+        claimed().remove(old->toLower());
     }
     syncIndex.record(noteID, target, note->modified,
                      folder.modificationDate(target).value_or(scheduler.now()));
@@ -410,8 +348,8 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
 
 void CloudSync::pull(const QString& fileName)
 {
-    const auto found = scanned.constFind(fileName);
-    if (found == scanned.cend())
+    const auto found = pass->scanned.constFind(fileName);
+    if (found == pass->scanned.cend())
         return;
     const auto date = folder.modificationDate(fileName);
     if (!date)
@@ -432,9 +370,9 @@ void CloudSync::reindex(const QString& noteID, const QString& fileName)
 
 void CloudSync::adopt(const QString& fileName)
 {
-    const auto found = scanned.constFind(fileName);
+    const auto found = pass->scanned.constFind(fileName);
     const auto date = folder.modificationDate(fileName);
-    if (found == scanned.cend() || !date)
+    if (found == pass->scanned.cend() || !date)
         return;
     Note note = found.value();
     note.id = pendingAdoptions.value(fileName, Note::newID());
@@ -457,7 +395,7 @@ void CloudSync::adopt(const QString& fileName)
         return;
     }
     pendingAdoptions.remove(fileName);
-    adopted.insert(fileName);
+    pass->adopted.insert(fileName);
     syncIndex.record(note.id, fileName, note.modified,
                      folder.modificationDate(fileName).value_or(*date));
 }
@@ -466,30 +404,30 @@ void CloudSync::deleteLocal(const QString& noteID)
 {
     store.deleteNote(noteID);
     syncIndex.forget(noteID);
-    vanished.insert(noteID, scheduler.now());
+    vanished.deleted(noteID, scheduler.now());
 }
 
 void CloudSync::deleteRemote(const QString& fileName)
 {
     // A copy adopted earlier in this pass is the adopted note's document now.
-    if (adopted.contains(fileName))
+    if (pass->adopted.contains(fileName))
         return;
     folder.remove(fileName);
     // The entry of the id the document declares, even when it still names an older file
     // (a document renamed by hand keeps its entry's name until the next push): left behind,
     // it would delete the note again when another machine brings it back.
-    const auto read = scanned.constFind(fileName);
-    const auto id = read != scanned.cend() ? std::optional<QString>(read->id)
-                                           : syncIndex.idForFileName(fileName);
+    const auto read = pass->scanned.constFind(fileName);
+    const auto id = read != pass->scanned.cend() ? std::optional<QString>(read->id)
+                                                 : syncIndex.idForFileName(fileName);
     if (id)
         syncIndex.forget(*id);
 }
 
 void CloudSync::resolve(const QString& noteID, const QString& fileName, bool localWins)
 {
-    const auto remote = scanned.constFind(fileName);
+    const auto remote = pass->scanned.constFind(fileName);
     const auto local = store.note(noteID);
-    if (remote == scanned.cend() || !local)
+    if (remote == pass->scanned.cend() || !local)
         return;
     const Note& loser = localWins ? remote.value() : *local;
     // Without its copy the losing edit would be gone: no copy, no resolution this pass.

@@ -3,9 +3,10 @@
 #include "notes/Note.h"
 #include "platform/Scheduler.h"
 #include "sync/CloudSyncIndex.h"
-#include "sync/MassDeletePrompt.h"
+#include "sync/DeletionBrake.h"
 #include "sync/SyncFolderGateway.h"
 #include "sync/SyncPlan.h"
+#include "sync/VanishedNotes.h"
 
 #include <QHash>
 #include <QObject>
@@ -18,18 +19,20 @@
 class Files;
 class NoteStoring;
 
-// Runs sync passes: looks at the folder, asks SyncPlan what to do, does it, and remembers
-// the outcome in the index. Everything runs on the main thread, synchronously: from the
-// repeating timer, one second after the last local change, or an explicit call.
+// Runs sync passes: looks at the folder, asks SyncPlan what to do, holds back what must wait,
+// does the rest, and remembers the outcome in the index. Everything runs on the main thread,
+// synchronously: from the repeating timer, one second after the last local change, the
+// user's answer to a held deletion, or an explicit call.
 //
 // Beyond carrying out the plan, the engine keeps three promises:
 // - A folder that had to be made again (deleted, another drive mounted) is not read as
 //   "every document deleted": the index is forgotten and the pass is a first sync.
 // - When one pass would delete here more than half of the notes the index knows, and more
-//   than three, those deletions wait for the user's answer; everything else goes on.
+//   than three, those deletions wait for the user's answer; everything else goes on
+//   (DeletionBrake).
 // - A note that left the store within the undo window is not taken in again from the
 //   folder until that window has passed, so that an undo can never make two records with
-//   one id.
+//   one id (VanishedNotes).
 class CloudSync final : public QObject {
     Q_OBJECT
 
@@ -52,30 +55,64 @@ public:
     void start();
     // Stops the timer, the pending pass and the watch; the folder and index stay as they are.
     void stop();
-    bool isStarted() const { return timer != nullptr; }
+    bool isStarted() const { return triggers.timer != nullptr; }
     // One pass; true when it ran to its end. False at once when disabled, when a pass is
     // already running, or when the folder is unavailable.
     bool syncNow();
 
     // The end of the last finished pass.
-    std::optional<Date> lastSync() const { return last; }
+    std::optional<Date> lastSync() const { return lastPass.end; }
     const CloudSyncIndex& index() const { return syncIndex; }
     // What the last finished pass carried out (holds taken out).
-    const QList<SyncPlan::Action>& lastPlan() const { return lastActions; }
+    const QList<SyncPlan::Action>& lastPlan() const { return lastPass.carriedOut; }
     // Deletions held back for the user's answer, by note id.
-    const QSet<QString>& heldDeletions() const { return held; }
+    const QSet<QString>& heldDeletions() const { return brake.held(); }
 
 Q_SIGNALS:
     void lastSyncChanged();
 
 private:
+    // What one pass knows while it runs.
+    struct Pass {
+        FolderScan scan;
+        // The notes parsed from the files read in this pass, by file name.
+        QHash<QString, Note> scanned;
+        // Every name taken in the folder, lower-cased, so that a new note never takes a name
+        // that exists; gathered on first use, since most passes name no file.
+        std::optional<QSet<QString>> claimed;
+        // Files adopted in this pass: their documents are the adopted notes' now.
+        QSet<QString> adopted;
+        bool indexChanged = false;
+    };
+    // What the last finished pass did and saw. A pass that would see the very same notes,
+    // index and folder as a quiet one would plan nothing again.
+    struct LastPass {
+        std::optional<Date> end;
+        QList<SyncPlan::Action> carriedOut;
+        bool quiet = false;
+        quint64 indexRevision = 0;
+        FolderScan scan;
+        QList<Note> notes;
+    };
+    // What starts a pass besides a call: the repeating timer, the pass a moment after the
+    // last local change, the pass after the user's answer, and the watch on the store.
+    struct Triggers {
+        Scheduler::HandlePtr timer;
+        Scheduler::HandlePtr pending;
+        Scheduler::HandlePtr followUp;
+        QPointer<QObject> watch;
+    };
+
     void scheduleLocalPush();
-    bool finishPass(const QList<SyncPlan::Action>& planned, const QList<Note>& notes,
-                    const FolderScan& scan, bool quiet = true);
-    void settleRestoredDates(const FolderScan& scan, const QList<Note>& notes);
-    QList<SyncPlan::RemoteFile> remoteFiles(const FolderScan& scan);
-    QList<SyncPlan::Action> applyHolds(QList<SyncPlan::Action> actions);
+    void settleRestoredDates(const QList<Note>& notes);
+    QList<SyncPlan::RemoteFile> remoteFiles();
+    QSet<QString> unresolvedNames(const QList<SyncPlan::RemoteFile>& remote) const;
+    QList<SyncPlan::Action> hold(const QList<SyncPlan::Action>& planned);
     void carryOut(const SyncPlan::Action& action);
+    bool finishPass(const QList<SyncPlan::Action>& carriedOut, const QList<Note>& notes,
+                    bool quiet = true);
+    void settle(DeletionBrake::Answer answer, const QSet<QString>& ids);
+
     bool push(const QString& noteID, const std::optional<QString>& existingFileName);
     void pull(const QString& fileName);
     void reindex(const QString& noteID, const QString& fileName);
@@ -83,52 +120,22 @@ private:
     void deleteLocal(const QString& noteID);
     void deleteRemote(const QString& fileName);
     void resolve(const QString& noteID, const QString& fileName, bool localWins);
-    void answered(MassDeletePrompt::Answer answer);
-    void forgetOldVanished();
-    bool wasInStore(const QString& id);
-    QSet<QString>& claimedSet();
+    QSet<QString>& claimed();
 
     SyncFolderGateway& folder;
     NoteStoring& store;
     Scheduler& scheduler;
     Files& files;
-    MassDeletePrompt& prompt;
     std::function<bool()> enabled;
     double interval;
     QString indexPath;
     CloudSyncIndex syncIndex;
-
-    std::optional<Date> last;
-    QList<SyncPlan::Action> lastActions;
-    bool isRunning = false;
-    bool indexChanged = false;
-    // Per pass: the notes parsed from files read in this pass, and every name taken in the
-    // folder (lower-cased), so that a new note never takes a name that exists.
-    QHash<QString, Note> scanned;
-    std::optional<QSet<QString>> claimed;
-    std::function<QSet<QString>()> claimedNames;
-    QSet<QString> adopted;
-
-    Scheduler::HandlePtr timer;
-    Scheduler::HandlePtr pending;
-    Scheduler::HandlePtr followUp;
-    QPointer<QObject> watch;
-
-    // The deletions brake.
-    QSet<QString> held;
-    bool asking = false;
-    QSet<QString> confirmed;
-    std::optional<MassDeletePrompt::Answer> deferredAnswer;
-    std::shared_ptr<bool> alive = std::make_shared<bool>(true);
-
-    // The undo gap: the notes the last pass left in the store (their ids built only when
-    // needed), and ids that left it recently, with the moment they were seen gone.
-    QList<Note> previousNotes;
-    bool lastPassQuiet = false;
-    quint64 quietRevision = 0;
-    FolderScan lastScan;
-    std::optional<QSet<QString>> previousIDs;
-    QHash<QString, Date> vanished;
+    Triggers triggers;
+    // Present for the length of a pass.
+    std::optional<Pass> pass;
+    LastPass lastPass;
+    DeletionBrake brake;
+    VanishedNotes vanished{undoHold};
     // Files adopted in a pass whose write failed: the next attempt keeps the same new id,
     // so a retry replaces the note instead of making a second one.
     QHash<QString, QString> pendingAdoptions;
