@@ -6,21 +6,11 @@
 #include "sync/DocumentNames.h"
 
 #include <QDir>
-#include <QFile>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
-
-namespace {
-
-Note titled(const QString& title, const QString& body = {})
-{
-    return aNote().id(u"ABCDEF12-3456-7890-ABCD-EF1234567890"_s).title(title).body(body);
-}
-
-} // namespace
 
 // The folder on disk: names, placeholders, and what each operation does when the disk says no.
 class TestCloudFolder : public QObject {
@@ -35,97 +25,53 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("body");
-        QTest::addColumn<QStringList>("claimed");
-        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("name"); // with "plans.md" and "plans-2.md" taken
         QTest::newRow("slash and colon become dashes, the blank stays")
-            << u"a/b: c"_s << QString() << QStringList{} << u"a-b- c.md"_s;
+            << u"a/b: c"_s << QString() << u"a-b- c.md"_s;
         QTest::newRow("only unsafe characters give the id stem")
-            << u"///"_s << QString() << QStringList{} << u"note-ABCDEF12.md"_s;
-        QTest::newRow("a blank title and an empty body give the id stem")
-            << u"   "_s << QString() << QStringList{} << u"note-ABCDEF12.md"_s;
+            << u"///"_s << QString() << u"note-ABCDEF12.md"_s;
         QTest::newRow("a leading dot would hide the file")
-            << u".hidden"_s << QString() << QStringList{} << u"note-ABCDEF12.md"_s;
+            << u".hidden"_s << QString() << u"note-ABCDEF12.md"_s;
         QTest::newRow("without a custom title the body names the file")
-            << QString() << u"\n# Groceries\nmilk"_s << QStringList{} << u"Groceries.md"_s;
+            << u"   "_s << u"\n# Groceries\nmilk"_s << u"Groceries.md"_s;
         QTest::newRow("runs of dashes shrink to one and outer dashes go")
-            << u"--a**b--"_s << QString() << QStringList{} << u"a-b.md"_s;
-        QTest::newRow("a taken name gets -2")
-            << u"Plans"_s << QString() << QStringList{u"plans.md"_s} << u"Plans-2.md"_s;
-        QTest::newRow("and -3 when -2 is taken too")
-            << u"Plans"_s << QString() << QStringList{u"plans.md"_s, u"plans-2.md"_s}
-            << u"Plans-3.md"_s;
+            << u"--a**b--"_s << QString() << u"a-b.md"_s;
+        QTest::newRow("a taken name counts on past every taken number")
+            << u"Plans"_s << QString() << u"Plans-3.md"_s;
         QTest::newRow("the 80th character may be a dash")
-            << QString(79, u'x') + u"/yyy"_s << QString() << QStringList{}
-            << QString(79, u'x') + u"-.md"_s;
+            << QString(79, u'x') + u"/yyy"_s << QString() << QString(79, u'x') + u"-.md"_s;
         QTest::newRow("80 user-perceived characters, not code units")
-            << QString(100, QChar(0xD83D)).replace(QString(1, QChar(0xD83D)), u"\U0001F600"_s)
-            << QString() << QStringList{} << QString() + u"\U0001F600"_s.repeated(80) + u".md"_s;
+            << u"\U0001F600"_s.repeated(100) << QString()
+            << u"\U0001F600"_s.repeated(80) + u".md"_s;
     }
     void fileNames()
     {
         QFETCH(QString, title);
         QFETCH(QString, body);
-        QFETCH(QStringList, claimed);
         QFETCH(QString, name);
-        const QSet<QString> taken(claimed.begin(), claimed.end());
-        QCOMPARE(DocumentNames::fileName(titled(title, body), taken), name);
+        const Note note =
+            aNote().id(u"ABCDEF12-3456-7890-ABCD-EF1234567890"_s).title(title).body(body);
+        QCOMPARE(DocumentNames::fileName(note, {u"plans.md"_s, u"plans-2.md"_s}), name);
     }
 
-    void resolvedNames_data()
-    {
-        QTest::addColumn<QString>("entry");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<bool>("downloaded");
-        QTest::newRow("a placeholder") << u".Plans.md.icloud"_s << u"Plans.md"_s << false;
-        QTest::newRow("a placeholder of another type") << u".Plans.txt.icloud"_s << QString()
-                                                       << false;
-        QTest::newRow("upper-case extension") << u"notes.MD"_s << u"notes.MD"_s << true;
-        QTest::newRow("a dot file") << u".notes.md"_s << QString() << false;
-        QTest::newRow("not a document") << u"notes.txt"_s << QString() << false;
-        QTest::newRow("the conflicts folder") << u"Conflicts"_s << QString() << false;
-    }
-    void resolvedNames()
-    {
-        QFETCH(QString, entry);
-        QFETCH(QString, name);
-        QFETCH(bool, downloaded);
-        const auto resolved = DocumentNames::resolvedName(entry);
-        QCOMPARE(resolved.has_value(), !name.isEmpty());
-        if (resolved)
-            QCOMPARE(*resolved, (DocumentNames::Resolved{name, downloaded}));
-    }
-
-    void conflictNameCarriesTheLocalStamp()
-    {
-        const QDateTime local(QDate(2026, 3, 14), QTime(9, 26, 53));
-        QCOMPARE(DocumentNames::conflictName(u"Plans.md"_s, Date::fromDateTime(local)),
-                 u"Plans (conflict 2026-03-14-092653).md"_s);
-    }
-
-    void scanSeesDocumentsAndPlaceholders()
+    void scanSeesDocumentsAndPlaceholdersOnly()
     {
         QTemporaryDir root;
         CloudFolder folder(root.path(), files);
-        QCOMPARE(folder.ensure(), SyncFolderGateway::Ensured::Created);
-        QCOMPARE(folder.ensure(), SyncFolderGateway::Ensured::Existed);
+        folder.ensure();
         const QString dir = folder.path();
-        TestFiles::write(dir + u"/a.md"_s, "a");
-        TestFiles::write(dir + u"/.b.md.icloud"_s, "");
-        TestFiles::write(dir + u"/c.txt"_s, "c");
-        TestFiles::write(dir + u"/latin.md"_s, "\xe9t\xe9");
+        // Dot files are hidden, and only ".md" names are documents, in any letter case; a
+        // placeholder stands for its document until the download lands beside it.
+        for (const QString& name :
+             {u"b.md"_s, u".c.md.icloud"_s, u".d.txt.icloud"_s, u"c.txt"_s, u".e.md"_s, u"E.MD"_s,
+              u"Conflicts/x.md"_s, u"a.md"_s, u".a.md.icloud"_s})
+            QVERIFY(TestFiles::write(dir + u'/' + name, "a"));
         QVERIFY(QDir().mkpath(dir + u"/folder.md"_s));
-        QVERIFY(QDir().mkpath(dir + u"/Conflicts"_s));
-        TestFiles::write(dir + u"/Conflicts/x.md"_s, "x");
-        const FolderScan scan = folder.scan();
-        QCOMPARE(QSet<QString>(scan.documents.keyBegin(), scan.documents.keyEnd()),
-                 (QSet<QString>{u"a.md"_s, u"latin.md"_s}));
-        QCOMPARE(scan.unresolved, (QSet<QString>{u"b.md"_s, u"folder.md"_s}));
-        QCOMPARE(folder.documentNames(), (QStringList{u"a.md"_s, u"latin.md"_s}));
-        QCOMPARE(folder.read(u"a.md"_s), u"a"_s);
-        QCOMPARE(folder.read(u"latin.md"_s), std::nullopt);
+        QCOMPARE(folder.scan().unresolved, (QSet<QString>{u"c.md"_s, u"folder.md"_s}));
+        QCOMPARE(folder.documentNames(), (QStringList{u"E.MD"_s, u"a.md"_s, u"b.md"_s}));
         // The date keeps the file system's fractions.
         const QDateTime exact = QFileInfo(dir + u"/a.md"_s).lastModified();
-        QCOMPARE(qint64(folder.modificationDate(u"a.md"_s)->seconds * 1000),
+        QCOMPARE(static_cast<qint64>(folder.modificationDate(u"a.md"_s)->seconds * 1000),
                  exact.toMSecsSinceEpoch());
     }
 
@@ -133,39 +79,40 @@ private Q_SLOTS:
     {
         QTemporaryDir root;
         CloudFolder folder(root.path(), files);
-        QVERIFY(folder.ensure() == SyncFolderGateway::Ensured::Created);
+        folder.ensure();
         QStringList log;
         Log::Capture capture([&](const QString& l) { log << l; });
         QVERIFY(QDir().mkpath(folder.path() + u"/Busy.md"_s));
         QVERIFY(!folder.write(u"x"_s, u"Busy.md"_s));
-        QVERIFY(log.last().startsWith(u"Pondrift cloud: write Busy.md \u2014 "_s));
         QVERIFY(!folder.remove(u"gone.md"_s));
-        QVERIFY(log.last().startsWith(u"Pondrift cloud: delete gone.md \u2014 "_s));
-        TestFiles::write(folder.path() + u"/Conflicts"_s, "a file where the folder should be");
+        QVERIFY(TestFiles::write(folder.path() + u"/Conflicts"_s, "a file, not a folder"));
         QVERIFY(!folder.writeConflict(u"x"_s, u"a.md"_s));
-        QVERIFY(log.last().startsWith(u"Pondrift cloud: cannot create the conflicts folder \u2014 "_s));
         QCOMPARE(folder.read(u"missing.md"_s), std::nullopt);
-        QVERIFY(log.last().startsWith(u"Pondrift cloud: read missing.md \u2014 "_s));
-
-        CloudFolder blocked(root.filePath(u"file"_s), files);
-        TestFiles::write(root.filePath(u"file"_s), "not a directory");
-        QVERIFY(!blocked.isAvailable());
-        QCOMPARE(blocked.ensure(), SyncFolderGateway::Ensured::Unavailable);
-        QVERIFY(QDir().mkpath(root.filePath(u"root2"_s)));
-        TestFiles::write(root.filePath(u"root2/Pondrift"_s), "a file named like the folder");
-        CloudFolder clash(root.filePath(u"root2"_s), files);
-        QCOMPARE(clash.ensure(), SyncFolderGateway::Ensured::Unavailable);
-        QVERIFY(log.last().startsWith(u"Pondrift cloud: cannot create "_s));
+        QVERIFY(
+            TestFiles::write(root.filePath(u"clash/Pondrift"_s), "a file named like the folder"));
+        QCOMPARE(CloudFolder(root.filePath(u"clash"_s), files).ensure(),
+                 SyncFolderGateway::Ensured::Unavailable);
+        const QStringList lines{u"write Busy.md"_s, u"delete gone.md"_s,
+                                u"cannot create the conflicts folder"_s, u"read missing.md"_s,
+                                u"cannot create "_s + root.filePath(u"clash/Pondrift"_s)};
+        QCOMPARE(log.size(), lines.size());
+        for (qsizetype i = 0; i < lines.size(); ++i)
+            QVERIFY2(log[i].startsWith(u"Pondrift cloud: "_s + lines[i] + u" \u2014 "_s),
+                     qPrintable(log[i]));
     }
 
-    void conflictCopiesNeverReplaceEachOther()
+    // Two conflicts on one name within a second: the second copy takes a number.
+    void conflictCopiesCarryTheLocalStampAndNeverReplaceEachOther()
     {
         QTemporaryDir root;
-        CloudFolder folder([&] { return root.path(); }, files, [] { return Date{1773480413.0}; });
+        const Date at = Date::fromDateTime(QDateTime(QDate(2026, 3, 14), QTime(9, 26, 53)));
+        CloudFolder folder([&] { return root.path(); }, files, [at] { return at; });
         folder.ensure();
         QVERIFY(folder.writeConflict(u"one"_s, u"Plans.md"_s));
         QVERIFY(folder.writeConflict(u"two"_s, u"Plans.md"_s));
-        QCOMPARE(QDir(folder.path() + u"/Conflicts"_s).entryList(QDir::Files).size(), 2);
+        QCOMPARE(QDir(folder.path() + u"/Conflicts"_s).entryList(QDir::Files, QDir::Name),
+                 (QStringList{u"Plans (conflict 2026-03-14-092653) 2.md"_s,
+                              u"Plans (conflict 2026-03-14-092653).md"_s}));
     }
 
     void rootFallsBackThroughTheUsualClients()

@@ -5,58 +5,42 @@
 #include <QPushButton>
 #include <QTest>
 
-using namespace Qt::Literals::StringLiterals;
+using Answer = MassDeletePrompt::Answer;
 
 // The question before many notes are deleted: each button gives its answer, and closing the
 // window keeps the notes.
 class TestMassDeleteDialog : public QObject {
     Q_OBJECT
 
-    static QMessageBox* shownBox()
-    {
-        for (QWidget* w : QApplication::topLevelWidgets()) {
-            if (auto* box = qobject_cast<QMessageBox*>(w); box && box->isVisible())
-                return box;
-        }
-        return nullptr;
-    }
-
 private Q_SLOTS:
     void answers_data()
     {
-        QTest::addColumn<QString>("press");
-        QTest::addColumn<int>("answer");
+        QTest::addColumn<QMessageBox::ButtonRole>("press"); // no role: the Escape key
+        QTest::addColumn<Answer>("answer");
         QTest::newRow("the delete button deletes here")
-            << u"sync.mass_delete.delete"_s << int(MassDeletePrompt::Answer::DeleteHere);
+            << QMessageBox::DestructiveRole << Answer::DeleteHere;
         QTest::newRow("the restore button writes the documents back")
-            << u"sync.mass_delete.restore"_s << int(MassDeletePrompt::Answer::RestoreToFolder);
-        QTest::newRow("closing the window restores") << QString()
-                                                     << int(MassDeletePrompt::Answer::RestoreToFolder);
+            << QMessageBox::AcceptRole << Answer::RestoreToFolder;
+        QTest::newRow("closing the window restores")
+            << QMessageBox::InvalidRole << Answer::RestoreToFolder;
     }
     void answers()
     {
-        QFETCH(QString, press);
-        QFETCH(int, answer);
+        QFETCH(QMessageBox::ButtonRole, press);
+        QFETCH(Answer, answer);
         MassDeleteDialog dialog;
-        QList<int> answers;
-        dialog.ask(7, [&](MassDeletePrompt::Answer a) { answers << int(a); });
-        QMessageBox* box = shownBox();
-        QVERIFY(box);
+        QList<Answer> answers;
+        dialog.ask(7, [&](Answer a) { answers << a; });
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        QVERIFY(box && box->isVisible());
         QVERIFY(!box->text().isEmpty());
-        if (press.isEmpty()) {
+        if (press == QMessageBox::InvalidRole)
             QTest::keyClick(box, Qt::Key_Escape);
-        } else {
-            const auto role = press == u"sync.mass_delete.delete"_s ? QMessageBox::DestructiveRole
-                                                                   : QMessageBox::AcceptRole;
-            QAbstractButton* button = nullptr;
-            for (QAbstractButton* b : box->buttons()) {
-                if (box->buttonRole(b) == role)
-                    button = b;
-            }
-            QVERIFY(button);
-            button->click();
+        for (QAbstractButton* b : box->buttons()) {
+            if (box->buttonRole(b) == press)
+                b->click();
         }
-        QTRY_COMPARE(answers, QList<int>{answer});
+        QTRY_COMPARE(answers, QList<Answer>{answer});
     }
 };
 
