@@ -25,7 +25,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("title");
         QTest::addColumn<QString>("body");
-        QTest::addColumn<QString>("name"); // with "plans.md" and "plans-2.md" taken
+        QTest::addColumn<QString>("name"); // with "ideas.md", "plans.md" and "plans-2.md" taken
         QTest::newRow("slash and colon become dashes, the blank stays")
             << u"a/b: c"_s << QString() << u"a-b- c.md"_s;
         QTest::newRow("only unsafe characters give the id stem")
@@ -36,6 +36,7 @@ private Q_SLOTS:
             << u"   "_s << u"\n# Groceries\nmilk"_s << u"Groceries.md"_s;
         QTest::newRow("runs of dashes shrink to one and outer dashes go")
             << u"--a**b--"_s << QString() << u"a-b.md"_s;
+        QTest::newRow("a taken name takes -2") << u"Ideas"_s << QString() << u"Ideas-2.md"_s;
         QTest::newRow("a taken name counts on past every taken number")
             << u"Plans"_s << QString() << u"Plans-3.md"_s;
         QTest::newRow("the 80th character may be a dash")
@@ -51,7 +52,8 @@ private Q_SLOTS:
         QFETCH(QString, name);
         const Note note =
             aNote().id(u"ABCDEF12-3456-7890-ABCD-EF1234567890"_s).title(title).body(body);
-        QCOMPARE(DocumentNames::fileName(note, {u"plans.md"_s, u"plans-2.md"_s}), name);
+        QCOMPARE(DocumentNames::fileName(note, {u"ideas.md"_s, u"plans.md"_s, u"plans-2.md"_s}),
+                 name);
     }
 
     void scanSeesDocumentsAndPlaceholdersOnly()

@@ -61,7 +61,7 @@ private Q_SLOTS:
                                                              Date{1773480414.0}, true, true}));
         QCOMPARE(back.idForFileName(u"Plans.md"_s), u"A"_s);
         QCOMPARE(back.idForFileName(u"plans.md"_s), std::nullopt);
-        QCOMPARE(back.idForFileName(u"Old.md"_s), std::nullopt);
+        QCOMPARE(index.idForFileName(u"Old.md"_s), std::nullopt);
 
         // A save that fails leaves the old file whole and says why in the log.
         QStringList lines;

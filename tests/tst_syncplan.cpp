@@ -58,8 +58,6 @@ private Q_SLOTS:
         QTest::newRow("first meeting, local later: conflict that the note wins")
             << Case{{note(a, 8)}, {file(u"a.md"_s, a, 5, 7)}, {}, {}}
             << u"conflict(A, a.md, local)"_s;
-        QTest::newRow("both sides unchanged by the strict tests: nothing")
-            << Case{{note(a, 5)}, {file(u"a.md"_s, a, 5, 6)}, {}, synced} << QString();
         QTest::newRow("only the note changed: push to the file it has")
             << Case{{note(a, 9)}, {file(u"b.md"_s, a, 5, 6)}, {}, synced} << u"push(A, b.md)"_s;
         QTest::newRow("only the file changed: pull")
