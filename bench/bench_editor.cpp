@@ -12,6 +12,7 @@
 // carry p50/p99 counters in microseconds.
 //
 // Run: QT_QPA_PLATFORM=offscreen build/editor-rel/bench/bench_editor
+#include "editor/EditorRanges.h"
 #include "editor/EditorStyleEngine.h"
 #include "editor/ui/NoteTextView.h"
 #include "images/ImageStore.h"
@@ -196,18 +197,18 @@ void keystrokes(benchmark::State& state, Edit& edit)
 
 void Keystroke(benchmark::State& state)
 {
-    keystrokes(state, styledView(int(state.range(0))));
+    keystrokes(state, styledView(static_cast<int>(state.range(0))));
 }
 
 // The view's own plumbing without Markdown: what the coordinator costs beyond Qt.
 void KeystrokePlain(benchmark::State& state)
 {
-    keystrokes(state, styledView(int(state.range(0)), false));
+    keystrokes(state, styledView(static_cast<int>(state.range(0)), false));
 }
 
 void KeystrokeBase(benchmark::State& state)
 {
-    keystrokes(state, bareView(int(state.range(0))));
+    keystrokes(state, bareView(static_cast<int>(state.range(0))));
 }
 
 // The engine's own work for one keystroke: a document with the same text but no layout
@@ -239,7 +240,7 @@ struct StylingFixture {
             cursor.insertText(u"a"_s);
         cursor.endEditBlock();
         typed = !typed;
-        return EditorStyleEngine::affectedLineRanges({{position, typed ? 1 : 0}}, document);
+        return EditorRanges::affectedLineRanges({{position, typed ? 1 : 0}}, document);
     }
 
     QTextDocument document;
@@ -250,7 +251,7 @@ struct StylingFixture {
 
 void Styling(benchmark::State& state)
 {
-    StylingFixture fixture(int(state.range(0)));
+    StylingFixture fixture(static_cast<int>(state.range(0)));
     EditorStyleEngine::Options options;
     options.ink = QColor(40, 40, 40);
     options.size = 14;
@@ -258,14 +259,14 @@ void Styling(benchmark::State& state)
     for (auto _ : state) {
         const QList<TextRange> lines = fixture.edit();
         benchmark::DoNotOptimize(EditorStyleEngine::apply(
-            fixture.document, lines, EditorStyleEngine::lineRange(fixture.position, fixture.document),
+            fixture.document, lines, EditorRanges::lineRange(fixture.position, fixture.document),
             std::nullopt, options));
     }
 }
 
 void StylingBase(benchmark::State& state)
 {
-    StylingFixture fixture(int(state.range(0)));
+    StylingFixture fixture(static_cast<int>(state.range(0)));
     // The engine's eight, with its options: line anchors only where a pattern has them.
     static const QList<QRegularExpression> expressions = [] {
         QList<QRegularExpression> list;
@@ -294,7 +295,7 @@ void StylingBase(benchmark::State& state)
         const QList<TextRange> lines = fixture.edit();
         qsizetype found = 0;
         for (const TextRange& range : lines) {
-            const QString s = EditorStyleEngine::text(fixture.document, range);
+            const QString s = EditorRanges::text(fixture.document, range);
             for (const QRegularExpression& re : expressions) {
                 for (auto it = re.globalMatch(s); it.hasNext();)
                     found += it.next().capturedLength(0);
@@ -320,18 +321,18 @@ void caretMoves(benchmark::State& state, Edit& edit, bool far = false)
 
 void CaretMove(benchmark::State& state)
 {
-    caretMoves(state, styledView(int(state.range(0))));
+    caretMoves(state, styledView(static_cast<int>(state.range(0))));
 }
 
 // From the middle of the note to its second line and back: two lines far apart.
 void CaretJump(benchmark::State& state)
 {
-    caretMoves(state, styledView(int(state.range(0))), true);
+    caretMoves(state, styledView(static_cast<int>(state.range(0))), true);
 }
 
 void CaretMoveBase(benchmark::State& state)
 {
-    caretMoves(state, bareView(int(state.range(0))));
+    caretMoves(state, bareView(static_cast<int>(state.range(0))));
 }
 
 void FullPass(benchmark::State& state)

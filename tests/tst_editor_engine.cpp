@@ -1,6 +1,7 @@
 // The styling engine over a real QTextDocument: what each pass hides, dims, bolds, strikes
 // and links, and the range arithmetic that keeps a keystroke to the lines it touched.
 #include "editor/EditorEditAccumulator.h"
+#include "editor/EditorRanges.h"
 #include "editor/EditorStyleEngine.h"
 
 #include <QAbstractTextDocumentLayout>
@@ -116,17 +117,17 @@ void EditorEngineTest::lineRanges_data()
     QTest::addColumn<qsizetype>("location");
     QTest::addColumn<qsizetype>("lineLocation");
     QTest::addColumn<qsizetype>("lineLength");
-    QTest::newRow("the middle line of three, terminator included") << u"ab\ncd\nef"_s << qsizetype(4) << qsizetype(3) << qsizetype(3);
-    QTest::newRow("the last line without terminator") << u"ab\ncd"_s << qsizetype(5) << qsizetype(3) << qsizetype(2);
-    QTest::newRow("the empty last line after a break") << u"ab\n"_s << qsizetype(3) << qsizetype(3) << qsizetype(0);
-    QTest::newRow("CR LF counts as one terminator") << u"ab\r\ncd"_s << qsizetype(1) << qsizetype(0) << qsizetype(4);
-    QTest::newRow("between CR and LF is still the first line") << u"ab\r\ncd"_s << qsizetype(3) << qsizetype(0) << qsizetype(4);
-    QTest::newRow("a lone CR ends a line") << u"ab\rcd"_s << qsizetype(4) << qsizetype(3) << qsizetype(2);
-    QTest::newRow("U+2028 ends a line") << u"ab\u2028cd"_s << qsizetype(0) << qsizetype(0) << qsizetype(3);
-    QTest::newRow("U+2029 ends a line") << u"ab\u2029cd"_s << qsizetype(4) << qsizetype(3) << qsizetype(2);
-    QTest::newRow("a location past the end is clamped") << u"ab\ncd"_s << qsizetype(99) << qsizetype(3) << qsizetype(2);
-    QTest::newRow("a negative location is clamped to the start") << u"ab\ncd"_s << qsizetype(-4) << qsizetype(0) << qsizetype(3);
-    QTest::newRow("an empty text has one empty line") << QString() << qsizetype(0) << qsizetype(0) << qsizetype(0);
+    QTest::newRow("the middle line of three, terminator included") << u"ab\ncd\nef"_s << qsizetype{4} << qsizetype{3} << qsizetype{3};
+    QTest::newRow("the last line without terminator") << u"ab\ncd"_s << qsizetype{5} << qsizetype{3} << qsizetype{2};
+    QTest::newRow("the empty last line after a break") << u"ab\n"_s << qsizetype{3} << qsizetype{3} << qsizetype{0};
+    QTest::newRow("CR LF counts as one terminator") << u"ab\r\ncd"_s << qsizetype{1} << qsizetype{0} << qsizetype{4};
+    QTest::newRow("between CR and LF is still the first line") << u"ab\r\ncd"_s << qsizetype{3} << qsizetype{0} << qsizetype{4};
+    QTest::newRow("a lone CR ends a line") << u"ab\rcd"_s << qsizetype{4} << qsizetype{3} << qsizetype{2};
+    QTest::newRow("U+2028 ends a line") << u"ab\u2028cd"_s << qsizetype{0} << qsizetype{0} << qsizetype{3};
+    QTest::newRow("U+2029 ends a line") << u"ab\u2029cd"_s << qsizetype{4} << qsizetype{3} << qsizetype{2};
+    QTest::newRow("a location past the end is clamped") << u"ab\ncd"_s << qsizetype{99} << qsizetype{3} << qsizetype{2};
+    QTest::newRow("a negative location is clamped to the start") << u"ab\ncd"_s << qsizetype{-4} << qsizetype{0} << qsizetype{3};
+    QTest::newRow("an empty text has one empty line") << QString() << qsizetype{0} << qsizetype{0} << qsizetype{0};
 }
 
 void EditorEngineTest::lineRanges()
@@ -135,7 +136,7 @@ void EditorEngineTest::lineRanges()
     QFETCH(qsizetype, location);
     QFETCH(qsizetype, lineLocation);
     QFETCH(qsizetype, lineLength);
-    QCOMPARE(EditorStyleEngine::lineRange(location, text), (TextRange{lineLocation, lineLength}));
+    QCOMPARE(EditorRanges::lineRange(location, text), (TextRange{lineLocation, lineLength}));
 }
 
 void EditorEngineTest::affectedLines_data()
@@ -159,10 +160,10 @@ void EditorEngineTest::affectedLines()
     QFETCH(QString, text);
     QFETCH(QList<TextRange>, edits);
     QFETCH(QList<TextRange>, expected);
-    QCOMPARE(EditorStyleEngine::affectedLineRanges(edits, text), expected);
+    QCOMPARE(EditorRanges::affectedLineRanges(edits, text), expected);
     QTextDocument document;
     document.setPlainText(text);
-    QCOMPARE(EditorStyleEngine::affectedLineRanges(edits, document), expected);
+    QCOMPARE(EditorRanges::affectedLineRanges(edits, document), expected);
 }
 
 void EditorEngineTest::mergedRanges_data()
@@ -180,7 +181,7 @@ void EditorEngineTest::mergedRanges()
 {
     QFETCH(QList<TextRange>, ranges);
     QFETCH(QList<TextRange>, expected);
-    QCOMPARE(EditorStyleEngine::merged(ranges, 10), expected);
+    QCOMPARE(EditorRanges::merged(ranges, 10), expected);
 }
 
 void EditorEngineTest::accumulatorHoldsEditsWhileComposing()
@@ -191,11 +192,13 @@ void EditorEngineTest::accumulatorHoldsEditsWhileComposing()
     QVERIFY(!edits.hasPendingEdits());
     const QString text = u"one\ntwo\nthree"_s;
     edits.record({5, 1});
-    QVERIFY(edits.consume(text, true).isEmpty());
+    QTextDocument document;
+    document.setPlainText(text);
+    QVERIFY(edits.consume(document, true).isEmpty());
     QVERIFY(edits.hasPendingEdits());
-    QCOMPARE(edits.consume(text, false), (QList<TextRange>{{4, 4}}));
+    QCOMPARE(edits.consume(document, false), (QList<TextRange>{{4, 4}}));
     QVERIFY(!edits.hasPendingEdits());
-    QVERIFY(edits.consume(text, false).isEmpty());
+    QVERIFY(edits.consume(document, false).isEmpty());
 }
 
 void EditorEngineTest::openableURL_data()
@@ -229,58 +232,58 @@ void EditorEngineTest::styling_data()
     const QString linked = u"see "_s + token + u" and [a](http://b.org)"_s;
     const QString linkTitle = u"@%1+1"_s.arg(linked.indexOf(u"[a"_s) + 1);
     QTest::newRow("markers on the caret's line show dimmed, elsewhere they are hidden")
-        << u"**one**\nand **two**"_s << qsizetype(2) << true
+        << u"**one**\nand **two**"_s << qsizetype{2} << true
         << QList<Expect>{{u"@0+2"_s, Look::Dim}, {u"@5+2"_s, Look::Dim}, {u"one"_s, Look::Bold},
                          {u"@12+2"_s, Look::Hidden}, {u"@17+2"_s, Look::Hidden},
                          {u"two"_s, Look::Bold}, {u"and"_s, Look::FullInk}};
     QTest::newRow("seven hashes are no heading")
-        << u"x\n####### seven"_s << qsizetype(0) << true
+        << u"x\n####### seven"_s << qsizetype{0} << true
         << QList<Expect>{{u"#######"_s, Look::Shown}, {u"seven"_s, Look::BodySize},
                          {u"seven"_s, Look::NotBold}};
     QTest::newRow("a heading hides its hashes and keeps the blank")
-        << u"# Title\nx"_s << qsizetype(9) << true
+        << u"# Title\nx"_s << qsizetype{9} << true
         << QList<Expect>{{u"#"_s, Look::Hidden}, {u" Title"_s, Look::Shown},
                          {u" Title"_s, Look::Heading1}, {u"Title"_s, Look::Bold}};
     QTest::newRow("single stars are italic, double stars are not")
-        << u"*a* **b** _c_"_s << qsizetype(-1) << true
+        << u"*a* **b** _c_"_s << qsizetype{-1} << true
         << QList<Expect>{{u"a"_s, Look::Italic}, {u"b"_s, Look::NotItalic}, {u"b"_s, Look::Bold},
                          {u"c"_s, Look::Italic}, {u"@0+1"_s, Look::Hidden}};
     QTest::newRow("double underscores are bold")
-        << u"__a__"_s << qsizetype(-1) << true
+        << u"__a__"_s << qsizetype{-1} << true
         << QList<Expect>{{u"a"_s, Look::Bold}, {u"@0+2"_s, Look::Hidden}, {u"@3+2"_s, Look::Hidden}};
     QTest::newRow("a link inside an image token is skipped")
-        << linked << qsizetype(-1) << true
+        << linked << qsizetype{-1} << true
         << QList<Expect>{{token, Look::Hidden}, {u"image"_s, Look::NotUnderlined},
                          {u"image"_s, Look::NotLinked}, {linkTitle, Look::Linked},
                          {u"(http://b.org)"_s, Look::Hidden}};
     QTest::newRow("an ftp link keeps its underline and hidden markers but cannot be followed")
-        << u"[a](ftp://b)"_s << qsizetype(-1) << true
+        << u"[a](ftp://b)"_s << qsizetype{-1} << true
         << QList<Expect>{{u"a"_s, Look::Underlined}, {u"a"_s, Look::NotLinked},
                          {u"["_s, Look::Hidden}, {u"](ftp://b)"_s, Look::Hidden}};
     QTest::newRow("an address with a blank is no link")
-        << u"[a](http://b c)"_s << qsizetype(-1) << true
+        << u"[a](http://b c)"_s << qsizetype{-1} << true
         << QList<Expect>{{u"a"_s, Look::NotUnderlined}, {u"["_s, Look::Shown}};
     QTest::newRow("a completed task holding bold is struck whole, markers still hidden")
-        << u"\u2611 **x**\n\u2610 open"_s << qsizetype(9) << true
+        << u"\u2611 **x**\n\u2610 open"_s << qsizetype{9} << true
         << QList<Expect>{{u"\u2611"_s, Look::Struck}, {u"x"_s, Look::Struck},
                          {u"x"_s, Look::DoneInk}, {u"x"_s, Look::Bold}, {u"@2+2"_s, Look::Hidden},
                          {u"open"_s, Look::FullInk}};
     QTest::newRow("with Markdown off nothing hides, tasks are still struck")
-        << (u"**b** "_s + token + u"\n\u2611 done"_s) << qsizetype(-1) << false
+        << (u"**b** "_s + token + u"\n\u2611 done"_s) << qsizetype{-1} << false
         << QList<Expect>{{u"**"_s, Look::FullInk}, {u"b"_s, Look::NotBold}, {token, Look::Shown},
                          {u"done"_s, Look::Struck}, {u"done"_s, Look::DoneInk}};
     QTest::newRow("the caret on the empty last line reveals nothing above")
-        << u"**a**\n"_s << qsizetype(6) << true
+        << u"**a**\n"_s << qsizetype{6} << true
         << QList<Expect>{{u"@0+2"_s, Look::Hidden}, {u"@3+2"_s, Look::Hidden}, {u"a"_s, Look::Bold}};
     QTest::newRow("a bullet stays visible and softened; blanks keep stars from pairing")
-        << u"- item\n* a *"_s << qsizetype(-1) << true
+        << u"- item\n* a *"_s << qsizetype{-1} << true
         << QList<Expect>{{u"-"_s, Look::BulletInk}, {u"-"_s, Look::Shown}, {u"a"_s, Look::NotItalic},
                          {u"@7+1"_s, Look::BulletInk}};
     QTest::newRow("code spans take the monospaced face")
-        << u"run `make` now"_s << qsizetype(-1) << true
+        << u"run `make` now"_s << qsizetype{-1} << true
         << QList<Expect>{{u"make"_s, Look::Mono}, {u"`"_s, Look::Hidden}, {u"now"_s, Look::FullInk}};
     QTest::newRow("struck text")
-        << u"~~gone~~"_s << qsizetype(-1) << true
+        << u"~~gone~~"_s << qsizetype{-1} << true
         << QList<Expect>{{u"gone"_s, Look::Struck}, {u"~~"_s, Look::Hidden}};
 }
 
@@ -296,7 +299,7 @@ void EditorEngineTest::styling()
     const auto o = options(markdown);
     std::optional<TextRange> revealing;
     if (caret >= 0)
-        revealing = EditorStyleEngine::lineRange(caret, document);
+        revealing = EditorRanges::lineRange(caret, document);
     const QList<TextRange> styled = EditorStyleEngine::apply(
         document, {{0, text.size()}}, revealing, std::nullopt, o);
     QCOMPARE(styled, (QList<TextRange>{{0, text.size()}}));
@@ -307,7 +310,7 @@ void EditorEngineTest::styling()
         for (qsizetype i = range.location; i < range.end(); ++i) {
             const QTextCharFormat f = EditorStyleEngine::styledFormat(document, i);
             QVERIFY2(looks(f, expect.look, o.ink),
-                     qPrintable(u"\"%1\" at %2, look %3"_s.arg(expect.needle).arg(i).arg(int(expect.look))));
+                     qPrintable(u"\"%1\" at %2, look %3"_s.arg(expect.needle).arg(i).arg(static_cast<int>(expect.look))));
         }
     }
 }
@@ -319,9 +322,9 @@ void EditorEngineTest::stylingNeverTouchesTextUndoOrModifiedFlag()
     document.setPlainText(text);
     document.setModified(false);
     document.clearUndoRedoStacks();
-    for (qsizetype caret : {qsizetype(0), qsizetype(5), qsizetype(30), text.size()})
+    for (qsizetype caret : {qsizetype{0}, qsizetype{5}, qsizetype{30}, text.size()})
         EditorStyleEngine::apply(document, {{0, text.size()}},
-                                 EditorStyleEngine::lineRange(caret, document), std::nullopt, options());
+                                 EditorRanges::lineRange(caret, document), std::nullopt, options());
     QCOMPARE(document.toPlainText(), text);
     QVERIFY(!document.isModified());
     QVERIFY(!document.isUndoAvailable());
@@ -340,12 +343,12 @@ void EditorEngineTest::linksKeepTheirOwnAddressesAcrossKeystrokes()
     document.setPlainText(u"[a](http://one.org)\n[a](http://two.org)"_s);
     const auto o = options();
     const auto styleAll = [&](qsizetype caret) {
-        const qsizetype length = EditorStyleEngine::length(document);
-        EditorStyleEngine::apply(document, {{0, length}}, EditorStyleEngine::lineRange(caret, document),
+        const qsizetype length = EditorRanges::length(document);
+        EditorStyleEngine::apply(document, {{0, length}}, EditorRanges::lineRange(caret, document),
                                  std::nullopt, o);
     };
     const qsizetype second = document.findBlockByNumber(1).position();
-    for (qsizetype caret : {qsizetype(0), second}) {
+    for (qsizetype caret : {qsizetype{0}, second}) {
         styleAll(caret);
         QCOMPARE(EditorStyleEngine::linkAt(document, 1), u"http://one.org"_s);
         QCOMPARE(EditorStyleEngine::linkAt(document, second + 1), u"http://two.org"_s);
@@ -356,8 +359,8 @@ void EditorEngineTest::linksKeepTheirOwnAddressesAcrossKeystrokes()
     cursor.setPosition(11);
     cursor.setPosition(14, QTextCursor::KeepAnchor);
     cursor.insertText(u"three"_s);
-    const QList<TextRange> lines = EditorStyleEngine::affectedLineRanges({{11, 5}}, document);
-    EditorStyleEngine::apply(document, lines, EditorStyleEngine::lineRange(11, document), std::nullopt, o);
+    const QList<TextRange> lines = EditorRanges::affectedLineRanges({{11, 5}}, document);
+    EditorStyleEngine::apply(document, lines, EditorRanges::lineRange(11, document), std::nullopt, o);
     QCOMPARE(document.findBlockByNumber(0).text(), u"[a](http://three.org)"_s);
     QCOMPARE(EditorStyleEngine::linkAt(document, 1), u"http://three.org"_s);
     QCOMPARE(EditorStyleEngine::linkAt(document, document.findBlockByNumber(1).position() + 1),
@@ -399,12 +402,12 @@ void EditorEngineTest::documentLinesMatchStringLines()
     // The document keeps U+2028 inside a paragraph (toPlainText would turn it into "\n").
     const QString plain = text;
     for (qsizetype i = 0; i <= plain.size(); ++i) {
-        QCOMPARE(EditorStyleEngine::lineRange(i, document), EditorStyleEngine::lineRange(i, plain));
+        QCOMPARE(EditorRanges::lineRange(i, document), EditorRanges::lineRange(i, plain));
         for (qsizetype n = 0; i + n <= plain.size(); ++n)
-            QCOMPARE(EditorStyleEngine::lineRangeForRange({i, n}, document),
-                     EditorStyleEngine::lineRangeForRange({i, n}, plain));
+            QCOMPARE(EditorRanges::lineRangeForRange({i, n}, document),
+                     EditorRanges::lineRangeForRange({i, n}, plain));
     }
-    QCOMPARE(EditorStyleEngine::text(document, {0, plain.size()}), plain);
+    QCOMPARE(EditorRanges::text(document, {0, plain.size()}), plain);
 }
 
 QTEST_MAIN(EditorEngineTest)

@@ -2,6 +2,7 @@
 // tokens under the keyboard, drops, input-method composition, links, find and the image
 // overlays.
 #include "editor/EditorBridge.h"
+#include "editor/EditorRanges.h"
 #include "editor/EditorStyleEngine.h"
 #include "editor/ui/NoteTextView.h"
 #include "images/ImageStore.h"
@@ -46,15 +47,15 @@ NoteTextView::Configuration configuration(bool markdown = true)
 void placeCaret(NoteTextView& view, qsizetype position, qsizetype anchor = -1)
 {
     QTextCursor cursor = view.textCursor();
-    cursor.setPosition(int(anchor >= 0 ? anchor : position));
-    cursor.setPosition(int(position), QTextCursor::KeepAnchor);
+    cursor.setPosition(static_cast<int>(anchor >= 0 ? anchor : position));
+    cursor.setPosition(static_cast<int>(position), QTextCursor::KeepAnchor);
     view.setTextCursor(cursor);
 }
 
 QPoint pointOf(NoteTextView& view, qsizetype position)
 {
     QTextCursor cursor = view.textCursor();
-    cursor.setPosition(int(position));
+    cursor.setPosition(static_cast<int>(position));
     return view.cursorRect(cursor).center();
 }
 
@@ -137,7 +138,7 @@ void EditorViewTest::typingThenUndoRestoresTheTextAndNeverAStyle()
     auto view = makeView(original);
     QVERIFY(view);
     // Moving between lines restyles them, and none of it is an edit.
-    for (qsizetype position : {qsizetype(0), qsizetype(10), qsizetype(original.size()), qsizetype(3)})
+    for (qsizetype position : {qsizetype{0}, qsizetype{10}, static_cast<qsizetype>(original.size()), qsizetype{3}})
         placeCaret(*view, position);
     QVERIFY(!view->document()->isUndoAvailable());
     QVERIFY(!view->document()->isModified());
@@ -167,15 +168,15 @@ void EditorViewTest::returnOnTaskLines_data()
     QTest::addColumn<QString>("expected");
     QTest::addColumn<qsizetype>("expectedCaret");
     QTest::newRow("a task with text continues with a fresh open box")
-        << u"\u2610 buy milk"_s << qsizetype(10) << u"\u2610 buy milk\n\u2610 "_s << qsizetype(13);
+        << u"\u2610 buy milk"_s << qsizetype{10} << u"\u2610 buy milk\n\u2610 "_s << qsizetype{13};
     QTest::newRow("a done task continues with an open box too")
-        << u"\u2611 done\nnext"_s << qsizetype(6) << u"\u2611 done\n\u2610 \nnext"_s << qsizetype(9);
+        << u"\u2611 done\nnext"_s << qsizetype{6} << u"\u2611 done\n\u2610 \nnext"_s << qsizetype{9};
     QTest::newRow("a bare box ends the list and goes")
-        << u"\u2610 a\n\u2610 "_s << qsizetype(6) << u"\u2610 a\n"_s << qsizetype(4);
+        << u"\u2610 a\n\u2610 "_s << qsizetype{6} << u"\u2610 a\n"_s << qsizetype{4};
     QTest::newRow("a bare box mid-note goes with its line break")
-        << u"\u2610 \nafter"_s << qsizetype(2) << u"after"_s << qsizetype(0);
+        << u"\u2610 \nafter"_s << qsizetype{2} << u"after"_s << qsizetype{0};
     QTest::newRow("a plain line gets a plain break")
-        << u"- item"_s << qsizetype(6) << u"- item\n"_s << qsizetype(7);
+        << u"- item"_s << qsizetype{6} << u"- item\n"_s << qsizetype{7};
 }
 
 void EditorViewTest::returnOnTaskLines()
@@ -404,9 +405,9 @@ void EditorViewTest::outsideTextAndConfigurationChanges()
     view->setText(u"x\r\ny"_s);
     QCOMPARE(view->text(), u"x\ny"_s);
     placeCaret(*view, 3);
-    const int before = int(changed.count());
+    const int before = static_cast<int>(changed.count());
     view->setText(u"x\r\ny"_s);
-    QCOMPARE(int(changed.count()), before);
+    QCOMPARE(static_cast<int>(changed.count()), before);
     QCOMPARE(view->textCursor().position(), 3);
     view->setText(u"new **text** here"_s);
 
@@ -486,10 +487,10 @@ void EditorViewTest::toggleTaskLine_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<qsizetype>("caret");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("a plain line gets a box") << u"milk"_s << qsizetype(2) << u"\u2610 milk"_s;
-    QTest::newRow("the empty last line gets a box") << u"a\n"_s << qsizetype(2) << u"a\n\u2610 "_s;
-    QTest::newRow("a done line loses its box and blank") << u"\u2611 done\nx"_s << qsizetype(3) << u"done\nx"_s;
-    QTest::newRow("a box without a blank loses one character") << u"\u2610x"_s << qsizetype(1) << u"x"_s;
+    QTest::newRow("a plain line gets a box") << u"milk"_s << qsizetype{2} << u"\u2610 milk"_s;
+    QTest::newRow("the empty last line gets a box") << u"a\n"_s << qsizetype{2} << u"a\n\u2610 "_s;
+    QTest::newRow("a done line loses its box and blank") << u"\u2611 done\nx"_s << qsizetype{3} << u"done\nx"_s;
+    QTest::newRow("a box without a blank loses one character") << u"\u2610x"_s << qsizetype{1} << u"x"_s;
 }
 
 void EditorViewTest::toggleTaskLine()
@@ -564,7 +565,7 @@ void EditorViewTest::pictureLineReservesItsHeight()
     QVERIFY(widgets[1]->y() >= widgets[0]->y() + 80);
     // The token's characters take no width: the caret behind it stays at the line's start.
     QTextCursor behind = view->textCursor();
-    behind.setPosition(4 + int(ImageTokens::token(id).size()));
+    behind.setPosition(4 + static_cast<int>(ImageTokens::token(id).size()));
     QTextCursor before = view->textCursor();
     before.setPosition(4);
     QVERIFY(qAbs(view->cursorRect(behind).x() - view->cursorRect(before).x()) <= 1);

@@ -1,6 +1,6 @@
 #include "editor/EditorBridge.h"
 
-#include "editor/EditorStyleEngine.h"
+#include "editor/EditorRanges.h"
 #include "notes/Tasks.h"
 
 #include <QTextDocument>
@@ -37,7 +37,7 @@ void EditorBridge::recount(const QString& query)
         return;
     }
     const QTextDocument& document = *view->textDocument();
-    const QString text = EditorStyleEngine::text(document, {0, EditorStyleEngine::length(document)});
+    const QString text = EditorRanges::text(document, {0, EditorRanges::length(document)});
     int found = 0;
     qsizetype position = 0;
     while (position < text.size()) {
@@ -56,7 +56,7 @@ void EditorBridge::findNext(const QString& query, bool forward)
     if (!view || query.isEmpty() || !view->textDocument())
         return;
     const QTextDocument& document = *view->textDocument();
-    const QString text = EditorStyleEngine::text(document, {0, EditorStyleEngine::length(document)});
+    const QString text = EditorRanges::text(document, {0, EditorRanges::length(document)});
     const TextRange selection = view->selectedRange();
     qsizetype at = -1;
     if (forward) {
@@ -82,8 +82,8 @@ void EditorBridge::toggleTaskLine()
     if (!view || !view->textDocument())
         return;
     const QTextDocument& document = *view->textDocument();
-    const TextRange line = EditorStyleEngine::lineRange(view->selectedRange().location, document);
-    const QString lineText = EditorStyleEngine::text(document, line);
+    const TextRange line = EditorRanges::lineRange(view->selectedRange().location, document);
+    const QString lineText = EditorRanges::text(document, line);
     if (Tasks::isTask(lineText)) {
         const qsizetype removal = lineText.size() >= 2 && lineText[1] == u' ' ? 2 : 1;
         view->replaceText({line.location, removal}, QString());

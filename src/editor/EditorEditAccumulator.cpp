@@ -1,6 +1,6 @@
 #include "editor/EditorEditAccumulator.h"
 
-#include "editor/EditorStyleEngine.h"
+#include "editor/EditorRanges.h"
 
 void EditorEditAccumulator::record(TextRange range)
 {
@@ -9,18 +9,10 @@ void EditorEditAccumulator::record(TextRange range)
     pending.append(range);
 }
 
-QList<TextRange> EditorEditAccumulator::consume(QStringView text, bool hasMarkedText)
-{
-    if (hasMarkedText || pending.isEmpty())
-        return {};
-    const QList<TextRange> taken = std::exchange(pending, {});
-    return EditorStyleEngine::affectedLineRanges(taken, text);
-}
-
 QList<TextRange> EditorEditAccumulator::consume(const QTextDocument& document, bool hasMarkedText)
 {
     if (hasMarkedText || pending.isEmpty())
         return {};
     const QList<TextRange> taken = std::exchange(pending, {});
-    return EditorStyleEngine::affectedLineRanges(taken, document);
+    return EditorRanges::affectedLineRanges(taken, document);
 }

@@ -3,7 +3,6 @@
 #include "notes/TextRange.h"
 
 #include <QList>
-#include <QStringView>
 
 class QTextDocument;
 
@@ -22,7 +21,6 @@ public:
     // The whole lines the pending edits touched, sorted and disjoint, and empties the list.
     // While an input method composes (hasMarkedText) nothing is taken and the list is kept,
     // so the pass happens once the composition ends.
-    QList<TextRange> consume(QStringView text, bool hasMarkedText);
     QList<TextRange> consume(const QTextDocument& document, bool hasMarkedText);
 
     void clear() { pending.clear(); }

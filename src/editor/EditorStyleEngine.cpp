@@ -1,5 +1,6 @@
 #include "editor/EditorStyleEngine.h"
 
+#include "editor/EditorRanges.h"
 #include "notes/ImageTokens.h"
 #include "notes/NoteText.h"
 #include "notes/Tasks.h"
@@ -21,74 +22,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace EditorStyleEngine {
 namespace {
-
-// NSString's line terminators. CR LF counts as one.
-bool isLineTerminator(QChar c)
-{
-    const char16_t u = c.unicode();
-    return u == u'\n' || u == u'\r' || u == 0x0085 || u == 0x2028 || u == 0x2029;
-}
-
-// Start of the line holding position i (0 ... size). A position between CR and LF belongs
-// to the line that the pair ends.
-qsizetype lineStartIn(QStringView s, qsizetype i)
-{
-    if (i > 0 && i < s.size() && s[i] == u'\n' && s[i - 1] == u'\r')
-        --i;
-    while (i > 0 && !isLineTerminator(s[i - 1]))
-        --i;
-    return i;
-}
-
-// End of the line holding the unit at j, terminator included; j == size gives size.
-// reachedEnd tells whether the scan ran off the end without a terminator.
-qsizetype lineEndIn(QStringView s, qsizetype j, bool* reachedEnd = nullptr)
-{
-    while (j < s.size() && !isLineTerminator(s[j]))
-        ++j;
-    if (reachedEnd)
-        *reachedEnd = j >= s.size();
-    if (j >= s.size())
-        return s.size();
-    if (s[j] == u'\r' && j + 1 < s.size() && s[j + 1] == u'\n')
-        return j + 2;
-    return j + 1;
-}
-
-TextRange clampedInto(TextRange range, qsizetype length)
-{
-    const qsizetype location = std::clamp<qsizetype>(range.location, 0, length);
-    return {location, std::clamp<qsizetype>(range.length, 0, length - location)};
-}
-
-// The text of r (inside the document), block breaks as "\n", from the block holding its
-// start and that block's position.
-QString textFrom(QTextBlock block, qsizetype blockStart, TextRange r);
-
-bool isInvalidEdit(TextRange range)
-{
-    return range.location == TextRange::NotFound || !range.isValid();
-}
-
-template <typename LineOf>
-QList<TextRange> affectedLines(const QList<TextRange>& edits, qsizetype length, LineOf lineOf)
-{
-    if (edits.isEmpty())
-        return {};
-    if (length == 0)
-        return {TextRange{0, 0}};
-    QList<TextRange> lines;
-    lines.reserve(edits.size());
-    for (const TextRange& edit : edits) {
-        if (isInvalidEdit(edit))
-            continue;
-        const TextRange clamped = clampedInto(edit, length);
-        const qsizetype start = std::max<qsizetype>(clamped.location - 1, 0);
-        const qsizetype end = std::min(clamped.end() + 1, length);
-        lines.append(lineOf(TextRange{start, end - start}));
-    }
-    return merged(lines, length);
-}
 
 // --- Expressions, each built once -----------------------------------------------------------
 
@@ -137,8 +70,10 @@ bool holdsMarkdownChar(QStringView s)
         case u'>':
         case u'-':
         case u'+':
-        case u'[': return true;
-        default: return false;
+        case u'[':
+            return true;
+        default:
+            return false;
         }
     });
 }
@@ -167,8 +102,9 @@ struct Attr {
 
     quint64 key() const
     {
-        return quint64(font) | quint64(ink) << 8 | quint64(flags) << 16 | quint64(tall) << 24
-            | quint64(quint32(link)) << 32;
+        return static_cast<quint64>(font) | static_cast<quint64>(ink) << 8
+               | static_cast<quint64>(flags) << 16 | static_cast<quint64>(tall) << 24
+               | static_cast<quint64>(static_cast<quint32>(link)) << 32;
     }
     friend bool operator==(const Attr& a, const Attr& b) { return a.key() == b.key(); }
 };
@@ -260,14 +196,14 @@ public:
     {
         links.append(href);
         for (qsizetype i = from; i < from + count; ++i)
-            attrs[i].link = qint32(links.size() - 1);
+            attrs[i].link = static_cast<qint32>(links.size() - 1);
     }
     void setTall(qsizetype at, double height)
     {
         if (tallHeights.size() >= 255)
             return;
         tallHeights.append(height);
-        attrs[at].tall = quint8(tallHeights.size());
+        attrs[at].tall = static_cast<quint8>(tallHeights.size());
     }
 
     // A marker shows dimmed on the caret's line and is hidden elsewhere. The location test
@@ -285,8 +221,8 @@ public:
             return;
         const TextRange marker{from + offset, count};
         const bool revealed = revealing
-            && (marker.location == revealing->location
-                || marker.intersectionLength(*revealing) > 0);
+                              && (marker.location == revealing->location
+                                  || marker.intersectionLength(*revealing) > 0);
         if (!revealed)
             addFlag(from, count, Hidden);
         setInk(from, count, Ink::Dim);
@@ -342,7 +278,8 @@ void styleMarkdown(Pass& pass, const QString& s, const std::optional<QString>& f
     for (auto it = re.heading.globalMatch(s); it.hasNext();) {
         const QRegularExpressionMatch m = it.next();
         const qsizetype level = m.capturedLength(1);
-        pass.setFont(m.capturedStart(0), m.capturedLength(0), quint8(HeadingFont + level - 1));
+        pass.setFont(m.capturedStart(0), m.capturedLength(0),
+                     static_cast<quint8>(HeadingFont + level - 1));
         pass.paintMarker(m.capturedStart(1), m.capturedLength(1));
     }
 
@@ -414,24 +351,23 @@ void styleCompletedTasks(Pass& pass, QStringView s)
     qsizetype start = 0;
     while (start < s.size()) {
         qsizetype end = start;
-        while (end < s.size() && !isLineTerminator(s[end]))
+        while (end < s.size() && !EditorRanges::isLineTerminator(s[end]))
             ++end;
         const QStringView line = s.sliced(start, end - start);
-        const bool completed = pass.options.isCompletedTask
-            ? pass.options.isCompletedTask(line)
-            : Tasks::marker(line) == Tasks::done;
+        const bool completed = pass.options.isCompletedTask ? pass.options.isCompletedTask(line)
+                                                            : Tasks::marker(line) == Tasks::done;
         if (completed) {
             pass.addFlag(start, end - start, Struck);
             pass.setInk(start, end - start, Ink::Done);
         }
-        start = lineEndIn(s, end);
+        start = EditorRanges::lineEnd(s, end);
     }
 }
 
 QColor inkAt(const QColor& ink, double alpha)
 {
     QColor color = ink;
-    color.setAlphaF(float(alpha));
+    color.setAlphaF(static_cast<float>(alpha));
     return color;
 }
 
@@ -480,8 +416,8 @@ public:
 private:
     // Whether the block's formats changed. Unchanged formats are left alone, as
     // QSyntaxHighlighter does: setting them would throw away the block's layout.
-    bool writeBlock(const QTextBlock& block, qsizetype blockStart, const Pass& pass,
-                    qsizetype from, qsizetype to, qsizetype passStart)
+    bool writeBlock(const QTextBlock& block, qsizetype blockStart, const Pass& pass, qsizetype from,
+                    qsizetype to, qsizetype passStart)
     {
         const qsizetype localFrom = from - blockStart;
         const qsizetype localTo = to - blockStart;
@@ -493,13 +429,13 @@ private:
             const qsizetype oldEnd = old.start + old.length;
             if (old.start < localFrom) {
                 QTextLayout::FormatRange kept = old;
-                kept.length = int(std::min(oldEnd, localFrom) - old.start);
+                kept.length = static_cast<int>(std::min(oldEnd, localFrom) - old.start);
                 ranges.append(kept);
             }
             if (oldEnd > localTo) {
                 QTextLayout::FormatRange kept = old;
-                kept.start = int(std::max<qsizetype>(old.start, localTo));
-                kept.length = int(oldEnd - kept.start);
+                kept.start = static_cast<int>(std::max<qsizetype>(old.start, localTo));
+                kept.length = static_cast<int>(oldEnd - kept.start);
                 ranges.append(kept);
             }
         }
@@ -510,8 +446,8 @@ private:
             while (j < to && pass.attrs[j - passStart] == attr)
                 ++j;
             QTextLayout::FormatRange range;
-            range.start = int(i - blockStart);
-            range.length = int(j - i);
+            range.start = static_cast<int>(i - blockStart);
+            range.length = static_cast<int>(j - i);
             range.format = format(attr, pass);
             // Plain text in the body face and full ink needs no range: the document's default
             // font and the view's text colour already are that. Fewer ranges, faster layout.
@@ -575,12 +511,21 @@ private:
         if (attr.font != BaseFont)
             f.setFont(font(attr.font));
         switch (attr.ink) {
-        case Ink::Full: break; // the document's text colour: the typing attributes' ink
+        case Ink::Full:
+            break; // the document's text colour: the typing attributes' ink
 
-        case Ink::Dim: f.setForeground(inkAt(options.ink, dimAlpha)); break;
-        case Ink::Quote: f.setForeground(inkAt(options.ink, 0.62)); break;
-        case Ink::Bullet: f.setForeground(inkAt(options.ink, 0.5)); break;
-        case Ink::Done: f.setForeground(inkAt(options.ink, 0.45)); break;
+        case Ink::Dim:
+            f.setForeground(inkAt(options.ink, dimAlpha));
+            break;
+        case Ink::Quote:
+            f.setForeground(inkAt(options.ink, 0.62));
+            break;
+        case Ink::Bullet:
+            f.setForeground(inkAt(options.ink, 0.5));
+            break;
+        case Ink::Done:
+            f.setForeground(inkAt(options.ink, 0.45));
+            break;
         }
         // Qt has no synthetic slant by a factor; italic stands in (fontconfig slants a face
         // that has no italic of its own).
@@ -647,133 +592,16 @@ void setTypingAttributes(QTextDocument& document, const QFont& base, NoteTextDir
     QTextOption option = document.defaultTextOption();
     const Qt::LayoutDirection wanted =
         direction == NoteTextDirection::Automatic ? Qt::LayoutDirectionAuto : style.direction;
-    const Qt::Alignment alignment = direction == NoteTextDirection::Automatic
-        ? Qt::Alignment(Qt::AlignLeft)
-        : (style.direction == Qt::RightToLeft ? Qt::AlignRight | Qt::AlignAbsolute
-                                              : Qt::AlignLeft | Qt::AlignAbsolute);
+    const Qt::Alignment alignment =
+        direction == NoteTextDirection::Automatic
+            ? Qt::Alignment(Qt::AlignLeft)
+            : (style.direction == Qt::RightToLeft ? Qt::AlignRight | Qt::AlignAbsolute
+                                                  : Qt::AlignLeft | Qt::AlignAbsolute);
     if (option.textDirection() != wanted || option.alignment() != alignment) {
         option.setTextDirection(wanted);
         option.setAlignment(alignment);
         document.setDefaultTextOption(option);
     }
-}
-
-} // namespace
-
-// --- Range arithmetic -------------------------------------------------------------------------
-
-TextRange lineRangeForRange(TextRange range, QStringView text)
-{
-    const TextRange r = clampedInto(range, text.size());
-    const qsizetype start = lineStartIn(text, r.location);
-    const qsizetype last = r.length > 0 ? r.end() - 1 : r.location;
-    const qsizetype end = std::max(lineEndIn(text, last), start);
-    return {start, end - start};
-}
-
-TextRange lineRange(qsizetype location, QStringView text)
-{
-    return lineRangeForRange({std::clamp<qsizetype>(location, 0, text.size()), 0}, text);
-}
-
-QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, QStringView text)
-{
-    return affectedLines(edits, text.size(),
-                         [&](TextRange r) { return lineRangeForRange(r, text); });
-}
-
-QList<TextRange> merged(const QList<TextRange>& ranges, qsizetype length)
-{
-    QList<TextRange> kept;
-    kept.reserve(ranges.size());
-    for (const TextRange& range : ranges) {
-        if (range.location == TextRange::NotFound || !range.isValid())
-            continue;
-        const qsizetype location = std::min(range.location, length);
-        const TextRange clamped{location, std::min(range.length, length - location)};
-        if (clamped.length > 0)
-            kept.append(clamped);
-    }
-    std::sort(kept.begin(), kept.end(), [](TextRange a, TextRange b) {
-        return a.location != b.location ? a.location < b.location : a.length < b.length;
-    });
-    QList<TextRange> result;
-    for (const TextRange& range : kept) {
-        if (!result.isEmpty() && range.location <= result.back().end()) {
-            TextRange& running = result.back();
-            running.length = std::max(running.end(), range.end()) - running.location;
-        } else {
-            result.append(range);
-        }
-    }
-    return result;
-}
-
-qsizetype length(const QTextDocument& document)
-{
-    return std::max(document.characterCount() - 1, 0);
-}
-
-TextRange lineRangeForRange(TextRange range, const QTextDocument& document)
-{
-    const qsizetype total = length(document);
-    const TextRange r = clampedInto(range, total);
-    // A block is a paragraph; U+2028 and NEL may still break it into lines, so the scan runs
-    // inside the block's text, and the block's end is a line end.
-    const QTextBlock first = document.findBlock(int(r.location));
-    const qsizetype firstStart = first.position();
-    const QString firstText = first.text();
-    const qsizetype start = firstStart
-        + lineStartIn(firstText, std::min<qsizetype>(r.location - firstStart, firstText.size()));
-    const qsizetype last = r.length > 0 ? r.end() - 1 : r.location;
-    // Most ranges end in the block they start in: no second walk of the document's tree.
-    const bool sameBlock = last < firstStart + first.length();
-    const QTextBlock lastBlock = sameBlock ? first : document.findBlock(int(last));
-    const qsizetype lastStart = sameBlock ? firstStart : lastBlock.position();
-    const QString lastText = sameBlock ? firstText : lastBlock.text();
-    bool reachedEnd = false;
-    qsizetype end = lastStart
-        + lineEndIn(lastText, std::min<qsizetype>(last - lastStart, lastText.size()), &reachedEnd);
-    if (reachedEnd)
-        end = std::min<qsizetype>(lastStart + lastBlock.length(), total);
-    return {start, std::max(end, start) - start};
-}
-
-TextRange lineRange(qsizetype location, const QTextDocument& document)
-{
-    return lineRangeForRange({std::clamp<qsizetype>(location, 0, length(document)), 0}, document);
-}
-
-QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, const QTextDocument& document)
-{
-    return affectedLines(edits, length(document),
-                         [&](TextRange r) { return lineRangeForRange(r, document); });
-}
-
-QString text(const QTextDocument& document, TextRange range)
-{
-    const TextRange r = clampedInto(range, length(document));
-    const QTextBlock first = document.findBlock(int(r.location));
-    return textFrom(first, first.position(), r);
-}
-
-namespace {
-
-QString textFrom(QTextBlock block, qsizetype blockStart, TextRange r)
-{
-    QString result;
-    result.reserve(r.length);
-    for (; block.isValid() && blockStart < r.end();
-         blockStart += block.length(), block = block.next()) {
-        const QString blockText = block.text();
-        const qsizetype from = std::max<qsizetype>(r.location - blockStart, 0);
-        const qsizetype to = std::min<qsizetype>(r.end() - blockStart, blockText.size());
-        if (to > from)
-            result += QStringView(blockText).sliced(from, to - from);
-        if (blockStart + blockText.size() < r.end())
-            result += u'\n';
-    }
-    return result;
 }
 
 } // namespace
@@ -806,7 +634,8 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
     const QFont base = options.bodyFont ? options.bodyFont(options.size) : document.defaultFont();
     setTypingAttributes(document, base, options.textDirection);
 
-    const QList<TextRange> normalized = merged(ranges, length(document));
+    const QList<TextRange> normalized =
+        EditorRanges::merged(ranges, EditorRanges::length(document));
     if (normalized.isEmpty())
         return {};
 
@@ -826,13 +655,14 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
     std::optional<TextRange> pending;
     auto announce = [&] {
         if (pending)
-            document.markContentsDirty(int(pending->location), int(pending->length));
+            document.markContentsDirty(static_cast<int>(pending->location),
+                                       static_cast<int>(pending->length));
         pending.reset();
     };
     for (const TextRange& range : normalized) {
-        const QTextBlock first = document.findBlock(int(range.location));
+        const QTextBlock first = document.findBlock(static_cast<int>(range.location));
         const qsizetype firstStart = first.position();
-        const QString s = textFrom(first, firstStart, range);
+        const QString s = EditorRanges::text(document, range);
         Pass pass(resolved, range.location, s.size(), revealing);
         if (resolved.markdownEnabled && holdsMarkdownChar(s))
             styleMarkdown(pass, s, forceRevealImageID);
@@ -855,7 +685,7 @@ QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
 
 QTextCharFormat styledFormat(const QTextDocument& document, qsizetype position)
 {
-    const QTextBlock block = document.findBlock(int(position));
+    const QTextBlock block = document.findBlock(static_cast<int>(position));
     if (!block.isValid() || !block.layout())
         return {};
     const qsizetype local = position - block.position();

@@ -33,36 +33,11 @@ namespace EditorStyleEngine {
 
 // Markers are painted with the ink at this alpha.
 inline constexpr double dimAlpha = 0.32;
-// The format property that marks a hidden character (the text attribute "pondriftHidden").
+// The format property that marks a hidden character: it stays in the text and takes no room.
 inline constexpr int hiddenProperty = QTextFormat::UserProperty + 0x504;
 // On the one character of a hidden image token that holds its line's room: that room, in
 // pixels, as reservedLineHeight gave it.
 inline constexpr int reservedHeightProperty = hiddenProperty + 1;
-
-// --- Range arithmetic, pure over a string -------------------------------------------------
-
-// The line holding the range, terminator included (LF, CR, CR LF, NEL, U+2028, U+2029), the
-// way NSString's lineRangeForRange counts lines. The range is clamped into the text.
-TextRange lineRangeForRange(TextRange range, QStringView text);
-// The line of the empty range at location, clamped to 0 ... length.
-TextRange lineRange(qsizetype location, QStringView text);
-// Whole lines around each edit, widened by one unit either side so that a line break typed
-// or removed restyles both lines it touches. An empty text gives the one range (0, 0).
-QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, QStringView text);
-// Valid ranges clamped into the length, empty ones dropped, sorted, touching ones joined.
-QList<TextRange> merged(const QList<TextRange>& ranges, qsizetype length);
-inline QList<TextRange> normalizedStyleRanges(const QList<TextRange>& ranges, qsizetype length)
-{
-    return merged(ranges, length);
-}
-
-// The same over a document, without copying its text: the keystroke path uses these.
-TextRange lineRangeForRange(TextRange range, const QTextDocument& document);
-TextRange lineRange(qsizetype location, const QTextDocument& document);
-QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, const QTextDocument& document);
-// The document's text over the range, block breaks as "\n" (what toPlainText gives).
-QString text(const QTextDocument& document, TextRange range);
-qsizetype length(const QTextDocument& document);
 
 // A URL whose scheme, lower-cased, is http, https or mailto; anything else (no scheme
 // included) is absent, so such a link can never be followed.

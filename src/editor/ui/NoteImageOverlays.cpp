@@ -1,5 +1,6 @@
 #include "editor/ui/NoteImageOverlays.h"
 
+#include "editor/EditorRanges.h"
 #include "editor/EditorStyleEngine.h"
 #include "images/ImageStore.h"
 #include "editor/ui/NoteTextView.h"
@@ -93,7 +94,7 @@ void NoteImageOverlays::stylesApplied(const QList<TextRange>& ranges)
         return;
     QTextDocument& document = *view->document();
     for (const TextRange& range : ranges) {
-        for (QTextBlock block = document.findBlock(int(range.location)); block.isValid();
+        for (QTextBlock block = document.findBlock(static_cast<int>(range.location)); block.isValid();
              block = block.next()) {
             if (block.position() > range.end())
                 break;
@@ -146,7 +147,7 @@ void NoteImageOverlays::refresh()
         const double reserved = EditorStyleEngine::styledFormat(document, token.range.location)
                                     .doubleProperty(EditorStyleEngine::reservedHeightProperty);
         if (std::abs(wanted - reserved) > 0.01)
-            stale.append(EditorStyleEngine::lineRange(token.range.location, document));
+            stale.append(EditorRanges::lineRange(token.range.location, document));
     }
     if (!stale.isEmpty())
         view->restyle(stale);
@@ -177,9 +178,9 @@ void NoteImageOverlays::reposition()
     QHash<QString, Slot> next;
     QHash<QString, QRect> frames;
     for (const ImageToken& token : currentTokens()) {
-        const QTextBlock block = document.findBlock(int(token.range.location));
+        const QTextBlock block = document.findBlock(static_cast<int>(token.range.location));
         const QRectF blockRect = layout->blockBoundingRect(block); // lays the block out
-        const int local = int(token.range.location - block.position());
+        const int local = static_cast<int>(token.range.location - block.position());
         const QTextLine line = block.layout()->lineForTextPosition(local);
         if (!line.isValid() || line.height() <= 0)
             continue;
@@ -241,8 +242,8 @@ std::optional<ImageToken> NoteImageOverlays::tokenNearest(const Slot& slot) cons
     std::optional<ImageToken> best;
     // Tokens stay on their line, and an edit moves a line by at most the edit's size: look
     // through the note only when the line no longer holds it.
-    const TextRange line = EditorStyleEngine::lineRange(slot.tokenRange.location, document);
-    QList<ImageToken> candidates = ImageTokens::tokens(EditorStyleEngine::text(document, line));
+    const TextRange line = EditorRanges::lineRange(slot.tokenRange.location, document);
+    QList<ImageToken> candidates = ImageTokens::tokens(EditorRanges::text(document, line));
     qsizetype offset = line.location;
     if (std::none_of(candidates.begin(), candidates.end(), [&](const ImageToken& t) { return t.id == slot.id; })) {
         candidates = ImageTokens::tokens(view->text());
@@ -287,7 +288,7 @@ void NoteImageOverlays::drag(const QString& key, QPointF point, bool last)
         slot->width = width;
         overlay->resize(QSizeF(slot->width, slot->height).toSize());
         dragSizes.insert(key, {slot->width, slot->height, slot->hasFile});
-        view->restyle({EditorStyleEngine::lineRange(slot->tokenRange.location, *view->document())});
+        view->restyle({EditorRanges::lineRange(slot->tokenRange.location, *view->document())});
     }
     if (last) {
         const Slot finished = slots.value(key);
@@ -302,7 +303,7 @@ void NoteImageOverlays::commitWidth(const Slot& slot)
     if (!token)
         return;
     const QString replacement = ImageTokens::token(token->id, std::round(slot.width));
-    if (EditorStyleEngine::text(*view->document(), token->range) == replacement)
+    if (EditorRanges::text(*view->document(), token->range) == replacement)
         return;
     TextRange selection = view->selectedRange();
     if (!view->replaceText(token->range, replacement))
@@ -311,7 +312,7 @@ void NoteImageOverlays::commitWidth(const Slot& slot)
     if (selection.location >= token->range.end())
         selection.location += delta;
     QTextCursor cursor = view->textCursor();
-    cursor.setPosition(int(selection.location));
-    cursor.setPosition(int(selection.end()), QTextCursor::KeepAnchor);
+    cursor.setPosition(static_cast<int>(selection.location));
+    cursor.setPosition(static_cast<int>(selection.end()), QTextCursor::KeepAnchor);
     view->setTextCursor(cursor);
 }

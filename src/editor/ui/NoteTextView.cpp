@@ -1,6 +1,7 @@
 #include "editor/ui/NoteTextView.h"
 
 #include "l10n/L10n.h"
+#include "editor/EditorRanges.h"
 #include "editor/EditorStyleEngine.h"
 #include "images/ImagePasteboard.h"
 #include "images/ImageStore.h"
@@ -30,7 +31,7 @@ constexpr int sideMargin = 15 - documentMargin;
 
 QList<ImageToken> tokensIn(const QTextDocument& document, TextRange range)
 {
-    QList<ImageToken> found = ImageTokens::tokens(EditorStyleEngine::text(document, range));
+    QList<ImageToken> found = ImageTokens::tokens(EditorRanges::text(document, range));
     for (ImageToken& token : found)
         token.range.location += range.location;
     return found;
@@ -51,7 +52,7 @@ QString asDocumentHolds(const QString& text)
 
 QString charAt(const QTextDocument& document, qsizetype position)
 {
-    return EditorStyleEngine::text(document, {position, 1});
+    return EditorRanges::text(document, {position, 1});
 }
 
 } // namespace
@@ -100,7 +101,7 @@ NoteTextView::~NoteTextView() = default;
 QString NoteTextView::text() const
 {
     if (!cachedText)
-        cachedText = EditorStyleEngine::text(*document(), {0, EditorStyleEngine::length(*document())});
+        cachedText = EditorRanges::text(*document(), {0, EditorRanges::length(*document())});
     return *cachedText;
 }
 
@@ -115,10 +116,10 @@ void NoteTextView::setText(const QString& incoming)
         // A text replaced from outside starts a fresh history, as a newly opened note does.
         setPlainText(newText);
         edits.clear();
-        const qsizetype length = EditorStyleEngine::length(*document());
+        const qsizetype length = EditorRanges::length(*document());
         QTextCursor cursor = textCursor();
-        cursor.setPosition(int(std::min(selection.location, length)));
-        cursor.setPosition(int(std::min(selection.end(), length)), QTextCursor::KeepAnchor);
+        cursor.setPosition(static_cast<int>(std::min(selection.location, length)));
+        cursor.setPosition(static_cast<int>(std::min(selection.end(), length)), QTextCursor::KeepAnchor);
         setTextCursor(cursor);
         isApplyingStyles = false;
         needsFullPass = true;
@@ -172,7 +173,7 @@ QString NoteTextView::configurationStamp() const
 
 TextRange NoteTextView::caretLine() const
 {
-    return EditorStyleEngine::lineRange(textCursor().position(), *document());
+    return EditorRanges::lineRange(textCursor().position(), *document());
 }
 
 void NoteTextView::synchronize()
@@ -215,9 +216,9 @@ void NoteTextView::selectionDidChange()
     const TextRange line = caretLine();
     if (revealedImage) {
         const TextRange selection = selectedRange();
-        const qsizetype length = EditorStyleEngine::length(*document());
+        const qsizetype length = EditorRanges::length(*document());
         // Tokens never span lines: the selection's own lines are where the token can be.
-        const TextRange around = EditorStyleEngine::lineRangeForRange(selection, *document());
+        const TextRange around = EditorRanges::lineRangeForRange(selection, *document());
         const QList<ImageToken> tokens = tokensIn(*document(), around);
         const auto token = std::find_if(tokens.begin(), tokens.end(), [&](const ImageToken& t) {
             if (t.id != *revealedImage)
@@ -292,7 +293,7 @@ void NoteTextView::applyFullPassIfSafe()
     const QFont body = config.bodyFont(config.fontSize);
     if (font() != body)
         setFont(body);
-    const TextRange whole{0, EditorStyleEngine::length(*document())};
+    const TextRange whole{0, EditorRanges::length(*document())};
     runEngine({whole});
     edits.clear();
     lastLine = caretLine();
@@ -319,10 +320,10 @@ bool NoteTextView::replaceText(TextRange range, const QString& replacement)
 {
     if (isReadOnly())
         return false;
-    const qsizetype length = EditorStyleEngine::length(*document());
+    const qsizetype length = EditorRanges::length(*document());
     QTextCursor cursor(document());
-    cursor.setPosition(int(std::clamp<qsizetype>(range.location, 0, length)));
-    cursor.setPosition(int(std::clamp<qsizetype>(range.end(), 0, length)), QTextCursor::KeepAnchor);
+    cursor.setPosition(static_cast<int>(std::clamp<qsizetype>(range.location, 0, length)));
+    cursor.setPosition(static_cast<int>(std::clamp<qsizetype>(range.end(), 0, length)), QTextCursor::KeepAnchor);
     cursor.beginEditBlock();
     if (replacement.isEmpty())
         cursor.removeSelectedText();
@@ -335,8 +336,8 @@ bool NoteTextView::replaceText(TextRange range, const QString& replacement)
 void NoteTextView::showFoundRange(TextRange range)
 {
     QTextCursor cursor = textCursor();
-    cursor.setPosition(int(range.location));
-    cursor.setPosition(int(range.end()), QTextCursor::KeepAnchor);
+    cursor.setPosition(static_cast<int>(range.location));
+    cursor.setPosition(static_cast<int>(range.end()), QTextCursor::KeepAnchor);
     setTextCursor(cursor);
     ensureCursorVisible();
 }
@@ -353,7 +354,7 @@ void NoteTextView::placeCaretBehind(TextRange token)
     if (charAt(*document(), position) == u"\n"_s)
         ++position;
     QTextCursor cursor = textCursor();
-    cursor.setPosition(int(std::min(position, EditorStyleEngine::length(*document()))));
+    cursor.setPosition(static_cast<int>(std::min(position, EditorRanges::length(*document()))));
     setTextCursor(cursor);
 }
 
@@ -433,8 +434,8 @@ void NoteTextView::inputMethodEvent(QInputMethodEvent* event)
 bool NoteTextView::continueTaskList()
 {
     const TextRange selection = selectedRange();
-    const TextRange line = EditorStyleEngine::lineRangeForRange(selection, *document());
-    QString lineText = EditorStyleEngine::text(*document(), line);
+    const TextRange line = EditorRanges::lineRangeForRange(selection, *document());
+    QString lineText = EditorRanges::text(*document(), line);
     while (!lineText.isEmpty() && (lineText.back() == u'\n' || lineText.back() == u'\r'))
         lineText.chop(1);
     if (!Tasks::isTask(lineText))
@@ -442,12 +443,12 @@ bool NoteTextView::continueTaskList()
     QTextCursor cursor = textCursor();
     if (!Tasks::stripped(lineText).isEmpty()) {
         if (replaceText(selection, u"\n"_s + Tasks::openPrefix)) {
-            cursor.setPosition(int(selection.location + 1 + Tasks::openPrefix.size()));
+            cursor.setPosition(static_cast<int>(selection.location + 1 + Tasks::openPrefix.size()));
             setTextCursor(cursor);
         }
     } else if (replaceText(line, QString())) {
         // An empty task ends the list.
-        cursor.setPosition(int(std::min(line.location, EditorStyleEngine::length(*document()))));
+        cursor.setPosition(static_cast<int>(std::min(line.location, EditorRanges::length(*document()))));
         setTextCursor(cursor);
     }
     ensureCursorVisible();
@@ -471,7 +472,7 @@ void NoteTextView::snapCaretOutOfHiddenImageToken(ImageCaretEdge edge)
     if (edge == ImageCaretEdge::Trailing
         || (edge == ImageCaretEdge::Nearest && token.location + token.length / 2 < caret))
         target = token.end();
-    cursor.setPosition(int(target));
+    cursor.setPosition(static_cast<int>(target));
     setTextCursor(cursor);
 }
 
@@ -485,7 +486,7 @@ bool NoteTextView::revealTokenBeforeDelete(bool backward)
     const qsizetype caret = cursor.position();
     TextRange lines = caretLine();
     if (backward && lines.location > 0) {
-        const TextRange above = EditorStyleEngine::lineRange(lines.location - 1, *document());
+        const TextRange above = EditorRanges::lineRange(lines.location - 1, *document());
         lines = {above.location, lines.end() - above.location};
     }
     for (const ImageToken& token : tokensIn(*document(), lines)) {
@@ -500,10 +501,10 @@ bool NoteTextView::revealTokenBeforeDelete(bool backward)
             continue;
         revealedImage = token.id;
         QTextCursor selection = textCursor();
-        selection.setPosition(int(r.location));
-        selection.setPosition(int(r.end()), QTextCursor::KeepAnchor);
+        selection.setPosition(static_cast<int>(r.location));
+        selection.setPosition(static_cast<int>(r.end()), QTextCursor::KeepAnchor);
         setTextCursor(selection);
-        applyIncremental({EditorStyleEngine::lineRange(r.location, *document())});
+        applyIncremental({EditorRanges::lineRange(r.location, *document())});
         return true;
     }
     return false;
@@ -515,7 +516,7 @@ bool NoteTextView::cancelImageRevealIfSelected()
         return false;
     const TextRange selection = selectedRange();
     const QList<ImageToken> tokens =
-        tokensIn(*document(), EditorStyleEngine::lineRangeForRange(selection, *document()));
+        tokensIn(*document(), EditorRanges::lineRangeForRange(selection, *document()));
     for (const ImageToken& token : tokens) {
         if (token.id == *revealedImage && token.range == selection) {
             placeCaretBehind(token.range);
@@ -534,10 +535,10 @@ qsizetype NoteTextView::characterIndexAt(const QPoint& viewportPoint) const
 
 std::optional<QRectF> NoteTextView::boxRect(qsizetype lineStart) const
 {
-    const QTextBlock block = document()->findBlock(int(lineStart));
+    const QTextBlock block = document()->findBlock(static_cast<int>(lineStart));
     if (!block.isValid() || !block.layout())
         return std::nullopt;
-    const int local = int(lineStart - block.position());
+    const int local = static_cast<int>(lineStart - block.position());
     const QTextLine line = block.layout()->lineForTextPosition(local);
     if (!line.isValid())
         return std::nullopt;
@@ -550,11 +551,11 @@ std::optional<QRectF> NoteTextView::boxRect(qsizetype lineStart) const
 
 bool NoteTextView::toggleBox(const QPoint& viewportPoint)
 {
-    const qsizetype length = EditorStyleEngine::length(*document());
+    const qsizetype length = EditorRanges::length(*document());
     if (length == 0)
         return false;
     const qsizetype index = std::clamp<qsizetype>(characterIndexAt(viewportPoint), 0, length - 1);
-    const TextRange line = EditorStyleEngine::lineRange(index, *document());
+    const TextRange line = EditorRanges::lineRange(index, *document());
     const QString first = charAt(*document(), line.location);
     if (first.isEmpty() || !Tasks::isTask(first))
         return false;
@@ -568,7 +569,7 @@ bool NoteTextView::toggleBox(const QPoint& viewportPoint)
 
 bool NoteTextView::openLink(const QPoint& viewportPoint)
 {
-    const qsizetype length = EditorStyleEngine::length(*document());
+    const qsizetype length = EditorRanges::length(*document());
     if (length == 0)
         return false;
     const qsizetype index = std::clamp<qsizetype>(characterIndexAt(viewportPoint), 0, length - 1);
@@ -602,10 +603,10 @@ void NoteTextView::mouseMoveEvent(QMouseEvent* event)
         return;
     const QPoint point = event->position().toPoint();
     bool pointing = false;
-    const qsizetype length = EditorStyleEngine::length(*document());
+    const qsizetype length = EditorRanges::length(*document());
     if (length > 0) {
         const qsizetype index = std::clamp<qsizetype>(characterIndexAt(point), 0, length - 1);
-        const TextRange line = EditorStyleEngine::lineRange(index, *document());
+        const TextRange line = EditorRanges::lineRange(index, *document());
         if (Tasks::isTask(charAt(*document(), line.location))) {
             const auto rect = boxRect(line.location);
             pointing = rect && rect->adjusted(-3, -2, 3, 2).contains(point);
@@ -668,7 +669,7 @@ void NoteTextView::insertImageTokens(const QStringList& tokens)
 {
     if (tokens.isEmpty())
         return;
-    const qsizetype length = EditorStyleEngine::length(*document());
+    const qsizetype length = EditorRanges::length(*document());
     TextRange selection = selectedRange();
     if (selection.location == TextRange::NotFound)
         selection = {length, 0};
@@ -682,7 +683,7 @@ void NoteTextView::insertImageTokens(const QStringList& tokens)
     if (!replaceText(selection, insertion))
         return;
     QTextCursor cursor = textCursor();
-    cursor.setPosition(int(selection.location + insertion.size()));
+    cursor.setPosition(static_cast<int>(selection.location + insertion.size()));
     setTextCursor(cursor);
     ensureCursorVisible();
 }
