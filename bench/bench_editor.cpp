@@ -13,6 +13,7 @@
 //
 // Run: QT_QPA_PLATFORM=offscreen build/editor-rel/bench/bench_editor
 #include "editor/EditorRanges.h"
+#include "editor/EditorStyleCache.h"
 #include "editor/EditorStyleEngine.h"
 #include "editor/ui/NoteTextView.h"
 #include "images/ImageStore.h"
@@ -256,11 +257,12 @@ void Styling(benchmark::State& state)
     options.ink = QColor(40, 40, 40);
     options.size = 14;
     options.bodyFont = body;
+    EditorStyleCache cache;
     for (auto _ : state) {
         const QList<TextRange> lines = fixture.edit();
         benchmark::DoNotOptimize(EditorStyleEngine::apply(
             fixture.document, lines, EditorRanges::lineRange(fixture.position, fixture.document),
-            std::nullopt, options));
+            std::nullopt, options, cache));
     }
 }
 

@@ -2,7 +2,9 @@
 // and links, and the range arithmetic that keeps a keystroke to the lines it touched.
 #include "editor/EditorEditAccumulator.h"
 #include "editor/EditorRanges.h"
+#include "editor/EditorStyleCache.h"
 #include "editor/EditorStyleEngine.h"
+#include "editor/MarkdownRuns.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QGuiApplication>
@@ -12,6 +14,7 @@
 #include <QTextLayout>
 
 using namespace Qt::Literals::StringLiterals;
+using MarkdownRuns::Attributes;
 
 namespace {
 
@@ -82,6 +85,26 @@ bool looks(const QTextCharFormat& f, Look look, const QColor& ink)
     return false;
 }
 
+// What a character's attributes look like, by name.
+const QHash<QString, std::function<bool(const Attributes&)>> runLooks{
+    {u"hidden"_s, [](const Attributes& a) { return a.flags & MarkdownRuns::Hidden; }},
+    {u"dim"_s, [](const Attributes& a) { return a.tone == MarkdownRuns::Tone::Dim; }},
+    {u"full"_s, [](const Attributes& a) { return a.tone == MarkdownRuns::Tone::Full; }},
+    {u"done"_s, [](const Attributes& a) { return a.tone == MarkdownRuns::Tone::Done; }},
+    {u"bullet"_s, [](const Attributes& a) { return a.tone == MarkdownRuns::Tone::Bullet; }},
+    {u"quote"_s, [](const Attributes& a) { return a.tone == MarkdownRuns::Tone::Quote; }},
+    {u"body"_s, [](const Attributes& a) { return a.font == MarkdownRuns::BodyFont; }},
+    {u"bold"_s, [](const Attributes& a) { return a.font == MarkdownRuns::BoldFont; }},
+    {u"heading1"_s, [](const Attributes& a) { return a.font == MarkdownRuns::HeadingFont; }},
+    {u"mono"_s, [](const Attributes& a) { return a.font == MarkdownRuns::MonoFont; }},
+    {u"shaded"_s, [](const Attributes& a) { return a.flags & MarkdownRuns::Background; }},
+    {u"italic"_s, [](const Attributes& a) { return a.flags & MarkdownRuns::Oblique; }},
+    {u"struck"_s, [](const Attributes& a) { return a.flags & MarkdownRuns::Struck; }},
+    {u"underlined"_s, [](const Attributes& a) { return a.flags & MarkdownRuns::Underline; }},
+    {u"linked"_s, [](const Attributes& a) { return a.link >= 0; }},
+    {u"reserves"_s, [](const Attributes& a) { return a.image >= 0; }},
+};
+
 } // namespace
 
 char* toString(const TextRange& range)
@@ -91,6 +114,7 @@ char* toString(const TextRange& range)
 
 class EditorEngineTest : public QObject {
     Q_OBJECT
+    EditorStyleCache cache;
 
 private Q_SLOTS:
     void lineRanges_data();
@@ -100,6 +124,8 @@ private Q_SLOTS:
     void mergedRanges_data();
     void mergedRanges();
     void accumulatorHoldsEditsWhileComposing();
+    void markdownRuns_data();
+    void markdownRuns();
     void openableURL_data();
     void openableURL();
     void styling_data();
@@ -218,7 +244,7 @@ void EditorEngineTest::openableURL()
 {
     QFETCH(QString, text);
     QFETCH(bool, openable);
-    QCOMPARE(EditorStyleEngine::openableURL(text).has_value(), openable);
+    QCOMPARE(MarkdownRuns::openableURL(text).has_value(), openable);
 }
 
 void EditorEngineTest::styling_data()
@@ -301,7 +327,7 @@ void EditorEngineTest::styling()
     if (caret >= 0)
         revealing = EditorRanges::lineRange(caret, document);
     const QList<TextRange> styled = EditorStyleEngine::apply(
-        document, {{0, text.size()}}, revealing, std::nullopt, o);
+        document, {{0, text.size()}}, revealing, std::nullopt, o, cache).styled;
     QCOMPARE(styled, (QList<TextRange>{{0, text.size()}}));
 
     for (const Expect& expect : expects) {
@@ -324,14 +350,14 @@ void EditorEngineTest::stylingNeverTouchesTextUndoOrModifiedFlag()
     document.clearUndoRedoStacks();
     for (qsizetype caret : {qsizetype{0}, qsizetype{5}, qsizetype{30}, text.size()})
         EditorStyleEngine::apply(document, {{0, text.size()}},
-                                 EditorRanges::lineRange(caret, document), std::nullopt, options());
+                                 EditorRanges::lineRange(caret, document), std::nullopt, options(), cache).styled;
     QCOMPARE(document.toPlainText(), text);
     QVERIFY(!document.isModified());
     QVERIFY(!document.isUndoAvailable());
 
     // An empty text only refreshes the typing attributes.
     QTextDocument empty;
-    QVERIFY(EditorStyleEngine::apply(empty, {{0, 0}}, TextRange{0, 0}, std::nullopt, options()).isEmpty());
+    QVERIFY(EditorStyleEngine::apply(empty, {{0, 0}}, TextRange{0, 0}, std::nullopt, options(), cache).styled.isEmpty());
     QCOMPARE(empty.defaultFont(), body(bodySize));
 }
 
@@ -345,7 +371,7 @@ void EditorEngineTest::linksKeepTheirOwnAddressesAcrossKeystrokes()
     const auto styleAll = [&](qsizetype caret) {
         const qsizetype length = EditorRanges::length(document);
         EditorStyleEngine::apply(document, {{0, length}}, EditorRanges::lineRange(caret, document),
-                                 std::nullopt, o);
+                                 std::nullopt, o, cache).styled;
     };
     const qsizetype second = document.findBlockByNumber(1).position();
     for (qsizetype caret : {qsizetype{0}, second}) {
@@ -360,7 +386,7 @@ void EditorEngineTest::linksKeepTheirOwnAddressesAcrossKeystrokes()
     cursor.setPosition(14, QTextCursor::KeepAnchor);
     cursor.insertText(u"three"_s);
     const QList<TextRange> lines = EditorRanges::affectedLineRanges({{11, 5}}, document);
-    EditorStyleEngine::apply(document, lines, EditorRanges::lineRange(11, document), std::nullopt, o);
+    EditorStyleEngine::apply(document, lines, EditorRanges::lineRange(11, document), std::nullopt, o, cache).styled;
     QCOMPARE(document.findBlockByNumber(0).text(), u"[a](http://three.org)"_s);
     QCOMPARE(EditorStyleEngine::linkAt(document, 1), u"http://three.org"_s);
     QCOMPARE(EditorStyleEngine::linkAt(document, document.findBlockByNumber(1).position() + 1),
@@ -371,7 +397,7 @@ void EditorEngineTest::hiddenCharactersTakeNoWidth()
 {
     QTextDocument document;
     document.setPlainText(u"a**b**c\n"_s);
-    EditorStyleEngine::apply(document, {{0, 8}}, TextRange{8, 0}, std::nullopt, options());
+    EditorStyleEngine::apply(document, {{0, 8}}, TextRange{8, 0}, std::nullopt, options(), cache).styled;
     document.documentLayout()->documentSize();
     const QTextLine line = document.begin().layout()->lineAt(0);
     // The caret keeps a position at every character, but the markers add no room.
@@ -380,7 +406,7 @@ void EditorEngineTest::hiddenCharactersTakeNoWidth()
     QVERIFY(line.cursorToX(4) > line.cursorToX(3));
 
     // On the caret's line the same markers take their room again.
-    EditorStyleEngine::apply(document, {{0, 8}}, TextRange{0, 8}, std::nullopt, options());
+    EditorStyleEngine::apply(document, {{0, 8}}, TextRange{0, 8}, std::nullopt, options(), cache).styled;
     document.documentLayout()->documentSize();
     const QTextLine shown = document.begin().layout()->lineAt(0);
     QVERIFY(shown.cursorToX(3) > shown.cursorToX(1) + 4);
@@ -408,6 +434,72 @@ void EditorEngineTest::documentLinesMatchStringLines()
                      EditorRanges::lineRangeForRange({i, n}, plain));
     }
     QCOMPARE(EditorRanges::text(document, {0, plain.size()}), plain);
+}
+
+void EditorEngineTest::markdownRuns_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("caret"); // -1: no revealing line
+    QTest::addColumn<bool>("markdown");
+    // "needle=look|...": every character of the needle's first occurrence (or of "@n+len")
+    // looks so; "!look" for its opposite.
+    QTest::addColumn<QString>("expects");
+    const QString token = u"![image](pondrift-img://ABC-1)"_s;
+    // clang-format off
+    QTest::newRow("markers on the caret's line show dimmed, elsewhere they are hidden")
+        << u"**one**\nand **two**"_s << 2 << true
+        << u"@0+2=dim|@0+2=!hidden|@5+2=dim|one=bold|@12+2=hidden|@17+2=hidden|two=bold|and=full"_s;
+    QTest::newRow("a heading hides its hashes and keeps the blank; seven hashes are no heading")
+        << u"# Title\n####### seven"_s << 10 << true
+        << u"#=hidden| Title=!hidden| Title=heading1|#######=!hidden|seven=body"_s;
+    QTest::newRow("single stars and underscores are italic, doubled ones bold")
+        << u"*a* **b** _c_ __d__"_s << -1 << true
+        << u"a=italic|b=!italic|b=bold|c=italic|d=bold|@0+1=hidden|@14+2=hidden"_s;
+    QTest::newRow("a link inside an image token is skipped; the token hides whole, holding its room")
+        << u"see "_s + token + u" and [a](http://b.org)"_s << -1 << true
+        << token + u"=hidden|image=!underlined|image=!linked|!=reserves|@40+1=linked|(http://b.org)=hidden"_s;
+    QTest::newRow("web and mail links are followed whatever their case; no other link is; a blank breaks one")
+        << u"[web](HTTPS://x.org) [mail](mailto:a@b.org) [ftp](ftp://b) [file](file:///etc) [script](javascript:x) [bare](x.org) [blank](http://b c)"_s
+        << -1 << true << u"web=linked|mail=linked|ftp=underlined|ftp=!linked|file=!linked|script=!linked|bare=!linked|](ftp://b)=hidden|blank=!underlined|[blank=!hidden"_s;
+    QTest::newRow("a completed task holding bold is struck whole, markers still hidden")
+        << u"\u2611 **x**\n\u2610 open"_s << 9 << true
+        << u"\u2611=struck|x=struck|x=done|x=bold|@2+2=hidden|open=full"_s;
+    QTest::newRow("with Markdown off nothing hides, tasks are still struck")
+        << u"**b** "_s + token + u"\n\u2611 done"_s << -1 << false
+        << u"**=full|b=body|"_s + token + u"=!hidden|done=struck|done=done"_s;
+    QTest::newRow("the caret on the empty last line reveals nothing above, nor does a caret on a token")
+        << token + u"\n**a**\n"_s << 38 << true << u"**=hidden|@33+1=bold|"_s + token + u"=hidden"_s;
+    QTest::newRow("a bullet stays visible and softened; blanks keep stars from pairing")
+        << u"- item\n* a *"_s << -1 << true << u"-=bullet|-=!hidden|a=!italic|@7+1=bullet"_s;
+    QTest::newRow("code spans take the monospaced face, struck text its strike")
+        << u"run `make` ~~now~~"_s << -1 << true << u"make=mono|make=shaded|`=hidden|now=struck|~~=hidden"_s;
+    // clang-format on
+}
+
+void EditorEngineTest::markdownRuns()
+{
+    QFETCH(QString, text);
+    QFETCH(int, caret);
+    QFETCH(bool, markdown);
+    QFETCH(QString, expects);
+
+    // The text sits in the middle of a note: revealing and tokens are in note positions.
+    MarkdownRuns::Input input{text, 100, std::nullopt, std::nullopt, markdown, {}, {}};
+    if (const TextRange line = EditorRanges::lineRange(caret, text); caret >= 0)
+        input.revealing = TextRange{line.location + 100, line.length};
+    const MarkdownRuns::Result result = MarkdownRuns::compute(input);
+    QList<Attributes> at;
+    for (const MarkdownRuns::Run& run : result.runs)
+        at.append(QList<Attributes>(run.length, run.attributes));
+    for (const QString& expect : expects.split(u'|')) {
+        const qsizetype split = expect.lastIndexOf(u'=');
+        const QString look = expect.mid(split + 1).remove(u'!');
+        const TextRange range = locate(text, expect.left(split));
+        QVERIFY2(range.location >= 0 && runLooks.contains(look), qPrintable(expect));
+        for (qsizetype i = range.location; i < range.end(); ++i)
+            QVERIFY2(runLooks[look](at[i]) != expect.contains(u"=!"_s),
+                     qPrintable(u"%1 at %2"_s.arg(expect).arg(i)));
+    }
 }
 
 QTEST_MAIN(EditorEngineTest)

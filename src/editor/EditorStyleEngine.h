@@ -8,18 +8,17 @@
 #include <QFont>
 #include <QList>
 #include <QString>
-#include <QStringView>
 #include <QTextCharFormat>
-#include <QUrl>
 
 #include <functional>
 #include <optional>
 
+class EditorStyleCache;
 class QTextDocument;
 
-// Live Markdown styling. A note's body stays plain text: the engine paints formats beside
-// the text, never in it. Markers ("**", "#", "](url)") stay in the buffer; off the caret's
-// line they are hidden (no width, no ink), on it they show dimmed.
+// Live Markdown styling of a document: MarkdownRuns says what each character carries, the
+// engine turns that into formats. A note's body stays plain text: the engine paints formats
+// beside the text, never in it.
 //
 // The formats live in each block's QTextLayout (QTextLayout::setFormats), the way
 // QSyntaxHighlighter keeps its own. That store is outside the document's undo stack and
@@ -39,18 +38,13 @@ inline constexpr int hiddenProperty = QTextFormat::UserProperty + 0x504;
 // pixels, as reservedLineHeight gave it.
 inline constexpr int reservedHeightProperty = hiddenProperty + 1;
 
-// A URL whose scheme, lower-cased, is http, https or mailto; anything else (no scheme
-// included) is absent, so such a link can never be followed.
-std::optional<QUrl> openableURL(const QString& text);
-
-// --- Styling ------------------------------------------------------------------------------
-
 struct Options {
     QColor ink = Qt::black;
     double size = 14;
     bool markdownEnabled = true;
     NoteTextDirection textDirection = NoteTextDirection::Automatic;
-    // The body face at a size in points; callers pass Ink::body.
+    // The body face at a size in points; callers pass Ink::body. Empty: the document's
+    // default font at that size.
     std::function<QFont(double)> bodyFont;
     // Whether a line (without terminator) is a completed task. Empty: its box is "☑".
     std::function<bool(QStringView)> isCompletedTask;
@@ -60,15 +54,30 @@ struct Options {
     std::function<double(const ImageToken&)> reservedLineHeight;
 };
 
-// Restyles the given ranges (made whole-line by the caller) and returns them normalised.
-// Text in the body face at full ink carries no format of its own: the document's default
-// font and the view's text colour (QPalette::Text = ink) show it.
-// revealing is the caret's line: markers there stay shown. forceRevealImageID shows one
-// image token's text. Also sets the document's typing attributes: default font and
-// paragraph direction.
-QList<TextRange> apply(QTextDocument& document, const QList<TextRange>& ranges,
-                       std::optional<TextRange> revealing,
-                       const std::optional<QString>& forceRevealImageID, const Options& options);
+// A hidden image token of a pass, in document positions, and the line height reserved for
+// its picture (0: none).
+struct ReservedImage {
+    ImageToken token;
+    double height = 0;
+    friend bool operator==(const ReservedImage&, const ReservedImage&) = default;
+};
+
+// What a pass did: the ranges it styled, normalised, and every image token it hid in them,
+// in text order.
+struct Report {
+    QList<TextRange> styled;
+    QList<ReservedImage> images;
+};
+
+// Restyles the given ranges (made whole-line by the caller). Text in the body face at full
+// ink carries no format of its own: the document's default font and the view's text colour
+// (QPalette::Text = ink) show it. revealing is the caret's line: markers there stay shown.
+// forceRevealImageID shows one image token's text. Also sets the document's typing
+// attributes: default font and paragraph direction. Formats and faces are kept in the cache
+// for the next pass.
+Report apply(QTextDocument& document, const QList<TextRange>& ranges,
+             std::optional<TextRange> revealing, const std::optional<QString>& forceRevealImageID,
+             const Options& options, EditorStyleCache& cache);
 
 // --- What a pass left ---------------------------------------------------------------------
 

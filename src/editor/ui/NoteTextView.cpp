@@ -3,6 +3,7 @@
 #include "l10n/L10n.h"
 #include "editor/EditorRanges.h"
 #include "editor/EditorStyleEngine.h"
+#include "editor/MarkdownRuns.h"
 #include "images/ImagePasteboard.h"
 #include "images/ImageStore.h"
 #include "editor/ui/NoteImageOverlays.h"
@@ -263,7 +264,8 @@ QList<TextRange> NoteTextView::runEngine(const QList<TextRange>& ranges)
     };
     isApplyingStyles = true;
     const QList<TextRange> styled =
-        EditorStyleEngine::apply(*document(), ranges, caretLine(), revealedImage, options);
+        EditorStyleEngine::apply(*document(), ranges, caretLine(), revealedImage, options, styleCache)
+            .styled;
     isApplyingStyles = false;
     return styled;
 }
@@ -573,7 +575,7 @@ bool NoteTextView::openLink(const QPoint& viewportPoint)
     if (length == 0)
         return false;
     const qsizetype index = std::clamp<qsizetype>(characterIndexAt(viewportPoint), 0, length - 1);
-    const auto url = EditorStyleEngine::openableURL(EditorStyleEngine::linkAt(*document(), index));
+    const auto url = MarkdownRuns::openableURL(EditorStyleEngine::linkAt(*document(), index));
     if (!url)
         return false;
     desktop.openUrl(*url);

@@ -2,6 +2,7 @@
 
 #include "editor/EditorBridge.h"
 #include "editor/EditorEditAccumulator.h"
+#include "editor/EditorStyleCache.h"
 #include "notes/Note.h"
 #include "notes/TextRange.h"
 
@@ -131,6 +132,7 @@ private:
     bool needsFullPass = false;
     std::optional<QString> appliedStyle;
     std::optional<QString> revealedImage;
+    EditorStyleCache styleCache;
     // The text as last read; empty optional once the document changes.
     mutable std::optional<QString> cachedText;
 };
