@@ -1,15 +1,19 @@
 // The styling engine over a real QTextDocument: what each pass hides, dims, bolds, strikes
-// and links, and the range arithmetic that keeps a keystroke to the lines it touched.
+// and links, the range arithmetic that keeps a keystroke to the lines it touched, and the
+// decisions of which lines to restyle and where the caret may rest around hidden tokens.
+#include "editor/EditorCoordinator.h"
 #include "editor/EditorEditAccumulator.h"
 #include "editor/EditorRanges.h"
 #include "editor/EditorStyleCache.h"
 #include "editor/EditorStyleEngine.h"
+#include "editor/ImageCaret.h"
 #include "editor/MarkdownRuns.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QGuiApplication>
 #include <QTest>
 #include <QTextBlock>
+#include <QTextCursor>
 #include <QTextDocument>
 #include <QTextLayout>
 
@@ -105,6 +109,92 @@ const QHash<QString, std::function<bool(const Attributes&)>> runLooks{
     {u"reserves"_s, [](const Attributes& a) { return a.image >= 0; }},
 };
 
+const QString token = u"![image](pondrift-img://A)"_s; // 26 units
+
+// A document driven as NoteTextView drives it, without a widget: its reports go to the coordinator,
+// and each answer is carried out by a real styling pass and written down.
+struct Driven {
+    QTextDocument document;
+    QTextCursor cursor{&document};
+    EditorCoordinator coordinator{document};
+    EditorStyleCache cache;
+    EditorStyleEngine::Options options;
+    QStringList passes;
+    bool composing = false;
+
+    explicit Driven(const QString& text)
+    {
+        document.setPlainText(text);
+        document.documentLayout(); // without a layout the document reports no edits
+        cursor.setPosition(0);
+        QObject::connect(
+            &document, &QTextDocument::contentsChange, [this](int from, int, int added) {
+                carryOut(coordinator.contentsChanged({from, added}, cursor, composing));
+            });
+        QObject::connect(&document, &QTextDocument::contentsChanged, [this] {
+            if (!coordinator.isApplying())
+                carryOut(coordinator.textChanged(cursor, composing));
+        });
+        carryOut(coordinator.configure(u"yellow"_s, true, cursor, false));
+        passes.clear();
+    }
+
+    // "full", or the ranges restyled, with the token shown for deletion; with "@n" where an
+    // arrow leaves the caret and "select" what Backspace or Delete selects instead.
+    void carryOut(const EditorCoordinator::Answer& answer)
+    {
+        if (!answer)
+            return;
+        QStringList ranges;
+        for (const TextRange& r : answer->ranges)
+            ranges.append(u"%1+%2"_s.arg(r.location).arg(r.length));
+        passes.append((answer->full ? u"full"_s : ranges.join(u','))
+                      + (answer->forceRevealImageID ? u" shows"_s : u""_s));
+        EditorCoordinator::Applying applying(coordinator);
+        EditorStyleEngine::apply(document, answer->ranges, answer->revealing,
+                                 answer->forceRevealImageID, options, cache);
+    }
+
+    void moved() { carryOut(coordinator.selectionChanged(cursor, composing)); }
+
+    const QHash<QString, ImageCaret::Edge> edges{{u"left"_s, ImageCaret::Edge::Leading},
+                                                 {u"right"_s, ImageCaret::Edge::Trailing},
+                                                 {u"near"_s, ImageCaret::Edge::Nearest}};
+
+    void run(const QString& step)
+    {
+        const QString verb = step.section(u' ', 0, 0);
+        const QString rest = step.section(u' ', 1);
+        if (verb == u"at") {
+            cursor.setPosition(rest.toInt());
+            moved();
+        } else if (verb == u"type") {
+            cursor.insertText(rest);
+            moved();
+        } else if (verb == u"compose") {
+            composing = true;
+        } else if (verb == u"commit") { // what the input method gives when it ends
+            cursor.insertText(rest);
+            composing = false;
+            carryOut(coordinator.inputMethodHandled(true, cursor, false));
+        } else if (verb == u"configure" || verb == u"plain") {
+            options.markdownEnabled = verb == u"configure";
+            carryOut(coordinator.configure(rest, options.markdownEnabled, cursor, composing));
+        } else if (edges.contains(verb)) { // where an arrow left the caret
+            if (const auto to = ImageCaret::snapped(cursor, edges[verb]))
+                passes.append(u"@%1"_s.arg(*to));
+        } else if (const auto range =
+                       coordinator.revealBeforeDelete(cursor, verb == u"backspace")) {
+            passes.append(u"select %1+%2"_s.arg(range->location).arg(range->length));
+            cursor.setPosition(static_cast<int>(range->location));
+            cursor.setPosition(static_cast<int>(range->end()), QTextCursor::KeepAnchor);
+            moved();
+            carryOut(coordinator.restyle({EditorRanges::lineRange(range->location, document)},
+                                         cursor, false));
+        }
+    }
+};
+
 } // namespace
 
 char* toString(const TextRange& range)
@@ -124,6 +214,8 @@ private Q_SLOTS:
     void mergedRanges_data();
     void mergedRanges();
     void accumulatorHoldsEditsWhileComposing();
+    void restylesAndCaretRules_data();
+    void restylesAndCaretRules();
     void markdownRuns_data();
     void markdownRuns();
     void openableURL_data();
@@ -500,6 +592,50 @@ void EditorEngineTest::markdownRuns()
             QVERIFY2(runLooks[look](at[i]) != expect.contains(u"=!"_s),
                      qPrintable(u"%1 at %2"_s.arg(expect).arg(i)));
     }
+}
+
+void EditorEngineTest::restylesAndCaretRules_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("steps");
+    QTest::addColumn<QString>("passes");
+    const QString three = u"one\ntwo\nthree"_s;
+    const QString picture = u"ab\n"_s + token + u"\nef"_s;
+    const QString tokens = u"ab"_s + token + u"cd\n"_s + token + u"\nef"_s; // at 2 and 31
+    // clang-format off
+    QTest::newRow("a caret move to another line restyles the two lines") << three << u"at 9"_s << u"0+4,8+5"_s;
+    QTest::newRow("a caret move within a line restyles nothing") << three << u"at 1|at 3"_s << QString();
+    QTest::newRow("a keystroke restyles the lines around it once, a caret move after it the two lines") << three << u"at 5|type x|at 0"_s << u"0+8|4+5|0+9"_s;
+    QTest::newRow("with Markdown off a caret move restyles nothing") << three << u"plain off|at 9"_s << u"full"_s;
+    QTest::newRow("while composing nothing is styled; the commit styles its lines and the caret's")
+        << u"line\n"_s << u"at 5|compose|at 2|commit **b**\n*i*"_s << u"0+5|0+14"_s;
+    QTest::newRow("a new configuration asks for one full pass, the same one again for none")
+        << three << u"configure red|configure red"_s << u"full"_s;
+    QTest::newRow("a new configuration during a composition waits for its end")
+        << three << u"compose|configure red|commit x"_s << u"full"_s;
+    QTest::newRow("Backspace behind a hidden token shows it; a caret move away hides it again")
+        << picture << u"at 30|backspace|at 0"_s << u"0+3,30+2|select 3+26|3+29 shows|3+27 shows|0+30"_s;
+    QTest::newRow("an arrow leaves no caret inside a hidden token: left, right, or the nearer end")
+        << tokens << u"at 10|left|right|near|at 16|near"_s << u"@2|@28|@2|@28"_s;
+    QTest::newRow("a caret at a token's edge, or in a shown token, stays")
+        << tokens << u"at 28|near|plain off|at 10|left"_s << u"full"_s;
+    QTest::newRow("Backspace at a token's end takes it") << tokens << u"at 28|backspace"_s << u"select 2+26|0+31 shows"_s;
+    QTest::newRow("Delete at a token's start takes it") << tokens << u"at 31|delete"_s << u"0+58|select 31+26|31+27 shows"_s;
+    QTest::newRow("Backspace at a token's start, Delete at its end, take nothing")
+        << tokens << u"at 2|backspace|at 57|delete"_s << u"0+58"_s;
+    QTest::newRow("no key takes a shown token") << tokens << u"plain off|at 28|backspace"_s << u"full"_s;
+    // clang-format on
+}
+
+void EditorEngineTest::restylesAndCaretRules()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, steps);
+    QFETCH(QString, passes);
+    Driven driven(text);
+    for (const QString& step : steps.split(u'|'))
+        driven.run(step);
+    QCOMPARE(driven.passes.join(u'|'), passes);
 }
 
 QTEST_MAIN(EditorEngineTest)

@@ -1,12 +1,13 @@
 #include "editor/ui/NoteTextView.h"
 
-#include "l10n/L10n.h"
 #include "editor/EditorRanges.h"
 #include "editor/EditorStyleEngine.h"
+#include "editor/ImageCaret.h"
 #include "editor/MarkdownRuns.h"
+#include "editor/ui/NoteImageOverlays.h"
 #include "images/ImagePasteboard.h"
 #include "images/ImageStore.h"
-#include "editor/ui/NoteImageOverlays.h"
+#include "l10n/L10n.h"
 #include "notes/Tasks.h"
 #include "platform/Desktop.h"
 
@@ -29,14 +30,6 @@ namespace {
 // margin and the viewport's.
 constexpr int documentMargin = 6;
 constexpr int sideMargin = 15 - documentMargin;
-
-QList<ImageToken> tokensIn(const QTextDocument& document, TextRange range)
-{
-    QList<ImageToken> found = ImageTokens::tokens(EditorRanges::text(document, range));
-    for (ImageToken& token : found)
-        token.range.location += range.location;
-    return found;
-}
 
 // The text as a QTextDocument holds it: CR LF, CR and U+2029 all become one block break,
 // which reads back as "\n". Every other character stays as it is.
@@ -65,6 +58,7 @@ NoteTextView::NoteTextView(const QString& text, Configuration configuration, Edi
     , bridge(bridge)
     , desktop(desktop)
     , images(images)
+    , coordinator(*document())
 {
     Q_ASSERT(config.bodyFont);
     setAcceptRichText(false);
@@ -87,14 +81,25 @@ NoteTextView::NoteTextView(const QString& text, Configuration configuration, Edi
     setFont(config.bodyFont(config.fontSize));
     setPlainText(text);
 
-    connect(document(), &QTextDocument::contentsChange, this, &NoteTextView::documentContentsChange);
-    connect(this, &QTextEdit::textChanged, this, &NoteTextView::documentTextChanged);
-    connect(this, &QTextEdit::cursorPositionChanged, this, &NoteTextView::selectionDidChange);
-    connect(this, &QTextEdit::selectionChanged, this, &NoteTextView::selectionDidChange);
+    connect(document(), &QTextDocument::contentsChange, this, [this](int from, int, int added) {
+        cachedText.reset();
+        carryOut(coordinator.contentsChanged({from, added}, textCursor(), hasMarkedText()));
+    });
+    connect(this, &QTextEdit::textChanged, this, [this] {
+        cachedText.reset();
+        if (coordinator.isApplying())
+            return;
+        carryOut(coordinator.textChanged(textCursor(), hasMarkedText()));
+    });
+    const auto selectionMoved = [this] {
+        carryOut(coordinator.selectionChanged(textCursor(), hasMarkedText()));
+    };
+    connect(this, &QTextEdit::cursorPositionChanged, this, selectionMoved);
+    connect(this, &QTextEdit::selectionChanged, this, selectionMoved);
 
     overlays = new NoteImageOverlays(this);
     setBridge(bridge);
-    applyFullPassIfSafe();
+    configure();
 }
 
 NoteTextView::~NoteTextView() = default;
@@ -109,34 +114,37 @@ QString NoteTextView::text() const
 void NoteTextView::setText(const QString& incoming)
 {
     // A body with CR LF breaks reads back with LF: the same text, not a change to apply
-    // again on every update.
+    // again on every update. The composition would lose its place: the text waits.
     const QString newText = asDocumentHolds(incoming);
-    if (!hasMarkedText() && newText != text()) {
-        const TextRange selection = selectedRange();
-        isApplyingStyles = true;
+    if (hasMarkedText() || newText == text())
+        return;
+    const TextRange selection = selectedRange();
+    {
+        EditorCoordinator::Applying applying(coordinator);
         // A text replaced from outside starts a fresh history, as a newly opened note does.
         setPlainText(newText);
-        edits.clear();
         const qsizetype length = EditorRanges::length(*document());
         QTextCursor cursor = textCursor();
         cursor.setPosition(static_cast<int>(std::min(selection.location, length)));
-        cursor.setPosition(static_cast<int>(std::min(selection.end(), length)), QTextCursor::KeepAnchor);
+        cursor.setPosition(static_cast<int>(std::min(selection.end(), length)),
+                           QTextCursor::KeepAnchor);
         setTextCursor(cursor);
-        isApplyingStyles = false;
-        needsFullPass = true;
-    } else if (hasMarkedText() && newText != text()) {
-        // The composition would lose its place; the outside text waits for the next update.
-        needsFullPass = true;
-        return;
+        coordinator.textReplaced();
     }
-    synchronize();
+    configure();
 }
 
 void NoteTextView::setConfiguration(Configuration configuration)
 {
     Q_ASSERT(configuration.bodyFont);
     config = std::move(configuration);
-    synchronize();
+    configure();
+}
+
+void NoteTextView::configure()
+{
+    const QString stamp = config.styleToken + u'|' + TextDirection::rawValue(config.textDirection);
+    carryOut(coordinator.configure(stamp, config.markdownEnabled, textCursor(), hasMarkedText()));
 }
 
 void NoteTextView::setBridge(EditorBridge* newBridge)
@@ -148,7 +156,8 @@ void NoteTextView::setBridge(EditorBridge* newBridge)
 
 void NoteTextView::focusSoon()
 {
-    QMetaObject::invokeMethod(this, [this] { takeFocus(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this] { takeFocus(); }, Qt::QueuedConnection);
 }
 
 bool NoteTextView::hasMarkedText() const
@@ -159,98 +168,28 @@ bool NoteTextView::hasMarkedText() const
 
 void NoteTextView::clearRevealedImage()
 {
-    if (!revealedImage)
-        return;
-    revealedImage.reset();
-    applyIncremental({caretLine()});
+    carryOut(coordinator.clearRevealedImage(textCursor(), hasMarkedText()));
 }
 
-// --- The coordinator -------------------------------------------------------------------------
-
-QString NoteTextView::configurationStamp() const
+void NoteTextView::restyle(const QList<TextRange>& ranges)
 {
-    return config.styleToken + u'|' + TextDirection::rawValue(config.textDirection);
+    carryOut(coordinator.restyle(ranges, textCursor(), hasMarkedText()));
 }
 
-TextRange NoteTextView::caretLine() const
+void NoteTextView::carryOut(const EditorCoordinator::Answer& answer)
 {
-    return EditorRanges::lineRange(textCursor().position(), *document());
-}
-
-void NoteTextView::synchronize()
-{
-    if (!appliedStyle || *appliedStyle != configurationStamp())
-        needsFullPass = true;
-    if (needsFullPass)
-        applyFullPassIfSafe();
-}
-
-// Styles an edit's lines as soon as the document reports it, before the layout runs, so the
-// touched lines are laid out once. The caret has already moved by then.
-void NoteTextView::documentContentsChange(int from, int, int added)
-{
-    cachedText.reset();
-    if (isApplyingStyles)
+    if (!answer)
         return;
-    edits.record({from, added});
-    if (hasMarkedText() || needsFullPass)
-        return;
-    applyIncremental(edits.consume(*document(), false));
-}
-
-void NoteTextView::documentTextChanged()
-{
-    cachedText.reset();
-    if (isApplyingStyles || hasMarkedText())
-        return;
-    if (needsFullPass) {
-        applyFullPassIfSafe();
-        return;
-    }
-    applyIncremental(edits.consume(*document(), false));
-}
-
-void NoteTextView::selectionDidChange()
-{
-    if (isApplyingStyles || hasMarkedText() || edits.hasPendingEdits())
-        return;
-    const TextRange line = caretLine();
-    if (revealedImage) {
-        const TextRange selection = selectedRange();
-        const qsizetype length = EditorRanges::length(*document());
-        // Tokens never span lines: the selection's own lines are where the token can be.
-        const TextRange around = EditorRanges::lineRangeForRange(selection, *document());
-        const QList<ImageToken> tokens = tokensIn(*document(), around);
-        const auto token = std::find_if(tokens.begin(), tokens.end(), [&](const ImageToken& t) {
-            if (t.id != *revealedImage)
-                return false;
-            return selection.length == 0 ? t.range.contains(selection.location)
-                                         : t.range.intersectionLength(selection) > 0;
-        });
-        if (token == tokens.end()) {
-            revealedImage.reset();
-            const TextRange old = lastLine;
-            lastLine = line;
-            QList<TextRange> ranges{line, around};
-            if (old.location != TextRange::NotFound && old.location <= length)
-                ranges.append(old);
-            applyIncremental(ranges);
-            return;
+    if (answer->full) {
+        QPalette p = palette();
+        if (p.color(QPalette::Text) != config.ink) {
+            p.setColor(QPalette::Text, config.ink);
+            setPalette(p);
         }
+        const QFont body = config.bodyFont(config.fontSize);
+        if (font() != body)
+            setFont(body);
     }
-    if (!config.markdownEnabled) {
-        lastLine = line;
-        return;
-    }
-    if (line.location != lastLine.location) {
-        const TextRange old = lastLine;
-        lastLine = line;
-        applyIncremental({old, line});
-    }
-}
-
-QList<TextRange> NoteTextView::runEngine(const QList<TextRange>& ranges)
-{
     EditorStyleEngine::Options options;
     options.ink = config.ink;
     options.size = config.fontSize;
@@ -258,59 +197,20 @@ QList<TextRange> NoteTextView::runEngine(const QList<TextRange>& ranges)
     options.textDirection = config.textDirection;
     options.bodyFont = config.bodyFont;
     options.isCompletedTask = [](QStringView line) { return Tasks::marker(line) == Tasks::done; };
-    NoteImageOverlays* images = overlays;
-    options.reservedLineHeight = [images](const ImageToken& token) {
-        return images ? images->reservedLineHeight(token) : 0.0;
+    options.reservedLineHeight = [this](const ImageToken& token) {
+        return overlays ? overlays->reservedLineHeight(token) : 0.0;
     };
-    isApplyingStyles = true;
-    const QList<TextRange> styled =
-        EditorStyleEngine::apply(*document(), ranges, caretLine(), revealedImage, options, styleCache)
-            .styled;
-    isApplyingStyles = false;
-    return styled;
-}
-
-void NoteTextView::applyIncremental(const QList<TextRange>& ranges)
-{
-    if (hasMarkedText() || ranges.isEmpty())
-        return;
-    const TextRange line = caretLine();
-    const QList<TextRange> styled = runEngine(ranges);
-    lastLine = line;
-    if (overlays)
-        overlays->stylesApplied(styled);
-}
-
-void NoteTextView::applyFullPassIfSafe()
-{
-    if (hasMarkedText()) {
-        needsFullPass = true;
-        return;
+    EditorStyleEngine::Report report;
+    {
+        EditorCoordinator::Applying applying(coordinator);
+        report = EditorStyleEngine::apply(*document(), answer->ranges, answer->revealing,
+                                          answer->forceRevealImageID, options, styleCache);
     }
-    QPalette p = palette();
-    if (p.color(QPalette::Text) != config.ink) {
-        p.setColor(QPalette::Text, config.ink);
-        setPalette(p);
-    }
-    const QFont body = config.bodyFont(config.fontSize);
-    if (font() != body)
-        setFont(body);
-    const TextRange whole{0, EditorRanges::length(*document())};
-    runEngine({whole});
-    edits.clear();
-    lastLine = caretLine();
-    needsFullPass = false;
-    appliedStyle = configurationStamp();
     if (overlays)
-        overlays->stylesApplied({whole});
+        overlays->stylesApplied(report.styled);
 }
 
-void NoteTextView::restyle(const QList<TextRange>& ranges)
-{
-    applyIncremental(ranges);
-}
-
-// --- The change protocol ---------------------------------------------------------------------
+// --- The bridge's view -----------------------------------------------------------------------
 
 TextRange NoteTextView::selectedRange() const
 {
@@ -325,7 +225,8 @@ bool NoteTextView::replaceText(TextRange range, const QString& replacement)
     const qsizetype length = EditorRanges::length(*document());
     QTextCursor cursor(document());
     cursor.setPosition(static_cast<int>(std::clamp<qsizetype>(range.location, 0, length)));
-    cursor.setPosition(static_cast<int>(std::clamp<qsizetype>(range.end(), 0, length)), QTextCursor::KeepAnchor);
+    cursor.setPosition(static_cast<int>(std::clamp<qsizetype>(range.end(), 0, length)),
+                       QTextCursor::KeepAnchor);
     cursor.beginEditBlock();
     if (replacement.isEmpty())
         cursor.removeSelectedText();
@@ -350,14 +251,16 @@ void NoteTextView::takeFocus()
         setFocus(Qt::OtherFocusReason);
 }
 
-void NoteTextView::placeCaretBehind(TextRange token)
+void NoteTextView::moveCaret(qsizetype position)
 {
-    qsizetype position = token.end();
-    if (charAt(*document(), position) == u"\n"_s)
-        ++position;
     QTextCursor cursor = textCursor();
     cursor.setPosition(static_cast<int>(std::min(position, EditorRanges::length(*document()))));
     setTextCursor(cursor);
+}
+
+void NoteTextView::placeCaretBehind(TextRange token)
+{
+    moveCaret(ImageCaret::positionBehind(*document(), token));
 }
 
 // --- Keyboard ---------------------------------------------------------------------------------
@@ -369,47 +272,40 @@ void NoteTextView::keyPressEvent(QKeyEvent* event)
         return;
     }
     const Qt::KeyboardModifiers mods = event->modifiers() & ~Qt::KeypadModifier;
+    const bool plain = (mods & ~Qt::ShiftModifier) == Qt::NoModifier;
     const int key = event->key();
     // Key matching asks the platform theme for its bindings: only arrows need it.
     if (key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down) {
-        std::optional<ImageCaretEdge> edge;
+        std::optional<ImageCaret::Edge> edge;
         if (event->matches(QKeySequence::MoveToPreviousChar))
-            edge = ImageCaretEdge::Leading;
+            edge = ImageCaret::Edge::Leading;
         else if (event->matches(QKeySequence::MoveToNextChar))
-            edge = ImageCaretEdge::Trailing;
+            edge = ImageCaret::Edge::Trailing;
         else if (event->matches(QKeySequence::MoveToPreviousLine)
                  || event->matches(QKeySequence::MoveToNextLine))
-            edge = ImageCaretEdge::Nearest;
+            edge = ImageCaret::Edge::Nearest;
         QTextEdit::keyPressEvent(event);
-        if (edge)
-            snapCaretOutOfHiddenImageToken(*edge);
+        if (const auto position = edge ? ImageCaret::snapped(textCursor(), *edge) : std::nullopt)
+            moveCaret(*position);
         return;
     }
-    if (event->key() == Qt::Key_Backspace && (mods & ~Qt::ShiftModifier) == Qt::NoModifier) {
-        if (revealTokenBeforeDelete(true))
-            return;
-        QTextEdit::keyPressEvent(event);
+    if ((key == Qt::Key_Backspace && plain)
+        || (key == Qt::Key_Delete && event->matches(QKeySequence::Delete))) {
+        if (!revealTokenBeforeDelete(key == Qt::Key_Backspace))
+            QTextEdit::keyPressEvent(event);
         return;
     }
-    if (key == Qt::Key_Delete && event->matches(QKeySequence::Delete)) {
-        if (revealTokenBeforeDelete(false))
-            return;
-        QTextEdit::keyPressEvent(event);
-        return;
-    }
-    if ((event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
-        && (mods & ~Qt::ShiftModifier) == Qt::NoModifier) {
+    if ((key == Qt::Key_Return || key == Qt::Key_Enter) && plain) {
         cancelImageRevealIfSelected();
         if (continueTaskList())
             return;
         // Shift+Return would put a line separator (U+2028) inside the paragraph; a note
         // knows only line breaks.
-        QKeyEvent plain(event->type(), event->key(), Qt::NoModifier, event->text());
-        QTextEdit::keyPressEvent(&plain);
+        QKeyEvent unshifted(event->type(), key, Qt::NoModifier, event->text());
+        QTextEdit::keyPressEvent(&unshifted);
         return;
     }
-    if (!event->text().isEmpty() && event->text().front().isPrint()
-        && (mods & ~Qt::ShiftModifier) == Qt::NoModifier)
+    if (!event->text().isEmpty() && event->text().front().isPrint() && plain)
         cancelImageRevealIfSelected();
     QTextEdit::keyPressEvent(event);
 }
@@ -420,17 +316,31 @@ void NoteTextView::inputMethodEvent(QInputMethodEvent* event)
     if (!event->commitString().isEmpty())
         cancelImageRevealIfSelected();
     QTextEdit::inputMethodEvent(event);
-    if (hasMarkedText())
-        return;
-    if (needsFullPass) {
-        applyFullPassIfSafe();
-    } else if (wasComposing || edits.hasPendingEdits()) {
-        // Composition replaced the caret block's formats with its own underlines: restyle the
-        // block along with whatever the commit changed.
-        QList<TextRange> ranges = edits.consume(*document(), false);
-        ranges.append(caretLine());
-        applyIncremental(ranges);
-    }
+    carryOut(coordinator.inputMethodHandled(wasComposing, textCursor(), hasMarkedText()));
+}
+
+// A hidden picture never goes with one unseen keystroke: the first Backspace or Delete
+// selects its token and shows its text, the second removes it.
+bool NoteTextView::revealTokenBeforeDelete(bool backward)
+{
+    const std::optional<TextRange> token = coordinator.revealBeforeDelete(textCursor(), backward);
+    if (!token)
+        return false;
+    QTextCursor selection = textCursor();
+    selection.setPosition(static_cast<int>(token->location));
+    selection.setPosition(static_cast<int>(token->end()), QTextCursor::KeepAnchor);
+    setTextCursor(selection);
+    restyle({EditorRanges::lineRange(token->location, *document())});
+    return true;
+}
+
+// Typing after a reveal adds text instead of replacing the picture.
+bool NoteTextView::cancelImageRevealIfSelected()
+{
+    const std::optional<qsizetype> behind = coordinator.cancelRevealIfSelected(textCursor());
+    if (behind)
+        moveCaret(*behind);
+    return behind.has_value();
 }
 
 bool NoteTextView::continueTaskList()
@@ -442,90 +352,15 @@ bool NoteTextView::continueTaskList()
         lineText.chop(1);
     if (!Tasks::isTask(lineText))
         return false;
-    QTextCursor cursor = textCursor();
     if (!Tasks::stripped(lineText).isEmpty()) {
-        if (replaceText(selection, u"\n"_s + Tasks::openPrefix)) {
-            cursor.setPosition(static_cast<int>(selection.location + 1 + Tasks::openPrefix.size()));
-            setTextCursor(cursor);
-        }
+        if (replaceText(selection, u"\n"_s + Tasks::openPrefix))
+            moveCaret(selection.location + 1 + Tasks::openPrefix.size());
     } else if (replaceText(line, QString())) {
         // An empty task ends the list.
-        cursor.setPosition(static_cast<int>(std::min(line.location, EditorRanges::length(*document()))));
-        setTextCursor(cursor);
+        moveCaret(line.location);
     }
     ensureCursorVisible();
     return true;
-}
-
-void NoteTextView::snapCaretOutOfHiddenImageToken(ImageCaretEdge edge)
-{
-    QTextCursor cursor = textCursor();
-    if (cursor.hasSelection())
-        return;
-    const qsizetype caret = cursor.position();
-    const QList<ImageToken> tokens = tokensIn(*document(), caretLine());
-    const auto inside = std::find_if(tokens.begin(), tokens.end(), [&](const ImageToken& t) {
-        return t.range.location < caret && t.range.end() > caret;
-    });
-    if (inside == tokens.end() || !EditorStyleEngine::isHidden(*document(), inside->range.location))
-        return;
-    const TextRange token = inside->range;
-    qsizetype target = token.location;
-    if (edge == ImageCaretEdge::Trailing
-        || (edge == ImageCaretEdge::Nearest && token.location + token.length / 2 < caret))
-        target = token.end();
-    cursor.setPosition(static_cast<int>(target));
-    setTextCursor(cursor);
-}
-
-// A hidden picture never goes with one unseen keystroke: the first Backspace or Delete
-// selects its token and shows its text, the second removes it.
-bool NoteTextView::revealTokenBeforeDelete(bool backward)
-{
-    const QTextCursor cursor = textCursor();
-    if (cursor.hasSelection())
-        return false;
-    const qsizetype caret = cursor.position();
-    TextRange lines = caretLine();
-    if (backward && lines.location > 0) {
-        const TextRange above = EditorRanges::lineRange(lines.location - 1, *document());
-        lines = {above.location, lines.end() - above.location};
-    }
-    for (const ImageToken& token : tokensIn(*document(), lines)) {
-        if (!EditorStyleEngine::isHidden(*document(), token.range.location))
-            continue;
-        const TextRange r = token.range;
-        const bool hit = backward
-            ? (r.location < caret && caret <= r.end())
-                || (caret == r.end() + 1 && charAt(*document(), caret - 1) == u"\n"_s)
-            : r.location == caret;
-        if (!hit)
-            continue;
-        revealedImage = token.id;
-        QTextCursor selection = textCursor();
-        selection.setPosition(static_cast<int>(r.location));
-        selection.setPosition(static_cast<int>(r.end()), QTextCursor::KeepAnchor);
-        setTextCursor(selection);
-        applyIncremental({EditorRanges::lineRange(r.location, *document())});
-        return true;
-    }
-    return false;
-}
-
-bool NoteTextView::cancelImageRevealIfSelected()
-{
-    if (!revealedImage)
-        return false;
-    const TextRange selection = selectedRange();
-    const QList<ImageToken> tokens =
-        tokensIn(*document(), EditorRanges::lineRangeForRange(selection, *document()));
-    for (const ImageToken& token : tokens) {
-        if (token.id == *revealedImage && token.range == selection) {
-            placeCaretBehind(token.range);
-            return true;
-        }
-    }
-    return false;
 }
 
 // --- Mouse --------------------------------------------------------------------------------------
@@ -547,7 +382,7 @@ std::optional<QRectF> NoteTextView::boxRect(qsizetype lineStart) const
     const qreal a = line.cursorToX(local);
     const qreal b = line.cursorToX(local + 1);
     const QPointF origin = document()->documentLayout()->blockBoundingRect(block).topLeft()
-        - QPointF(horizontalScrollBar()->value(), verticalScrollBar()->value());
+                           - QPointF(horizontalScrollBar()->value(), verticalScrollBar()->value());
     return QRectF(std::min(a, b), line.y(), std::abs(b - a), line.height()).translated(origin);
 }
 
@@ -565,7 +400,7 @@ bool NoteTextView::toggleBox(const QPoint& viewportPoint)
     if (!rect || !rect->adjusted(-4, -3, 4, 3).contains(viewportPoint))
         return false;
     const QChar other = first.front() == Tasks::open ? Tasks::done : Tasks::open;
-    replaceText({line.location, 1}, QString(other));
+    replaceText({line.location, 1}, QString(1, other));
     return true;
 }
 
@@ -628,7 +463,8 @@ void NoteTextView::contextMenuEvent(QContextMenuEvent* event)
     delete menu;
 }
 
-// --- Images in ------------------------------------------------------------------------------------
+// --- Images in
+// ------------------------------------------------------------------------------------
 
 bool NoteTextView::canInsertFromMimeData(const QMimeData* source) const
 {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "editor/EditorBridge.h"
-#include "editor/EditorEditAccumulator.h"
+#include "editor/EditorCoordinator.h"
 #include "editor/EditorStyleCache.h"
 #include "notes/Note.h"
 #include "notes/TextRange.h"
@@ -18,10 +18,10 @@ class Desktop;
 class ImageStore;
 class NoteImageOverlays;
 
-// The live editing surface every note surface shares. It keeps its text in step with the
-// text the surface binds (the text property and textChanged), restyles only the lines an edit
-// or a caret move touched, and gives task boxes, links and image tokens their behaviour under
-// mouse and keyboard.
+// The live editing surface every note surface shares: a thin widget over the editor's
+// decisions. It forwards its events to its EditorCoordinator and runs the styling pass each
+// answer asks for; the caret rules of hidden image tokens come from ImageCaret. It gives
+// task boxes, links and image tokens their behaviour under mouse and keyboard.
 //
 // Every programmatic change (a box flipped, a task line continued, an image inserted or
 // resized) is one edit block: one undo step, and a textChanged like typing. Styling is never
@@ -42,9 +42,7 @@ public:
         std::function<QFont(double)> bodyFont;
     };
 
-    // Where the caret goes when it lands inside a hidden image token.
-    enum class ImageCaretEdge { Leading, Trailing, Nearest };
-
+    // desktop and images must outlive the view; the bridge is held weakly.
     NoteTextView(const QString& text, Configuration configuration, EditorBridge* bridge,
                  Desktop& desktop, ImageStore& images, QWidget* parent = nullptr);
     ~NoteTextView() override;
@@ -52,8 +50,8 @@ public:
     // The text as the user has it, block breaks as "\n"; every other character as typed.
     // QTextDocument keeps no CR: a CR LF or CR given to the view reads back as "\n".
     QString text() const;
-    // The binding's side: the surface's text. Replaces the view's text only when it differs,
-    // and never while an input method composes.
+    // Replaces the view's text only when it differs, and never while an input method
+    // composes; the caret keeps its place.
     void setText(const QString& text);
     void setConfiguration(Configuration configuration);
     const Configuration& configuration() const { return config; }
@@ -62,7 +60,7 @@ public:
     void focusSoon();
 
     bool hasMarkedText() const;
-    std::optional<QString> revealedImageID() const { return revealedImage; }
+    std::optional<QString> revealedImageID() const { return coordinator.revealedImage(); }
     void clearRevealedImage();
     NoteImageOverlays* imageOverlays() const { return overlays; }
     ImageStore& imageStore() const { return images; }
@@ -100,38 +98,23 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    void documentContentsChange(int from, int removed, int added);
-    void documentTextChanged();
-    void selectionDidChange();
-    void synchronize();
-    void applyIncremental(const QList<TextRange>& ranges);
-    void applyFullPassIfSafe();
-    QList<TextRange> runEngine(const QList<TextRange>& ranges);
-    QString configurationStamp() const;
-    TextRange caretLine() const;
-
+    void carryOut(const EditorCoordinator::Answer& answer);
+    void configure();
+    void moveCaret(qsizetype position);
+    bool revealTokenBeforeDelete(bool backward);
+    bool cancelImageRevealIfSelected();
+    bool continueTaskList();
     bool toggleBox(const QPoint& viewportPoint);
     bool openLink(const QPoint& viewportPoint);
     std::optional<QRectF> boxRect(qsizetype lineStart) const;
     qsizetype characterIndexAt(const QPoint& viewportPoint) const;
-    bool continueTaskList();
-    void snapCaretOutOfHiddenImageToken(ImageCaretEdge edge);
-    bool revealTokenBeforeDelete(bool backward);
-    bool cancelImageRevealIfSelected();
 
     Configuration config;
     QPointer<EditorBridge> bridge;
     Desktop& desktop;
     ImageStore& images;
     NoteImageOverlays* overlays = nullptr;
-
-    // The coordinator's state.
-    EditorEditAccumulator edits;
-    TextRange lastLine;
-    bool isApplyingStyles = false;
-    bool needsFullPass = false;
-    std::optional<QString> appliedStyle;
-    std::optional<QString> revealedImage;
+    EditorCoordinator coordinator;
     EditorStyleCache styleCache;
     // The text as last read; empty optional once the document changes.
     mutable std::optional<QString> cachedText;
