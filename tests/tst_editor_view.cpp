@@ -90,6 +90,7 @@ private Q_SLOTS:
     void markdownOffShowsNoPicture();
     void selectingAPictureThenTypingAddsTextBelow();
     void resizingWritesTheWidthAsOneUndoableEdit();
+    void aPictureFollowsItsFileAndTheViewsWidth();
 
 private:
     QString makeImage(int width, int height);
@@ -627,6 +628,28 @@ void EditorViewTest::resizingWritesTheWidthAsOneUndoableEdit()
     QCOMPARE(view->text(), u"top\n"_s + ImageTokens::token(id, 110) + u"\nbottom"_s);
     QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
     QCOMPARE(view->text(), text);
+}
+
+// The room of a picture follows its size: a file that arrives (by sync) and a narrower view
+// each restyle the picture's line.
+void EditorViewTest::aPictureFollowsItsFileAndTheViewsWidth()
+{
+    auto view = makeView(u"a\n"_s + ImageTokens::token(u"LATE-1"_s) + u"\nb"_s);
+    QVERIFY(view);
+    QCOMPARE(view->imageOverlays()->widgets().value(0)->height(), 96);
+    QImage image(300, 150, QImage::Format_ARGB32);
+    image.fill(Qt::green);
+    QVERIFY(image.save(dir.filePath(u"Images/LATE-1.png"_s)));
+    view->imageOverlays()->place(); // as after any scroll or layout change
+    QTRY_VERIFY(view->imageOverlays()->widgets().value(0)->hasFile());
+    const auto lineHeight = [&] {
+        return view->document()->findBlockByNumber(1).layout()->lineAt(0).height();
+    };
+    QTRY_VERIFY(qAbs(lineHeight() - (150 + 6)) <= 1.5);
+    view->resize(220, 500);
+    QTRY_VERIFY(lineHeight() < 150);
+    QCOMPARE(view->imageOverlays()->widgets().value(0)->width(),
+             qRound(view->imageOverlays()->containerWidth()));
 }
 
 QTEST_MAIN(EditorViewTest)

@@ -1,11 +1,10 @@
 #include "editor/ui/NoteImageOverlays.h"
 
 #include "editor/EditorRanges.h"
-#include "editor/EditorStyleEngine.h"
-#include "images/ImageStore.h"
-#include "editor/ui/NoteTextView.h"
 #include "editor/ui/NoteImageHandleWidget.h"
 #include "editor/ui/NoteImageOverlayWidget.h"
+#include "editor/ui/NoteTextView.h"
+#include "images/ImageStore.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QScrollBar>
@@ -27,9 +26,11 @@ QString slotKey(qsizetype location, const QString& id)
 
 } // namespace
 
-// The blocks that hold image tokens, so that a refresh after a keystroke looks at those
-// blocks only, not at the whole note. Each such block carries a mark as its user data; Qt
-// deletes the mark with the block, and the mark leaves the set.
+// The blocks that hold hidden image tokens, each with the tokens the last pass over it hid
+// (at positions within the block) and the room it reserved for them, so that placing the
+// pictures after a keystroke looks at those blocks only, not at the whole note. Each such
+// block carries a mark as its user data; Qt deletes the mark with the block, and the mark
+// leaves the set.
 struct NoteImageOverlays::TokenBlocks {
     class Mark final : public QTextBlockUserData {
     public:
@@ -43,6 +44,7 @@ struct NoteImageOverlays::TokenBlocks {
 
         std::shared_ptr<TokenBlocks> owner;
         QTextBlock block;
+        QList<EditorStyleEngine::ReservedImage> images;
     };
 
     QSet<Mark*> marks;
@@ -53,11 +55,18 @@ NoteImageOverlays::NoteImageOverlays(NoteTextView* textView)
     , view(textView)
     , blocks(std::make_shared<TokenBlocks>())
 {
-    connect(textView->verticalScrollBar(), &QScrollBar::valueChanged, this, &NoteImageOverlays::reposition);
-    connect(textView->document()->documentLayout(), &QAbstractTextDocumentLayout::documentSizeChanged,
-            this, &NoteImageOverlays::scheduleReposition);
-    connect(textView->document()->documentLayout(), &QAbstractTextDocumentLayout::update, this,
-            &NoteImageOverlays::scheduleReposition);
+    placeSoon.setSingleShot(true);
+    placeSoon.setInterval(0);
+    refreshSoon.setSingleShot(true);
+    refreshSoon.setInterval(0);
+    connect(&placeSoon, &QTimer::timeout, this, &NoteImageOverlays::place);
+    connect(&refreshSoon, &QTimer::timeout, this, &NoteImageOverlays::refresh);
+    connect(textView->verticalScrollBar(), &QScrollBar::valueChanged, this,
+            &NoteImageOverlays::place);
+    QAbstractTextDocumentLayout* layout = textView->document()->documentLayout();
+    connect(layout, &QAbstractTextDocumentLayout::documentSizeChanged, &placeSoon,
+            qOverload<>(&QTimer::start));
+    connect(layout, &QAbstractTextDocumentLayout::update, &placeSoon, qOverload<>(&QTimer::start));
 }
 
 NoteImageOverlays::~NoteImageOverlays()
@@ -75,7 +84,8 @@ double NoteImageOverlays::containerWidth() const
 
 NoteImageMetrics::DisplaySize NoteImageOverlays::sizeFor(const ImageToken& token) const
 {
-    if (auto it = dragSizes.constFind(slotKey(token.range.location, token.id)); it != dragSizes.cend())
+    if (auto it = dragSizes.constFind(slotKey(token.range.location, token.id));
+        it != dragSizes.cend())
         return *it;
     std::optional<QSize> pixels;
     if (const std::optional<QImage> image = view->imageStore().image(token.id))
@@ -83,109 +93,116 @@ NoteImageMetrics::DisplaySize NoteImageOverlays::sizeFor(const ImageToken& token
     return NoteImageMetrics::displaySize(pixels, token.width, containerWidth());
 }
 
-double NoteImageOverlays::reservedLineHeight(const ImageToken& token)
+double NoteImageOverlays::reservedLineHeight(const ImageToken& token) const
 {
     return sizeFor(token).height + 2 * NoteImageMetrics::verticalPadding;
 }
 
-void NoteImageOverlays::stylesApplied(const QList<TextRange>& ranges)
+bool NoteImageOverlays::fits(const EditorStyleEngine::ReservedImage& image) const
+{
+    return std::abs(reservedLineHeight(image.token) - image.height) <= 0.01;
+}
+
+void NoteImageOverlays::stylesApplied(const EditorStyleEngine::Report& report)
 {
     if (!view)
         return;
     QTextDocument& document = *view->document();
-    for (const TextRange& range : ranges) {
-        for (QTextBlock block = document.findBlock(static_cast<int>(range.location)); block.isValid();
-             block = block.next()) {
-            if (block.position() > range.end())
-                break;
-            const bool holdsToken = block.text().contains(u"![image"_s)
-                && !ImageTokens::tokens(block.text()).isEmpty();
+    qsizetype next = 0; // the report's images are in text order, as are its ranges
+    for (const TextRange& range : report.styled) {
+        for (QTextBlock block = document.findBlock(static_cast<int>(range.location));
+             block.isValid() && block.position() < range.end(); block = block.next()) {
+            const qsizetype start = block.position();
             auto* mark = dynamic_cast<TokenBlocks::Mark*>(block.userData());
-            if (holdsToken && !mark)
-                block.setUserData(new TokenBlocks::Mark(blocks, block));
-            else if (!holdsToken && mark)
-                block.setUserData(nullptr);
+            // What the pass did not cover of the block stays (lines split by U+2028).
+            QList<EditorStyleEngine::ReservedImage> images;
+            if (mark) {
+                for (const auto& image : std::as_const(mark->images)) {
+                    const qsizetype at = start + image.token.range.location;
+                    if (at < range.location || at >= range.end())
+                        images.append(image);
+                }
+            }
+            const qsizetype end = std::min(range.end(), start + block.length());
+            for (; next < report.images.size() && report.images[next].token.range.location < end;
+                 ++next) {
+                EditorStyleEngine::ReservedImage image = report.images[next];
+                image.token.range.location -= start;
+                images.append(image);
+            }
+            std::sort(images.begin(), images.end(), [](const auto& a, const auto& b) {
+                return a.token.range.location < b.token.range.location;
+            });
+            if (images.isEmpty()) {
+                if (mark)
+                    block.setUserData(nullptr);
+                continue;
+            }
+            if (!mark) {
+                mark = new TokenBlocks::Mark(blocks, block);
+                block.setUserData(mark);
+            }
+            mark->images = images;
         }
     }
-    refresh();
+    place();
 }
 
-QList<ImageToken> NoteImageOverlays::currentTokens() const
+QList<EditorStyleEngine::ReservedImage> NoteImageOverlays::placedImages() const
 {
-    QList<ImageToken> result;
-    if (!view)
-        return result;
-    const QTextDocument& document = *view->document();
+    QList<EditorStyleEngine::ReservedImage> result;
     for (const TokenBlocks::Mark* mark : std::as_const(blocks->marks)) {
         if (!mark->block.isValid())
             continue;
-        const qsizetype start = mark->block.position();
-        for (ImageToken token : ImageTokens::tokens(mark->block.text())) {
-            token.range.location += start;
-            // A token that shows as text (Markdown off, or revealed for deletion) has no picture.
-            if (EditorStyleEngine::isHidden(document, token.range.location))
-                result.append(token);
+        for (EditorStyleEngine::ReservedImage image : mark->images) {
+            image.token.range.location += mark->block.position();
+            result.append(image);
         }
     }
-    std::sort(result.begin(), result.end(), [](const ImageToken& a, const ImageToken& b) {
-        return a.range.location < b.range.location;
+    std::sort(result.begin(), result.end(), [](const auto& a, const auto& b) {
+        return a.token.range.location < b.token.range.location;
     });
     return result;
 }
 
 void NoteImageOverlays::refresh()
 {
-    if (!view || isRefreshing)
+    if (!view)
         return;
-    isRefreshing = true;
-    // A line whose reserved room no longer fits its picture (a file arrived, the view got
-    // narrower, a resize is under way) is restyled; the engine asks reservedLineHeight again.
     QList<TextRange> stale;
-    const QTextDocument& document = *view->document();
-    for (const ImageToken& token : currentTokens()) {
-        const double wanted = reservedLineHeight(token);
-        const double reserved = EditorStyleEngine::styledFormat(document, token.range.location)
-                                    .doubleProperty(EditorStyleEngine::reservedHeightProperty);
-        if (std::abs(wanted - reserved) > 0.01)
-            stale.append(EditorRanges::lineRange(token.range.location, document));
+    for (const EditorStyleEngine::ReservedImage& image : placedImages()) {
+        if (!fits(image))
+            stale.append(EditorRanges::lineRange(image.token.range.location, *view->document()));
     }
-    if (!stale.isEmpty())
+    if (stale.isEmpty())
+        place();
+    else
         view->restyle(stale);
-    isRefreshing = false;
-    reposition();
 }
 
-void NoteImageOverlays::scheduleReposition()
+void NoteImageOverlays::place()
 {
-    if (repositionQueued)
+    if (!view)
         return;
-    repositionQueued = true;
-    QMetaObject::invokeMethod(this, [this] {
-        repositionQueued = false;
-        reposition();
-    }, Qt::QueuedConnection);
-}
-
-void NoteImageOverlays::reposition()
-{
-    if (!view || isRepositioning)
-        return;
-    isRepositioning = true;
     QTextDocument& document = *view->document();
     QAbstractTextDocumentLayout* layout = document.documentLayout();
     const QPointF scroll(view->horizontalScrollBar()->value(), view->verticalScrollBar()->value());
 
     QHash<QString, Slot> next;
     QHash<QString, QRect> frames;
-    for (const ImageToken& token : currentTokens()) {
+    bool allFit = true;
+    for (const EditorStyleEngine::ReservedImage& image : placedImages()) {
+        const ImageToken& token = image.token;
         const QTextBlock block = document.findBlock(static_cast<int>(token.range.location));
         const QRectF blockRect = layout->blockBoundingRect(block); // lays the block out
         const int local = static_cast<int>(token.range.location - block.position());
         const QTextLine line = block.layout()->lineForTextPosition(local);
         if (!line.isValid() || line.height() <= 0)
             continue;
+        allFit = allFit && fits(image);
         const NoteImageMetrics::DisplaySize size = sizeFor(token);
-        const QPointF origin = blockRect.topLeft() - scroll
+        const QPointF origin =
+            blockRect.topLeft() - scroll
             + QPointF(line.naturalTextRect().left(), line.y() + NoteImageMetrics::verticalPadding);
         const QString key = slotKey(token.range.location, token.id);
         next.insert(key, Slot{token.id, token.range, size.width, size.height, size.hasFile});
@@ -209,13 +226,18 @@ void NoteImageOverlays::reposition()
             overlay = new NoteImageOverlayWidget(view->viewport(), it->id, picture);
             const QString key = it.key();
             overlay->onSelect = [this, key] { select(key); };
-            overlay->handle()->onDrag = [this, key](QPointF point, bool last) { drag(key, point, last); };
+            overlay->handle()->onDrag = [this, key](QPointF point, bool last) {
+                drag(key, point, last);
+            };
             overlay->show();
         }
         overlay->setGeometry(frames.value(it.key()));
     }
     slots = next;
-    isRepositioning = false;
+    // A file arrived, or the width changed without a resize: the room follows, outside
+    // whatever pass or layout this placement runs in.
+    if (!allFit)
+        refreshSoon.start();
 }
 
 QList<NoteImageOverlays::Slot> NoteImageOverlays::slotList() const
@@ -230,7 +252,8 @@ QList<NoteImageOverlays::Slot> NoteImageOverlays::slotList() const
 QList<NoteImageOverlayWidget*> NoteImageOverlays::widgets() const
 {
     QList<NoteImageOverlayWidget*> list = overlays.values();
-    std::sort(list.begin(), list.end(), [](const QWidget* a, const QWidget* b) { return a->y() < b->y(); });
+    std::sort(list.begin(), list.end(),
+              [](const QWidget* a, const QWidget* b) { return a->y() < b->y(); });
     return list;
 }
 
@@ -245,7 +268,8 @@ std::optional<ImageToken> NoteImageOverlays::tokenNearest(const Slot& slot) cons
     const TextRange line = EditorRanges::lineRange(slot.tokenRange.location, document);
     QList<ImageToken> candidates = ImageTokens::tokens(EditorRanges::text(document, line));
     qsizetype offset = line.location;
-    if (std::none_of(candidates.begin(), candidates.end(), [&](const ImageToken& t) { return t.id == slot.id; })) {
+    if (std::none_of(candidates.begin(), candidates.end(),
+                     [&](const ImageToken& t) { return t.id == slot.id; })) {
         candidates = ImageTokens::tokens(view->text());
         offset = 0;
     }
@@ -253,8 +277,9 @@ std::optional<ImageToken> NoteImageOverlays::tokenNearest(const Slot& slot) cons
         token.range.location += offset;
         if (token.id != slot.id)
             continue;
-        if (!best || std::abs(token.range.location - slot.tokenRange.location)
-                < std::abs(best->range.location - slot.tokenRange.location))
+        if (!best
+            || std::abs(token.range.location - slot.tokenRange.location)
+                   < std::abs(best->range.location - slot.tokenRange.location))
             best = token;
     }
     return best;

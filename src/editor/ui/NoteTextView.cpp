@@ -207,7 +207,7 @@ void NoteTextView::carryOut(const EditorCoordinator::Answer& answer)
                                           answer->forceRevealImageID, options, styleCache);
     }
     if (overlays)
-        overlays->stylesApplied(report.styled);
+        overlays->stylesApplied(report);
 }
 
 // --- The bridge's view -----------------------------------------------------------------------
