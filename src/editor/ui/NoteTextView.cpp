@@ -90,6 +90,7 @@ NoteTextView::NoteTextView(const QString& text, Configuration configuration, Edi
         if (coordinator.isApplying())
             return;
         carryOut(coordinator.textChanged(textCursor(), hasMarkedText()));
+        Q_EMIT edited();
     });
     const auto selectionMoved = [this] {
         carryOut(coordinator.selectionChanged(textCursor(), hasMarkedText()));
@@ -164,6 +165,13 @@ bool NoteTextView::hasMarkedText() const
 {
     const QTextBlock block = textCursor().block();
     return block.isValid() && block.layout() && !block.layout()->preeditAreaText().isEmpty();
+}
+
+void NoteTextView::observeText(QObject* context, std::function<void()> onEdited,
+                               std::function<void()> onCompositionEnded)
+{
+    connect(this, &NoteTextView::edited, context, std::move(onEdited));
+    connect(this, &NoteTextView::compositionEnded, context, std::move(onCompositionEnded));
 }
 
 void NoteTextView::clearRevealedImage()
@@ -316,7 +324,10 @@ void NoteTextView::inputMethodEvent(QInputMethodEvent* event)
     if (!event->commitString().isEmpty())
         cancelImageRevealIfSelected();
     QTextEdit::inputMethodEvent(event);
-    carryOut(coordinator.inputMethodHandled(wasComposing, textCursor(), hasMarkedText()));
+    const bool composing = hasMarkedText();
+    carryOut(coordinator.inputMethodHandled(wasComposing, textCursor(), composing));
+    if (wasComposing && !composing)
+        Q_EMIT compositionEnded();
 }
 
 // A hidden picture never goes with one unseen keystroke: the first Backspace or Delete

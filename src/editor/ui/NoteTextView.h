@@ -1,5 +1,6 @@
 #pragma once
 
+#include "editor/BoundTextView.h"
 #include "editor/EditorBridge.h"
 #include "editor/EditorCoordinator.h"
 #include "editor/EditorStyleCache.h"
@@ -21,12 +22,13 @@ class NoteImageOverlays;
 // The live editing surface every note surface shares: a thin widget over the editor's
 // decisions. It forwards its events to its EditorCoordinator and runs the styling pass each
 // answer asks for; the caret rules of hidden image tokens come from ImageCaret. It gives
-// task boxes, links and image tokens their behaviour under mouse and keyboard.
+// task boxes, links and image tokens their behaviour under mouse and keyboard. A
+// NoteTextBinding keeps its text in step with a note.
 //
 // Every programmatic change (a box flipped, a task line continued, an image inserted or
 // resized) is one edit block: one undo step, and a textChanged like typing. Styling is never
 // an edit: see EditorStyleEngine.
-class NoteTextView final : public QTextEdit, public EditorTextTarget {
+class NoteTextView final : public QTextEdit, public EditorTextTarget, public BoundTextView {
     Q_OBJECT
     Q_PROPERTY(QString text READ text WRITE setText NOTIFY textChanged)
 
@@ -49,17 +51,17 @@ public:
 
     // The text as the user has it, block breaks as "\n"; every other character as typed.
     // QTextDocument keeps no CR: a CR LF or CR given to the view reads back as "\n".
-    QString text() const;
+    QString text() const override;
     // Replaces the view's text only when it differs, and never while an input method
     // composes; the caret keeps its place.
-    void setText(const QString& text);
+    void setText(const QString& text) override;
     void setConfiguration(Configuration configuration);
     const Configuration& configuration() const { return config; }
     void setBridge(EditorBridge* bridge);
     // Takes the keyboard focus on the next turn of the event loop.
     void focusSoon();
 
-    bool hasMarkedText() const;
+    bool hasMarkedText() const override;
     std::optional<QString> revealedImageID() const { return coordinator.revealedImage(); }
     void clearRevealedImage();
     NoteImageOverlays* imageOverlays() const { return overlays; }
@@ -82,8 +84,19 @@ public:
     bool replaceText(TextRange range, const QString& replacement) override;
     void takeFocus() override;
 
+    // BoundTextView
+    QObject* viewObject() override { return this; }
+    void observeText(QObject* context, std::function<void()> edited,
+                     std::function<void()> compositionEnded) override;
+
 public Q_SLOTS:
     void insertImageFromPanel();
+
+Q_SIGNALS:
+    // The user changed the text (typing, pasting, undo, a box clicked); not for a text set
+    // from outside, nor for styling.
+    void edited();
+    void compositionEnded();
 
 protected:
     void keyPressEvent(QKeyEvent* event) override;
