@@ -55,7 +55,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         require(run.start == at.size() && run.length > 0);
         require(at.isEmpty() || !(at.back() == run.attributes));
         require(run.attributes.link < result.links.size());
-        require(run.attributes.image < result.images.size());
         at.append(QList<MarkdownRuns::Attributes>(run.length, run.attributes));
     }
     require(at.size() == text.size());
@@ -77,10 +76,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
             mayHide[i] = true;
             inHiddenToken[i] = input.markdownEnabled && !shown;
             require(((at[i].flags & MarkdownRuns::Hidden) != 0) == inHiddenToken[i]);
+            // Only a hidden token's first character holds its picture's room.
+            const bool reserves = inHiddenToken[i] && i == token.range.location;
+            require(((at[i].flags & MarkdownRuns::Reserves) != 0) == reserves);
         }
         if (input.markdownEnabled && !shown) {
-            const MarkdownRuns::Attributes& first = at[token.range.location];
-            require(first.image == hiddenTokens);
+            require(hiddenTokens < result.images.size());
             require(result.images[hiddenTokens].id == token.id);
             require(result.images[hiddenTokens].range.location
                     == token.range.location + input.offset);
@@ -95,7 +96,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         require(!hidden || mayHide[i] || isMarkerChar(text[i]));
         require(!hidden || inHiddenToken[i] || !line || !line->contains(i));
         if (!input.markdownEnabled) {
-            require(a.font == MarkdownRuns::BodyFont && a.link < 0 && a.image < 0);
+            require(a.font == MarkdownRuns::BodyFont && a.link < 0);
             require((a.flags & ~MarkdownRuns::Struck) == 0);
             require(a.tone == MarkdownRuns::Tone::Full || a.tone == MarkdownRuns::Tone::Done);
         }

@@ -49,7 +49,7 @@ const QHash<QString, std::function<bool(const Attributes&)>> looks{
     {u"struck"_s, [](const Attributes& a) { return a.flags & MarkdownRuns::Struck; }},
     {u"underlined"_s, [](const Attributes& a) { return a.flags & MarkdownRuns::Underline; }},
     {u"linked"_s, [](const Attributes& a) { return a.link >= 0; }},
-    {u"reserves"_s, [](const Attributes& a) { return a.image >= 0; }},
+    {u"reserves"_s, [](const Attributes& a) { return a.flags & MarkdownRuns::Reserves; }},
 };
 
 // The first occurrence of the needle, or "@n+len" for a position.

@@ -61,12 +61,6 @@ QList<TextRange> affectedLines(const QList<TextRange>& edits, qsizetype length, 
 
 } // namespace
 
-bool isLineTerminator(QChar c)
-{
-    const char16_t u = c.unicode();
-    return u == u'\n' || u == u'\r' || u == 0x0085 || u == 0x2028 || u == 0x2029;
-}
-
 qsizetype lineEnd(QStringView text, qsizetype position)
 {
     return lineEndIn(text, std::clamp<qsizetype>(position, 0, text.size()), nullptr);
@@ -127,9 +121,13 @@ qsizetype length(const QTextDocument& document)
 QString text(const QTextDocument& document, TextRange range)
 {
     const TextRange r = clampedInto(range, length(document));
+    return text(document.findBlock(static_cast<int>(r.location)), r);
+}
+
+QString text(QTextBlock block, TextRange r)
+{
     QString result;
     result.reserve(r.length);
-    QTextBlock block = document.findBlock(static_cast<int>(r.location));
     // Each block starts where the one before ends: counting on is cheaper than asking every
     // block for its position, which walks the document's tree.
     for (qsizetype blockStart = block.position(); block.isValid() && blockStart < r.end();

@@ -6,6 +6,7 @@
 #include <QString>
 #include <QStringView>
 
+class QTextBlock;
 class QTextDocument;
 
 // Range arithmetic over a note's text: its lines, the lines an edit touched, and ranges joined
@@ -13,8 +14,13 @@ class QTextDocument;
 // positions. Nothing here fails: what lies outside the text is clamped into it or dropped.
 namespace EditorRanges {
 
-// LF, CR, NEL, U+2028 and U+2029 end a line; CR LF ends one line, not two.
-bool isLineTerminator(QChar c);
+// LF, CR, NEL, U+2028 and U+2029 end a line; CR LF ends one line, not two. Inline: every
+// scan of a line asks it of each unit.
+inline bool isLineTerminator(QChar c)
+{
+    const char16_t u = c.unicode();
+    return u == u'\n' || u == u'\r' || u == 0x0085 || u == 0x2028 || u == 0x2029;
+}
 // The end of the line holding the unit at position, terminator included; the text's size
 // when the text ends first.
 qsizetype lineEnd(QStringView text, qsizetype position);
@@ -35,6 +41,9 @@ QList<TextRange> merged(const QList<TextRange>& ranges, qsizetype length);
 qsizetype length(const QTextDocument& document);
 // The document's text over the range, block breaks as "\n" (what toPlainText gives).
 QString text(const QTextDocument& document, TextRange range);
+// The same from the block that holds the range's start, for a caller that has found it; the
+// range must lie inside the document.
+QString text(QTextBlock first, TextRange range);
 TextRange lineRangeForRange(TextRange range, const QTextDocument& document);
 TextRange lineRange(qsizetype location, const QTextDocument& document);
 QList<TextRange> affectedLineRanges(const QList<TextRange>& edits, const QTextDocument& document);

@@ -101,6 +101,7 @@ public:
                QTextBlock block, qsizetype blockStart, qsizetype& dirtyFrom, qsizetype& dirtyTo)
     {
         qsizetype runIndex = 0;
+        qsizetype image = 0;
         // Each block starts where the one before ends: counting on is cheaper than asking
         // every block for its position, which walks the document's tree.
         for (; block.isValid(); blockStart += block.length(), block = block.next()) {
@@ -110,8 +111,8 @@ public:
             const qsizetype from = std::max(range.location, blockStart);
             const qsizetype to = std::min(range.end(), textEnd);
             if ((to > from || !block.layout()->formats().isEmpty())
-                && writeBlock(block, blockStart, {runs, heights, range.location, runIndex}, from,
-                              std::max(from, to))) {
+                && writeBlock(block, blockStart, {runs, heights, range.location, runIndex, image},
+                              from, std::max(from, to))) {
                 // Up to the block's break, not past it: the layout redoes every block that
                 // starts at or before the end of the notice, the next one included.
                 dirtyFrom = std::min(dirtyFrom, blockStart);
@@ -126,6 +127,7 @@ private:
         const QList<double>& heights;
         qsizetype start;     // the document position of the runs' text
         qsizetype& runIndex; // the first run that may still reach into a later block
+        qsizetype& image;    // the image whose room the next Reserves run holds
     };
 
     // Whether the block's formats changed. Unchanged formats are left alone, as
@@ -162,10 +164,14 @@ private:
                 continue;
             }
             const qsizetype j = std::min(runEnd, to);
+            // A Reserves run is one character: it is never split between blocks.
+            const double room = run.attributes.flags & MarkdownRuns::Reserves
+                                    ? source.heights[source.image++]
+                                    : 0.0;
             QTextLayout::FormatRange range;
             range.start = static_cast<int>(i - blockStart);
             range.length = static_cast<int>(j - i);
-            range.format = format(run.attributes, source);
+            range.format = format(run.attributes, room, source);
             // Plain text in the body face and full ink needs no range: the document's default
             // font and the view's text colour already are that. Fewer ranges, faster layout.
             if (range.format.propertyCount() > 0)
@@ -199,24 +205,25 @@ private:
         return *kept;
     }
 
-    QTextCharFormat format(const Attributes& attr, const Source& source)
+    // room: the height a Reserves character holds for its picture; 0 for none.
+    QTextCharFormat format(const Attributes& attr, double room, const Source& source)
     {
         // The room of a picture is rare and the pass's own: never kept.
-        if (attr.image >= 0 && source.heights[attr.image] > 0)
-            return build(attr, source);
+        if (room > 0)
+            return build(attr, room, source);
         const quint64 key = keyOf(attr);
         if (attr.link >= 0) {
             const EditorStyleCache::LinkKey linkKey{key, source.runs.links[attr.link]};
             if (const QTextCharFormat* kept = memory.linkFormats.find(linkKey))
                 return *kept;
-            return memory.linkFormats.insert(linkKey, build(attr, source));
+            return memory.linkFormats.insert(linkKey, build(attr, 0, source));
         }
         if (const QTextCharFormat* kept = memory.formats.find(key))
             return *kept;
-        return memory.formats.insert(key, build(attr, source));
+        return memory.formats.insert(key, build(attr, 0, source));
     }
 
-    QTextCharFormat build(const Attributes& attr, const Source& source)
+    QTextCharFormat build(const Attributes& attr, double room, const Source& source)
     {
         QTextCharFormat f;
         if (attr.font != MarkdownRuns::BodyFont)
@@ -261,10 +268,9 @@ private:
             f.setForeground(Qt::transparent);
             f.setBackground(Qt::transparent);
             f.setProperty(hiddenProperty, true);
-            if (attr.image >= 0 && source.heights[attr.image] > 0) {
-                const double height = source.heights[attr.image];
-                f.setFontPointSize(pointsForLineHeight(height));
-                f.setProperty(reservedHeightProperty, height);
+            if (room > 0) {
+                f.setFontPointSize(pointsForLineHeight(room));
+                f.setProperty(reservedHeightProperty, room);
             }
         }
         return f;
@@ -349,7 +355,8 @@ Report apply(QTextDocument& document, const QList<TextRange>& ranges,
     };
     QList<double> heights;
     for (const TextRange& range : std::as_const(report.styled)) {
-        input.text = EditorRanges::text(document, range);
+        const QTextBlock first = document.findBlock(static_cast<int>(range.location));
+        input.text = EditorRanges::text(first, range);
         input.offset = range.location;
         const MarkdownRuns::Result runs = MarkdownRuns::compute(input);
         heights.clear();
@@ -363,7 +370,6 @@ Report apply(QTextDocument& document, const QList<TextRange>& ranges,
             announce();
         qsizetype dirtyFrom = std::numeric_limits<qsizetype>::max();
         qsizetype dirtyTo = -1;
-        const QTextBlock first = document.findBlock(static_cast<int>(range.location));
         writer.write(runs, heights, range, first, first.position(), dirtyFrom, dirtyTo);
         if (dirtyTo < dirtyFrom)
             continue;

@@ -79,28 +79,29 @@ public:
 
     void setFont(qsizetype from, qsizetype count, quint8 font)
     {
-        for (qsizetype i = from; i < from + count; ++i)
-            attrs[i].font = font;
+        for (Attributes* a = attrs.data() + from; a < attrs.data() + from + count; ++a)
+            a->font = font;
     }
     void setTone(qsizetype from, qsizetype count, Tone tone)
     {
-        for (qsizetype i = from; i < from + count; ++i)
-            attrs[i].tone = tone;
+        for (Attributes* a = attrs.data() + from; a < attrs.data() + from + count; ++a)
+            a->tone = tone;
     }
     void addFlag(qsizetype from, qsizetype count, Flag flag)
     {
-        for (qsizetype i = from; i < from + count; ++i)
-            attrs[i].flags |= flag;
+        for (Attributes* a = attrs.data() + from; a < attrs.data() + from + count; ++a)
+            a->flags |= flag;
     }
     void setLink(qsizetype from, qsizetype count, const QString& href)
     {
         result.links.append(href);
-        for (qsizetype i = from; i < from + count; ++i)
-            attrs[i].link = static_cast<qint32>(result.links.size() - 1);
+        const auto link = static_cast<qint32>(result.links.size() - 1);
+        for (Attributes* a = attrs.data() + from; a < attrs.data() + from + count; ++a)
+            a->link = link;
     }
     void addImage(ImageToken token)
     {
-        attrs[token.range.location].image = static_cast<qint32>(result.images.size());
+        attrs[token.range.location].flags |= Reserves;
         token.range.location += input.offset;
         result.images.append(std::move(token));
     }
@@ -130,11 +131,13 @@ public:
 
     Result finish()
     {
-        for (qsizetype i = 0; i < attrs.size();) {
+        const QList<Attributes>& all = attrs; // read only: no detach checks in the loop
+        result.runs.reserve(std::min<qsizetype>(all.size(), 32));
+        for (qsizetype i = 0; i < all.size();) {
             qsizetype j = i + 1;
-            while (j < attrs.size() && attrs[j] == attrs[i])
+            while (j < all.size() && all[j] == all[i])
                 ++j;
-            result.runs.append(Run{i, j - i, attrs[i]});
+            result.runs.append(Run{i, j - i, all[i]});
             i = j;
         }
         return std::move(result);

@@ -34,17 +34,18 @@ enum Flag : quint8 {
     Struck = 4,
     Background = 8,
     Oblique = 16,
+    // The first character of a hidden image token: it holds the room of the token's picture.
+    // Result::images lists those tokens in the order of these characters.
+    Reserves = 32,
 };
 
+// Eight bytes: a pass keeps one per character of the lines it styles.
 struct Attributes {
     quint8 font = BodyFont;
     Tone tone = Tone::Full;
     quint8 flags = 0; // Flag bits
     // Index into Result::links: the link this character follows; -1 for none.
     qint32 link = -1;
-    // Index into Result::images: this character holds the room of that hidden token's
-    // picture (the token's first character); -1 for none.
-    qint32 image = -1;
 
     friend bool operator==(const Attributes&, const Attributes&) = default;
 };
@@ -80,7 +81,7 @@ struct Result {
     // Cover the text exactly once, in order; neighbours differ.
     QList<Run> runs;
     QStringList links;
-    // The hidden tokens, in document positions, in text order.
+    // The hidden tokens, in document positions, in text order: one per Reserves character.
     QList<ImageToken> images;
 
     friend bool operator==(const Result&, const Result&) = default;
