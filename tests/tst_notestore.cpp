@@ -10,19 +10,14 @@
 
 #include <QCryptographicHash>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QMessageBox>
-#include <QProcess>
-#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
-#include <csignal>
 #include <memory>
-#include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -476,129 +471,6 @@ private Q_SLOTS:
         QCOMPARE(box->text(), L10n::text(u"storage.error_title"_s));
         QCOMPARE(box->informativeText(),
                  error.description() + u"\n\n"_s + L10n::text(u"storage.error_help"_s));
-    }
-
-    // Helpers edit, create and delete notes with real timers and are killed at random
-    // moments; after each kill the library must open whole and hold every text that the
-    // helper saw saved, or a later one. Two libraries run side by side to halve the wait.
-    void survivesKillsAtRandomMoments()
-    {
-        const int runs = qEnvironmentVariableIntValue("PONDRIFT_CRASH_RUNS") > 0
-                             ? qEnvironmentVariableIntValue("PONDRIFT_CRASH_RUNS")
-                             : 200;
-        QRandomGenerator random(20261123);
-        CrashLane lanes[2];
-        int kills = 0;
-        for (int run = 0; kills < runs; ++run) {
-            QElapsedTimer clock;
-            clock.start();
-            for (CrashLane& lane : lanes) {
-                lane.start(run, random.generate());
-                // A random stretch of life, launch included.
-                lane.killAt = random.bounded(20, 350);
-            }
-            for (CrashLane& lane : lanes) {
-                const qint64 wait = std::max<qint64>(0, lane.killAt - clock.elapsed());
-                if (lane.process.waitForFinished(static_cast<int>(wait)))
-                    QFAIL(qPrintable(u"the helper ended by itself: "_s +
-                                     QString::fromUtf8(lane.process.readAllStandardError())));
-                ::kill(static_cast<pid_t>(lane.process.processId()), SIGKILL);
-                QVERIFY(lane.process.waitForFinished());
-                ++kills;
-            }
-            for (CrashLane& lane : lanes) {
-                checkAfterKill(lane, run);
-                if (QTest::currentTestFailed())
-                    return;
-            }
-        }
-        QVERIFY(kills >= runs);
-        QVERIFY2(lanes[0].savesSeen + lanes[1].savesSeen > runs,
-                 "the helpers must get their saves done between kills");
-    }
-
-private:
-    struct CrashLane {
-        QTemporaryDir dir;
-        QProcess process;
-        qint64 killAt = 0;
-        QHash<QString, qint64> required; // id -> lowest version the database may hold
-        QSet<QString> deleting;          // ids whose row may be gone at any moment
-        int savesSeen = 0;
-
-        void start(int run, quint32 seed)
-        {
-            const QString helper = QStringLiteral(PONDRIFT_HELPER_DIR) + u"/crashloop"_s;
-            // Versions only grow, from run to run too.
-            process.start(helper, {dir.path(), QString::number(qint64(run + 1) * 10'000'000),
-                                   QString::number(seed)});
-        }
-    };
-
-    void checkAfterKill(CrashLane& lane, int run)
-    {
-        QtFiles files;
-        static const QRegularExpression savedLine(u"^S (\\S+) (\\d+)$"_s);
-        static const QRegularExpression deletedLine(u"^D (\\S+)$"_s);
-        static const QRegularExpression deletingLine(u"^X (\\S+)$"_s);
-        static const QRegularExpression version(u"\\bv(\\d+)\\b"_s);
-        const QList<QByteArray> lines = lane.process.readAllStandardOutput().split('\n');
-        // The last piece has no newline yet: it may have been cut by the kill.
-        for (qsizetype i = 0; i + 1 < lines.size(); ++i) {
-            const QString line = QString::fromUtf8(lines.at(i));
-            if (const auto m = savedLine.match(line); m.hasMatch()) {
-                lane.required[m.captured(1)] = m.captured(2).toLongLong();
-                lane.deleting.remove(m.captured(1));
-                ++lane.savesSeen;
-            } else if (const auto x = deletingLine.match(line); x.hasMatch()) {
-                lane.deleting.insert(x.captured(1));
-            } else if (const auto d = deletedLine.match(line); d.hasMatch()) {
-                lane.required.remove(d.captured(1));
-                lane.deleting.remove(d.captured(1));
-            } else if (line.startsWith(u"E "_s)) {
-                QFAIL(qPrintable(u"the helper met a storage failure: "_s + line));
-            }
-        }
-
-        const QString db = lane.dir.filePath(u"notes.db"_s);
-        sqlite3* raw = nullptr;
-        QCOMPARE(sqlite3_open_v2(db.toUtf8().constData(), &raw, SQLITE_OPEN_READONLY, nullptr),
-                 SQLITE_OK);
-        sqlite3_stmt* check = nullptr;
-        sqlite3_prepare_v2(raw, "PRAGMA integrity_check;", -1, &check, nullptr);
-        const int stepped = sqlite3_step(check);
-        const QByteArray verdict(reinterpret_cast<const char*>(sqlite3_column_text(check, 0)));
-        sqlite3_finalize(check);
-        sqlite3_close_v2(raw);
-        QCOMPARE(stepped, SQLITE_ROW);
-        QCOMPARE(verdict, QByteArray("ok"));
-
-        QList<Note> stored;
-        try {
-            stored = Store(db, lane.dir.filePath(u"note.key"_s), files).load();
-        } catch (const LocalizedError& error) {
-            QFAIL(qPrintable(u"the library does not open: "_s + error.description()));
-        }
-        ImageStore images(lane.dir.filePath(u"Images"_s), files);
-        QHash<QString, Note> byID;
-        for (const Note& note : std::as_const(stored)) {
-            byID.insert(note.id, note);
-            for (const QString& id : ImageTokens::referencedIDs(note.body))
-                QVERIFY2(images.filePath(id), "a stored note lost its picture");
-        }
-        for (const QString& id : std::as_const(lane.deleting)) {
-            if (!byID.contains(id))
-                lane.required.remove(id);
-        }
-        lane.deleting.clear(); // the next launch finishes no deletion of this one
-        for (auto it = lane.required.cbegin(); it != lane.required.cend(); ++it) {
-            QVERIFY2(byID.contains(it.key()),
-                     qPrintable(u"saved note %1 is gone after run %2"_s.arg(it.key()).arg(run)));
-            const qint64 held = version.match(byID.value(it.key()).body).captured(1).toLongLong();
-            QVERIFY2(held >= it.value(),
-                     qPrintable(u"note %1 holds v%2, older than the saved v%3"_s.arg(
-                         it.key(), QString::number(held), QString::number(it.value()))));
-        }
     }
 };
 

@@ -64,14 +64,12 @@ private Q_SLOTS:
         QCOMPARE(Ink::face(setting, faces).name, face);
     }
 
-    void facesOnThisMachine()
+    void fontsAreFoundByFamily()
     {
-        // The PostScript names are rarely families here; whatever is missing leaves the list.
-        const auto& faces = Ink::faces();
-        QCOMPARE(faces.front().name, u"System"_s);
-        for (const NoteFace& f : faces)
-            QVERIFY(f.body.isEmpty() || Ink::fontExists(f.body));
+        // The test command installs DejaVu; a lookup that always answered one way would fail.
+        QVERIFY(Ink::fontExists(u"DejaVu Sans"_s));
         QVERIFY(!Ink::fontExists(u"NoSuchFont-Regular"_s));
+        QCOMPARE(Ink::faces().front().name, u"System"_s);
     }
 
     void colourAndFaceNamesFollowTheLanguage()
@@ -94,18 +92,6 @@ private Q_SLOTS:
             QSKIP("Menlo is installed here");
         const QFont font = Ink::body(menlo, 14);
         QCOMPARE(font.pointSizeF(), 14 * 0.75);
-    }
-
-    void currentFaceFollowsTheSetting()
-    {
-        // The last face this machine has, which is System where it has none of the others.
-        const NoteFace last = Ink::faces().back();
-        Settings::setNoteFontName(last.body);
-        QCOMPARE(Ink::face(), last);
-        Settings::setNoteFontName(u"NoSuchFont"_s);
-        QCOMPARE(Ink::face().name, u"System"_s);
-        Settings::setNoteFontName(last.body);
-        QCOMPARE(Ink::face(), last);
     }
 };
 

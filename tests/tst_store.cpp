@@ -383,50 +383,6 @@ private Q_SLOTS:
         QCOMPARE(crypto.open(crypto.seal(u"x"_s)), u"x"_s);
     }
 
-    void racingProcessesAgreeOnOneKey()
-    {
-        const QString helper = QStringLiteral(PONDRIFT_HELPER_DIR "/keyrace");
-        constexpr int rounds = 15;
-        constexpr int racers = 3;
-        for (int round = 0; round < rounds; ++round) {
-            QTemporaryDir dir;
-            const QString path = dir.filePath(u"note.key"_s);
-            // The racers block reading this FIFO; closing its only write end wakes them all at
-            // the same instant, so they look for the key file and make one together.
-            const QByteArray gate = QFile::encodeName(dir.filePath(u"gate"_s));
-            QCOMPARE(::mkfifo(gate.constData(), 0600), 0);
-            const int gateWriter = ::open(gate.constData(), O_RDWR | O_CLOEXEC);
-            QVERIFY(gateWriter >= 0);
-            std::vector<std::unique_ptr<QProcess>> processes;
-            for (int i = 0; i < racers; ++i) {
-                auto p = std::make_unique<QProcess>();
-                p->start(helper, {path, QFile::decodeName(gate)});
-                QVERIFY2(p->waitForStarted(), qPrintable(p->errorString()));
-                processes.push_back(std::move(p));
-            }
-            for (auto& p : processes) {
-                while (!p->canReadLine())
-                    QVERIFY2(p->waitForReadyRead(10000), "a racer never became ready");
-                QCOMPARE(p->readLine(), QByteArray("ready\n"));
-            }
-            ::close(gateWriter);
-            QList<QByteArray> sealed;
-            for (auto& p : processes) {
-                QVERIFY(p->waitForFinished(20000));
-                QCOMPARE(p->exitCode(), 0);
-                sealed.append(QByteArray::fromHex(p->readAllStandardOutput().trimmed()));
-            }
-            QCOMPARE(TestFiles::read(path).size(), 32);
-            QCOMPARE(QDir(dir.path())
-                         .entryList(QDir::AllEntries | QDir::Hidden | QDir::System |
-                                    QDir::NoDotAndDotDot),
-                     (QStringList{u"gate"_s, u"note.key"_s}));
-            Crypto winner(path, false, files);
-            for (const QByteArray& body : sealed)
-                QCOMPARE(winner.open(body), u"race"_s);
-        }
-    }
-
     void anEmptyDatabaseMakesItsKeyOnTheFirstWrite()
     {
         Store store(dbPath(), keyPath(), files);

@@ -86,7 +86,7 @@ std::optional<QString> ImageStore::filePath(const QString& id)
     const QString png = folder + u'/' + id + u".png"_s;
     if (const auto entry = files.stat(png); entry && entry->kind == Files::Kind::File)
         return png;
-    const auto entries = files.list(folder);
+    const auto entries = files.list(folder, false);
     if (!entries)
         return std::nullopt;
     // The first by name among "id.ext" files, so the answer does not depend on the listing.
@@ -147,7 +147,7 @@ void ImageStore::deleteImages(const QStringList& ids)
 QStringList ImageStore::allIDs()
 {
     QStringList ids;
-    if (const auto entries = files.list(folder)) {
+    if (const auto entries = files.list(folder, false)) {
         for (const Files::Entry& entry : *entries) {
             if (entry.kind != Files::Kind::File)
                 continue;

@@ -55,7 +55,8 @@ public:
     // Absent when nothing is at the path. Links are followed.
     virtual std::optional<Entry> stat(const QString& path) = 0;
     // The entries of a folder, "." and ".." left out, in no particular order, each as stat
-    // gives it (an entry that vanished while listing is left out). Absent when the folder
-    // cannot be read.
-    virtual std::optional<QList<Entry>> list(const QString& folder) = 0;
+    // gives it (an entry that vanished while listing is left out). Without dates, only names
+    // and kinds are filled, which spares a look at every file where the folder's own listing
+    // tells the kind. Absent when the folder cannot be read.
+    virtual std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) = 0;
 };

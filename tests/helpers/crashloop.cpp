@@ -1,6 +1,6 @@
 // Edits, creates and deletes notes through the note store with real timers, for as long as
 // it lives, so that a test can kill it at any moment. On standard output it tells what the
-// database durably holds: "S <id> <version>" when the saved body of a note carries that
+// database durably holds: "R" once the library is open, "S <id> <version>" when the saved body of a note carries that
 // version, "D <id>" when its row is gone, and "X <id>" just before a deletion that may take
 // the row at any moment. Every body carries "v<version>", and versions only
 // grow (the first argument is where they start), so a later text is a larger number.
@@ -170,6 +170,8 @@ int main(int argc, char** argv)
     });
     if (!notes.isWritable())
         return 1;
+    // The library is open and its database made: kills may begin.
+    say(u"R"_s);
 
     Driver driver(notes, images, args.at(2).toLongLong(), args.at(3).toUInt());
     QTimer ticks;

@@ -38,7 +38,10 @@ public:
         return disk.makeFolder(path, withParents);
     }
     std::optional<Entry> stat(const QString& path) override { return disk.stat(path); }
-    std::optional<QList<Entry>> list(const QString& folder) override { return disk.list(folder); }
+    std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) override
+    {
+        return disk.list(folder, withDates);
+    }
 
 private:
     std::optional<Result> fault(const QString& path);

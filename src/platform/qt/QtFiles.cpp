@@ -175,7 +175,7 @@ std::optional<Files::Entry> QtFiles::stat(const QString& path)
     return entryOf(QFileInfo(path).fileName(), st);
 }
 
-std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder)
+std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder, bool withDates)
 {
     DIR* dir = ::opendir(QFile::encodeName(folder).constData());
     if (!dir)
@@ -186,6 +186,13 @@ std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder)
         const char* name = found->d_name;
         if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0)))
             continue;
+        if (!withDates && (found->d_type == DT_REG || found->d_type == DT_DIR)) {
+            Entry entry;
+            entry.name = QFile::decodeName(name);
+            entry.kind = found->d_type == DT_REG ? Kind::File : Kind::Folder;
+            entries.append(std::move(entry));
+            continue;
+        }
         struct stat st {};
         if (::fstatat(fd, name, &st, 0) != 0) {
             // A dangling link is still an entry that exists; one that vanished is not.

@@ -13,5 +13,5 @@ public:
     Result remove(const QString& path) override;
     Result makeFolder(const QString& path, bool withParents) override;
     std::optional<Entry> stat(const QString& path) override;
-    std::optional<QList<Entry>> list(const QString& folder) override;
+    std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) override;
 };
