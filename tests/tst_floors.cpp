@@ -152,28 +152,6 @@ private Q_SLOTS:
         QVERIFY(TestFiles::write(path, TestFiles::read(path) + line.toUtf8() + '\n'));
         QCOMPARE(violations(copy.path()), QStringList{report});
     }
-
-    void whatTheFloorsAllow_data()
-    {
-        QTest::addColumn<QString>("file");
-        QTest::addColumn<QString>("line");
-        QTest::newRow("a widget includes Qt Widgets and its own model")
-            << u"editor/ui/View.cpp"_s << u"#include <QTextEdit>\n#include \"editor/EditorBridge.h\""_s;
-        QTest::newRow("the X11 backend includes xcb") << u"platform/x11/Grab.cpp"_s
-                                                      << u"#include <xcb/xcb.h>"_s;
-        QTest::newRow("the top includes every floor")
-            << u"app/Wiring.cpp"_s << u"#include \"sync/CloudSync.h\"\n#include \"platform/Log.h\""_s;
-        QTest::newRow("a file includes its own folder") << u"notes/A.cpp"_s
-                                                        << u"#include \"notes/B.h\""_s;
-    }
-    void whatTheFloorsAllow()
-    {
-        QFETCH(QString, file);
-        QFETCH(QString, line);
-        QTemporaryDir tree;
-        QVERIFY(TestFiles::write(tree.filePath(file), line.toUtf8() + '\n'));
-        QCOMPARE(violations(tree.path()), QStringList{});
-    }
 };
 
 QTEST_GUILESS_MAIN(TestFloors)

@@ -138,7 +138,7 @@ QString format(const QString& key, std::initializer_list<QVariant> args)
 {
     const QLocale locale;
     QList<QString> strings;
-    strings.reserve(qsizetype(args.size()));
+    strings.reserve(static_cast<qsizetype>(args.size()));
     for (const QVariant& arg : args) {
         switch (arg.typeId()) {
         case QMetaType::Int:

@@ -21,8 +21,8 @@ const std::array<NoteColor, 8>& NoteColor::all()
 
 const NoteColor& NoteColor::at(qint64 index)
 {
-    const qint64 count = qint64(all().size());
-    return all()[std::size_t(((index % count) + count) % count)];
+    const auto count = static_cast<qint64>(all().size());
+    return all()[static_cast<std::size_t>(((index % count) + count) % count)];
 }
 
 QString NoteColor::localizedKey() const { return u"color."_s + name.toLower(); }

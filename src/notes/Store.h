@@ -35,7 +35,7 @@ public:
     // Inserts the note, or updates every field but `created` of the stored one. A colour
     // outside the palette throws InvalidColor and writes nothing.
     void upsert(const Note& note);
-    // `delete` in the system's own vocabulary, a C++ keyword. An unknown id is no error.
+    // Removes the row; an unknown id is no error.
     void deleteNote(const QString& id);
 
 private:

@@ -58,12 +58,12 @@ void writeShortcut(const QString& key, const Shortcut& shortcut)
 // The row of noteSizes nearest to an old width; of two equally near, the lower index.
 int nearestNoteSizeIndex(double width)
 {
-    int best = 0;
-    for (int i = 1; i < int(noteSizes.size()); ++i) {
+    std::size_t best = 0;
+    for (std::size_t i = 1; i < noteSizes.size(); ++i) {
         if (std::abs(noteSizes[i].width - width) < std::abs(noteSizes[best].width - width))
             best = i;
     }
-    return best;
+    return static_cast<int>(best);
 }
 
 } // namespace
@@ -141,8 +141,8 @@ int noteSizeIndex()
         return *cachedNoteSizeIndex;
     int index = 1;
     const auto stored = defaults().intValue(u"noteSizeIndex"_s);
-    if (stored && *stored >= 0 && *stored < qint64(noteSizes.size())) {
-        index = int(*stored);
+    if (stored && *stored >= 0 && *stored < static_cast<qint64>(noteSizes.size())) {
+        index = static_cast<int>(*stored);
     } else if (auto width = defaults().doubleValue(u"noteWidth"_s); width && *width > 0) {
         // Older builds stored a free width; it is read, never written back or removed.
         index = nearestNoteSizeIndex(*width);
@@ -153,7 +153,7 @@ int noteSizeIndex()
 
 void setNoteSizeIndex(int index)
 {
-    const int clamped = std::clamp(index, 0, int(noteSizes.size()) - 1);
+    const int clamped = std::clamp(index, 0, static_cast<int>(noteSizes.size()) - 1);
     cachedNoteSizeIndex = clamped;
     defaults().setValue(u"noteSizeIndex"_s, clamped);
 }
