@@ -30,26 +30,24 @@ std::optional<Files::Result> FaultyFiles::fault(const QString& path)
     return std::nullopt;
 }
 
-Files::Result FaultyFiles::write(const QString& path, const QByteArray& data)
+Files::Result FaultyFiles::written(const QString& path, const std::function<Result()>& write)
 {
     if (const auto failed = fault(path)) {
         ++refused;
         return *failed;
     }
-    const Result result = disk.write(path, data);
+    const Result result = write();
     if (result)
         ++writes;
     return result;
 }
 
+Files::Result FaultyFiles::write(const QString& path, const QByteArray& data)
+{
+    return written(path, [&] { return disk.write(path, data); });
+}
+
 Files::Result FaultyFiles::create(const QString& path, const QByteArray& data)
 {
-    if (const auto failed = fault(path)) {
-        ++refused;
-        return *failed;
-    }
-    const Result result = disk.create(path, data);
-    if (result)
-        ++writes;
-    return result;
+    return written(path, [&] { return disk.create(path, data); });
 }

@@ -6,6 +6,7 @@
 #include <QString>
 
 #include <cerrno>
+#include <functional>
 #include <optional>
 
 // The real disk, with writes that fail on demand the way a full disk or a folder without
@@ -45,6 +46,7 @@ public:
 
 private:
     std::optional<Result> fault(const QString& path);
+    Result written(const QString& path, const std::function<Result()>& write);
 
     QtFiles disk;
     std::optional<int> successesLeft;
