@@ -6,9 +6,9 @@
 #include "support/FaultInjectingVfs.h"
 #include "support/ManualScheduler.h"
 #include "platform/qt/QtFiles.h"
+#include "support/TestFiles.h"
 #include "support/TestLibrary.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QMessageBox>
@@ -27,17 +27,7 @@ using Fault = FaultInjectingVfs::Fault;
 
 using Library = TestLibrary;
 
-QString token(const QString& id)
-{
-    return ImageTokens::token(id);
-}
-
-QByteArray fileHash(const QString& path)
-{
-    QFile file(path);
-    file.open(QIODevice::ReadOnly);
-    return QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha256);
-}
+using ImageTokens::token;
 
 } // namespace
 
@@ -428,18 +418,13 @@ private Q_SLOTS:
         if (damage == u"garbage"_s) {
             QFile::remove(lib.paths.db() + u"-wal"_s);
             QFile::remove(lib.paths.db() + u"-shm"_s);
-            QFile file(lib.paths.db());
-            QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-            file.write(QByteArray(8192, 'x'));
+            QVERIFY(TestFiles::write(lib.paths.db(), QByteArray(8192, 'x')));
         } else {
             QFile::remove(lib.paths.key());
-            if (damage != u"noKey"_s) {
-                QFile key(lib.paths.key());
-                QVERIFY(key.open(QIODevice::WriteOnly));
-                key.write(QByteArray(damage == u"shortKey"_s ? 31 : 32, '\x5a'));
-            }
+            if (damage != u"noKey"_s)
+                TestFiles::write(lib.paths.key(), QByteArray(damage == u"shortKey"_s ? 31 : 32, 'Z'));
         }
-        const QByteArray before = fileHash(lib.paths.db());
+        const QByteArray before = TestFiles::read(lib.paths.db());
 
         NoteStore& notes = lib.open(true);
         QCOMPARE(lib.reports.size(), 1);
@@ -460,7 +445,7 @@ private Q_SLOTS:
         QCOMPARE(lib.reports.size(), 1);
         lib.notes.reset();
         lib.store.reset();
-        QCOMPARE(fileHash(lib.paths.db()), before);
+        QCOMPARE(TestFiles::read(lib.paths.db()), before);
     }
 
     void alertText()
