@@ -80,24 +80,32 @@ void NoteTextBindingTest::anOutsideChangeKeepsTheCaret()
     QVERIFY(!view->document()->isUndoAvailable()); // no edit of the user's
 }
 
-// What the composition committed gives way to the outside text, applied once it ends.
+// An outside change waits for the composition: a cancelled one lets it in, a committed one
+// leaves the user's words where they were typed.
 void NoteTextBindingTest::anOutsideChangeWaitsForACompositionToEnd()
 {
     compose(u"**b**"_s);
     library->notes->updateBody(id, u"from sync"_s);
     view->setText(u"not now either"_s);
     QCOMPARE(view->text(), u"first line\nsecond **line**"_s);
-    compose(QString(), u"x"_s);
+    compose(QString());
     QCOMPARE(view->text(), u"from sync"_s);
-    QCOMPARE(library->notes->note(id)->body, u"from sync"_s);
+
+    view->moveCursor(QTextCursor::Start);
+    compose(u"k"_s);
+    library->notes->updateBody(id, u"from sync again"_s);
+    compose(QString(), u"typed "_s);
+    QCOMPARE(view->text(), u"typed from sync"_s);
+    QCOMPARE(library->notes->note(id)->body, u"typed from sync"_s);
+    library->clock.advance(NoteStore::saveDelay * 2);
+    QCOMPARE(library->storedNote(id)->body, u"typed from sync"_s);
 
     // Without an outside change, the commit is typed text, styled once committed.
     view->moveCursor(QTextCursor::End);
     compose(u"**b**"_s);
-    QCOMPARE(view->text(), u"from sync"_s);
     compose(QString(), u" **b**"_s);
-    QCOMPARE(library->notes->note(id)->body, u"from sync **b**"_s);
-    QVERIFY(EditorStyleEngine::styledFormat(*view->document(), 12).fontWeight() >= QFont::DemiBold);
+    QCOMPARE(library->notes->note(id)->body, u"typed from sync **b**"_s);
+    QVERIFY(EditorStyleEngine::styledFormat(*view->document(), 18).fontWeight() >= QFont::DemiBold);
 }
 
 void NoteTextBindingTest::aDeletedNoteReadsAsEmptyAndStaysDeleted()

@@ -49,13 +49,18 @@ void NoteTextBinding::showNote()
     }
     waiting = false;
     view->setText(body);
+    shown = view->text();
 }
 
 void NoteTextBinding::textEdited()
 {
-    // What a composition committed gives way to the outside change waiting for its end. A
-    // vanished note stays gone: the store changes no note it does not hold.
-    if (waiting || !viewObject)
+    // A composition's pre-edit text announces itself as a change of the text that is none.
+    if (!viewObject || view->text() == shown)
         return;
-    store.updateBody(id, view->text());
+    shown = view->text();
+    // What the user typed supersedes an outside change still waiting for the composition.
+    if (!view->hasMarkedText())
+        waiting = false;
+    // A vanished note stays gone: the store changes no note it does not hold.
+    store.updateBody(id, shown);
 }

@@ -12,10 +12,12 @@ class NoteStore;
 // store's delay), and a change from outside (sync, another surface) is fed into the view
 // with its caret kept. Every surface that edits a note holds one.
 //
-// Never during an input method's composition: an outside change that arrives then waits and
-// is applied when the composition ends, and wins over what the composition committed. A
-// note that vanishes reads as empty, and typing does not bring it back. Unbinding, or
-// destroying the binding or the view, saves the note at once (NoteStore::flush).
+// Never during an input method's composition: an outside change that arrives then waits.
+// When the composition commits text, the user's text wins, as any typing does, since the
+// words just typed must never vanish under the caret; a composition that ends without a
+// commit lets the waiting change in. A note that vanishes reads as empty, and typing does not
+// bring it back. Unbinding, or destroying the binding or the view, saves the note at once
+// (NoteStore::flush).
 //
 // Main thread only. store must outlive the binding; the view is held weakly.
 class NoteTextBinding final : public QObject {
@@ -41,6 +43,8 @@ private:
     const QString id;
     // The context of every connection: deleting it ends them all.
     QObject* listening;
+    // The text the view held when the binding last wrote to it or read from it.
+    QString shown;
     // An outside change arrived during a composition.
     bool waiting = false;
 };
