@@ -10,7 +10,7 @@
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
 #include "support/RecordingDesktop.h"
-#include "support/ScriptedPrompt.h"
+#include "support/SyncMachine.h"
 #include "sync/CloudSync.h"
 
 #include <QDir>
