@@ -89,8 +89,8 @@ private:
     sqlite3* db = nullptr;
 };
 
-// AES-256-GCM straight through OpenSSL, with the nonce given: the reference that the cipher's
-// layout is checked against, and the way to seal bytes that are not text.
+// AES-256-GCM straight through OpenSSL, with the nonce given: the way to seal bytes that are
+// not text.
 QByteArray gcmSeal(const QByteArray& key, const QByteArray& nonce, const QByteArray& plain)
 {
     EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
@@ -109,32 +109,6 @@ QByteArray gcmSeal(const QByteArray& key, const QByteArray& nonce, const QByteAr
     return nonce + out;
 }
 
-std::optional<QByteArray> gcmOpen(const QByteArray& key, const QByteArray& sealed)
-{
-    const QByteArray nonce = sealed.left(12);
-    const QByteArray cipherText = sealed.mid(12, sealed.size() - 28);
-    QByteArray tag = sealed.right(16);
-    QByteArray plain(cipherText.size() + 16, Qt::Uninitialized);
-    auto* o = reinterpret_cast<unsigned char*>(plain.data());
-    EVP_CIPHER_CTX* ctx = EVP_CIPHER_CTX_new();
-    int n = 0;
-    int m = 0;
-    const bool ok =
-        EVP_DecryptInit_ex(ctx, EVP_aes_256_gcm(), nullptr,
-                           reinterpret_cast<const unsigned char*>(key.constData()),
-                           reinterpret_cast<const unsigned char*>(nonce.constData())) == 1 &&
-        EVP_DecryptUpdate(ctx, o, &n,
-                          reinterpret_cast<const unsigned char*>(cipherText.constData()),
-                          static_cast<int>(cipherText.size())) == 1 &&
-        EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, 16, tag.data()) == 1 &&
-        EVP_DecryptFinal_ex(ctx, o + n, &m) == 1;
-    EVP_CIPHER_CTX_free(ctx);
-    if (!ok)
-        return std::nullopt;
-    plain.truncate(n + m);
-    return plain;
-}
-
 // Runs `call` and names what it threw: the kind of a PersistenceError, "file error" for a
 // FileSystemError, "none" when it returned. `message` receives the description.
 QString errorOf(const std::function<void()>& call, QString* message = nullptr)
@@ -144,18 +118,9 @@ QString errorOf(const std::function<void()>& call, QString* message = nullptr)
     } catch (const PersistenceError& e) {
         if (message)
             *message = e.description();
-        switch (e.kind) {
-        case Kind::Database:
-            return u"database"_s;
-        case Kind::InvalidKey:
-            return u"invalidKey"_s;
-        case Kind::MissingKey:
-            return u"missingKey"_s;
-        case Kind::CorruptBody:
-            return u"corruptBody"_s;
-        case Kind::InvalidColor:
-            return u"invalidColor"_s;
-        }
+        static const QStringList names{u"database"_s, u"invalidKey"_s, u"missingKey"_s,
+                                       u"corruptBody"_s, u"invalidColor"_s};
+        return names.at(static_cast<int>(e.kind));
     } catch (const FileSystemError& e) {
         if (message)
             *message = e.description();
@@ -268,7 +233,6 @@ private Q_SLOTS:
         QFETCH(QByteArray, key);
         QFETCH(QByteArray, sealed);
         QFETCH(QString, text);
-        QVERIFY(gcmOpen(key, sealed).has_value());
         TestFiles::write(keyPath(), key);
         Crypto crypto(keyPath(), false, files);
         if (text.isNull())
@@ -293,11 +257,9 @@ private Q_SLOTS:
         const QByteArray first = crypto.seal(text);
         const QByteArray second = crypto.seal(text);
         QVERIFY(first != second);
-        // What is sealed opens with plain AES-256-GCM read as nonce|ciphertext|tag.
-        const QByteArray key = TestFiles::read(keyPath());
-        QCOMPARE(key.size(), 32);
+        // The published vectors below fix the layout that open reads; this fixes seal to it.
+        QCOMPARE(TestFiles::read(keyPath()).size(), 32);
         QCOMPARE(first.size(), 12 + text.toUtf8().size() + 16);
-        QCOMPARE(gcmOpen(key, first).value_or("<refused>"), text.toUtf8());
         QCOMPARE(crypto.open(first), text);
         Crypto reader(keyPath(), false, files);
         QCOMPARE(reader.open(second), text);
