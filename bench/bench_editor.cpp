@@ -17,10 +17,8 @@
 #include "editor/EditorStyleEngine.h"
 #include "editor/ui/NoteTextView.h"
 #include "images/ImageStore.h"
-#include "platform/qt/QtFiles.h"
 #include "platform/Desktop.h"
-
-#include <benchmark/benchmark.h>
+#include "platform/qt/QtFiles.h"
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
@@ -29,6 +27,8 @@
 #include <QRegularExpression>
 #include <QTextBlock>
 #include <QTextEdit>
+
+#include <benchmark/benchmark.h>
 
 #include <chrono>
 #include <map>
@@ -375,7 +375,8 @@ BENCHMARK(FullPassBase)->Unit(benchmark::kMillisecond)->Iterations(3);
 
 int main(int argc, char** argv)
 {
-    qputenv("QT_QPA_PLATFORM", qgetenv("QT_QPA_PLATFORM").isEmpty() ? "offscreen" : qgetenv("QT_QPA_PLATFORM"));
+    qputenv("QT_QPA_PLATFORM",
+            qgetenv("QT_QPA_PLATFORM").isEmpty() ? "offscreen" : qgetenv("QT_QPA_PLATFORM"));
     QApplication app(argc, argv);
     benchmark::Initialize(&argc, argv);
     benchmark::RunSpecifiedBenchmarks();

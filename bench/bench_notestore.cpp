@@ -14,18 +14,20 @@
 #include "images/ImageStore.h"
 #include "notes/NoteStore.h"
 #include "notes/Store.h"
+#include "platform/Scheduler.h"
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtScheduler.h"
-#include "platform/Scheduler.h"
 
 #include <QCoreApplication>
 #include <QDir>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+
 #include <benchmark/benchmark.h>
+#include <sqlite3.h>
+
 #include <cstdio>
 #include <memory>
-#include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -54,7 +56,7 @@ const Library& library()
         ImageStore images(lib->images(), files);
         QStringList pictures;
         for (int i = 0; i < imageCount; ++i)
-            pictures.append(*images.save(QByteArray(256, char(i)), u"png"_s));
+            pictures.append(*images.save(QByteArray(256, static_cast<char>(i)), u"png"_s));
         Store store(lib->db(), lib->key(), files);
         for (int i = 0; i < noteCount; ++i) {
             Note note;
@@ -121,10 +123,7 @@ void FindReferencedImages(benchmark::State& state)
 }
 BENCHMARK(FindReferencedImages)->Unit(benchmark::kMillisecond);
 
-QString bigBody(QChar last)
-{
-    return u"typing "_s.repeated(100 * 1024 / 7) + last;
-}
+QString bigBody(QChar last) { return u"typing "_s.repeated(100 * 1024 / 7) + last; }
 
 // PRAGMA data_version of a second connection moves whenever another connection commits.
 qint64 dataVersion(sqlite3* reader)

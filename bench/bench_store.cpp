@@ -11,12 +11,14 @@
 #include <QFile>
 #include <QStandardPaths>
 #include <QTemporaryDir>
+
 #include <benchmark/benchmark.h>
-#include <map>
-#include <memory>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
 #include <sqlite3.h>
+
+#include <map>
+#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 

@@ -19,9 +19,8 @@
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <sys/stat.h>
-
 #include <memory>
+#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -86,7 +85,10 @@ public:
     {
         return folder.modificationDate(name);
     }
-    bool write(const QString& text, const QString& name) override { return folder.write(text, name); }
+    bool write(const QString& text, const QString& name) override
+    {
+        return folder.write(text, name);
+    }
     bool remove(const QString& name) override { return folder.remove(name); }
     bool writeConflict(const QString& text, const QString& name) override
     {
@@ -118,8 +120,9 @@ void fill(ListStore& store)
 struct Synced {
     Synced()
         : folder(root.path())
-        , engine(folder, store, scheduler, folder.files, root.filePath(u"index.json"_s),
-                 [] { return true; }, prompt)
+        , engine(
+              folder, store, scheduler, folder.files, root.filePath(u"index.json"_s),
+              [] { return true; }, prompt)
     {
         fill(store);
         engine.syncNow();
@@ -206,8 +209,9 @@ void BM_FirstPassWritesEveryNote(benchmark::State& state)
         StillScheduler scheduler;
         NoPrompt prompt;
         CountingFolder folder(root->path());
-        CloudSync engine(folder, store, scheduler, folder.files, root->filePath(u"index.json"_s),
-                         [] { return true; }, prompt);
+        CloudSync engine(
+            folder, store, scheduler, folder.files, root->filePath(u"index.json"_s),
+            [] { return true; }, prompt);
         state.ResumeTiming();
         engine.syncNow();
         state.PauseTiming();

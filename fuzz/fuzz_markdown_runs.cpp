@@ -19,10 +19,7 @@ void require(bool condition)
         std::abort();
 }
 
-bool isMarkerChar(QChar c)
-{
-    return QStringView{u"*_`~#>["}.contains(c);
-}
+bool isMarkerChar(QChar c) { return QStringView{u"*_`~#>["}.contains(c); }
 
 } // namespace
 

@@ -21,8 +21,8 @@ bool whole(Date d) { return d.seconds == std::floor(d.seconds); }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
 {
-    const QString text = QString::fromUtf8(reinterpret_cast<const char*>(data),
-                                           static_cast<qsizetype>(size));
+    const QString text =
+        QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     const auto first = NoteDocument::parse(text, QStringLiteral("Fallback"));
     const QString rendered = NoteDocument::render(first.note);
     const auto second = NoteDocument::parse(rendered, QStringLiteral("Other"));

@@ -12,7 +12,8 @@ int main(int argc, char* argv[])
     // Wayland clients may not place their own windows or stay on top, which an edge deck
     // needs: prefer X11 (XWayland on a Wayland session).
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
-        if (qEnvironmentVariableIsEmpty("DISPLAY") && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
+        if (qEnvironmentVariableIsEmpty("DISPLAY")
+            && qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY")) {
             std::fprintf(stderr,
                          "Pondrift needs a graphical session, and there is none "
                          "(DISPLAY and WAYLAND_DISPLAY are unset).\n"

@@ -29,9 +29,9 @@ constexpr int patienceMs = 60'000;
 struct CrashLane {
     QTemporaryDir dir;
     QProcess process;
-    QByteArray pending;                // output not yet read as whole lines
-    QHash<QString, qint64> required;   // id -> lowest version the database may hold
-    QSet<QString> deleting;            // ids whose row may be gone at any moment
+    QByteArray pending;              // output not yet read as whole lines
+    QHash<QString, qint64> required; // id -> lowest version the database may hold
+    QSet<QString> deleting;          // ids whose row may be gone at any moment
     int savesThisRun = 0;
     bool ready = false;
 
@@ -39,8 +39,9 @@ struct CrashLane {
     {
         const QString helper = QStringLiteral(PONDRIFT_HELPER_DIR) + u"/crashloop"_s;
         // Versions only grow, from run to run too.
-        process.start(helper, {dir.path(), QString::number(qint64(run + 1) * 10'000'000),
-                               QString::number(seed)});
+        process.start(helper,
+                      {dir.path(), QString::number(static_cast<qint64>(run + 1) * 10'000'000),
+                       QString::number(seed)});
         pending.clear();
         savesThisRun = 0;
         ready = false;
@@ -170,8 +171,9 @@ private Q_SLOTS:
                 sealed.append(QByteArray::fromHex(p->readAllStandardOutput().trimmed()));
             }
             QCOMPARE(TestFiles::read(path).size(), 32);
-            QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::Hidden | QDir::System
-                                                | QDir::NoDotAndDotDot),
+            QCOMPARE(QDir(dir.path())
+                         .entryList(QDir::AllEntries | QDir::Hidden | QDir::System
+                                    | QDir::NoDotAndDotDot),
                      (QStringList{u"gate"_s, u"note.key"_s}));
             Crypto winner(path, false, files);
             for (const QByteArray& body : sealed)

@@ -15,8 +15,8 @@ namespace {
 // The floors of the source tree, lowest first. A folder includes its own files and those of
 // lower floors only; folders that share a floor do not include each other.
 const QHash<QString, int> floors{
-    {u"platform"_s, 0}, {u"l10n"_s, 1},  {u"settings"_s, 2}, {u"notes"_s, 3},
-    {u"images"_s, 4},   {u"editor"_s, 5}, {u"exchange"_s, 5}, {u"sync"_s, 6},
+    {u"platform"_s, 0}, {u"l10n"_s, 1},     {u"settings"_s, 2}, {u"notes"_s, 3},
+    {u"images"_s, 4},   {u"editor"_s, 5},   {u"exchange"_s, 5}, {u"sync"_s, 6},
     {u"deck"_s, 6},     {u"surfaces"_s, 7}, {u"app"_s, 8},
 };
 

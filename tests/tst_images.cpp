@@ -86,17 +86,17 @@ private Q_SLOTS:
         QTest::addColumn<double>("firstWidth"); // -1 when the first token has none
         QTest::addColumn<qsizetype>("firstLocation");
         QTest::newRow("many decimals are read") << u"![image|12.345](pondrift-img://A-1)"_s
-                                                << QStringList{u"A-1"_s} << 12.345 << qsizetype(0);
+                                                << QStringList{u"A-1"_s} << 12.345 << qsizetype{0};
         QTest::newRow("an underscore is outside the id alphabet")
-            << u"![image](pondrift-img://a_b)"_s << QStringList{} << -1.0 << qsizetype(-1);
+            << u"![image](pondrift-img://a_b)"_s << QStringList{} << -1.0 << qsizetype{-1};
         QTest::newRow("a negative width is no token")
-            << u"![image|-5](pondrift-img://A)"_s << QStringList{} << -1.0 << qsizetype(-1);
+            << u"![image|-5](pondrift-img://A)"_s << QStringList{} << -1.0 << qsizetype{-1};
         QTest::newRow("a path cannot be smuggled in")
             << u"![image](pondrift-img://../x) ![image](pondrift-img://a/b)"_s << QStringList{}
-            << -1.0 << qsizetype(-1);
+            << -1.0 << qsizetype{-1};
         QTest::newRow("ranges count UTF-16 units after astral characters, repeats kept")
             << u"😀 ![image](pondrift-img://B)x![image|7](pondrift-img://B)"_s
-            << QStringList{u"B"_s, u"B"_s} << -1.0 << qsizetype(3);
+            << QStringList{u"B"_s, u"B"_s} << -1.0 << qsizetype{3};
     }
     void scanning()
     {
@@ -324,7 +324,8 @@ private Q_SLOTS:
         QList<QUrl> urls;
         for (const QString& name : files) {
             // Every "image" holds 4 by 3 PNG bytes whatever its name; the text file does not.
-            TestFiles::write(source.filePath(name), name.endsWith(u".txt"_s) ? "hello" : pngBytes());
+            TestFiles::write(source.filePath(name),
+                             name.endsWith(u".txt"_s) ? "hello" : pngBytes());
             urls.append(QUrl::fromLocalFile(source.filePath(name)));
         }
         QMimeData mime;

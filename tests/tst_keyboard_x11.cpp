@@ -11,10 +11,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-bool setLayout(const QString& layout)
-{
-    return QProcess::execute(u"setxkbmap"_s, {layout}) == 0;
-}
+bool setLayout(const QString& layout) { return QProcess::execute(u"setxkbmap"_s, {layout}) == 0; }
 
 } // namespace
 

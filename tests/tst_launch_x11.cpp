@@ -5,9 +5,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <xcb/xcb.h>
+
 #include <csignal>
 #include <functional>
-#include <xcb/xcb.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -90,9 +91,9 @@ class TestLaunch : public QObject {
     static QString makeHome(const QTemporaryDir& dir)
     {
         QDir(dir.path()).mkpath(u"run"_s);
-        QFile::setPermissions(dir.path() + u"/run"_s,
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner
-                                  | QFileDevice::ExeOwner);
+        QFile::setPermissions(dir.path() + u"/run"_s, QFileDevice::ReadOwner
+                                                          | QFileDevice::WriteOwner
+                                                          | QFileDevice::ExeOwner);
         return dir.path();
     }
 
@@ -100,8 +101,8 @@ private Q_SLOTS:
     void staysRunningWithoutAWindowAndQuitsOnRequest_data()
     {
         QTest::addColumn<int>("signalNumber");
-        QTest::newRow("SIGTERM from the session") << int(SIGTERM);
-        QTest::newRow("SIGINT from a terminal") << int(SIGINT);
+        QTest::newRow("SIGTERM from the session") << static_cast<int>(SIGTERM);
+        QTest::newRow("SIGINT from a terminal") << static_cast<int>(SIGINT);
     }
     void staysRunningWithoutAWindowAndQuitsOnRequest()
     {
@@ -148,8 +149,8 @@ private Q_SLOTS:
 
         const QString folder = root + u"/Pondrift"_s;
         runOnce(home.path(), SIGTERM, *this, [&] {
-            QTRY_VERIFY_WITH_TIMEOUT(
-                !QDir(folder).entryList({u"*.md"_s}, QDir::Files).isEmpty(), 10000);
+            QTRY_VERIFY_WITH_TIMEOUT(!QDir(folder).entryList({u"*.md"_s}, QDir::Files).isEmpty(),
+                                     10000);
         });
         const QStringList documents = QDir(folder).entryList({u"*.md"_s}, QDir::Files);
         QCOMPARE(documents.size(), 1);

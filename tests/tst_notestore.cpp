@@ -1,11 +1,11 @@
-#include "l10n/L10n.h"
 #include "images/ImageStore.h"
+#include "l10n/L10n.h"
 #include "notes/NoteStore.h"
-#include "notes/ui/StorageErrorDialog.h"
 #include "notes/Store.h"
+#include "notes/ui/StorageErrorDialog.h"
+#include "platform/qt/QtFiles.h"
 #include "support/FaultInjectingVfs.h"
 #include "support/ManualScheduler.h"
-#include "platform/qt/QtFiles.h"
 #include "support/TestFiles.h"
 #include "support/TestLibrary.h"
 
@@ -17,6 +17,7 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+
 #include <memory>
 
 using namespace Qt::Literals::StringLiterals;
@@ -262,7 +263,7 @@ private Q_SLOTS:
         stored.removeIf([](const Note& note) { return note.archived; });
         for (qsizetype i = 0; i < stored.size(); ++i) {
             QCOMPARE(stored.at(i).body, expected.at(i));
-            QCOMPARE(stored.at(i).order, double(i));
+            QCOMPARE(stored.at(i).order, static_cast<double>(i));
         }
     }
 
@@ -422,7 +423,8 @@ private Q_SLOTS:
         } else {
             QFile::remove(lib.paths.key());
             if (damage != u"noKey"_s)
-                TestFiles::write(lib.paths.key(), QByteArray(damage == u"shortKey"_s ? 31 : 32, 'Z'));
+                TestFiles::write(lib.paths.key(),
+                                 QByteArray(damage == u"shortKey"_s ? 31 : 32, 'Z'));
         }
         const QByteArray before = TestFiles::read(lib.paths.db());
 

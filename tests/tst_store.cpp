@@ -11,11 +11,13 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
+
+#include <openssl/evp.h>
+#include <sqlite3.h>
+
 #include <csignal>
 #include <fcntl.h>
 #include <functional>
-#include <openssl/evp.h>
-#include <sqlite3.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -204,15 +206,17 @@ private Q_SLOTS:
         const QByteArray zero(32, '\0');
         const QByteArray nonce = QByteArray::fromHex("000102030405060708090a0b");
         QTest::newRow("an empty text is nonce and tag alone")
-            << zero << QByteArray(12, '\0') + QByteArray::fromHex("530f8afbc74536b9a963b4f1c4cb738b")
+            << zero
+            << QByteArray(12, '\0') + QByteArray::fromHex("530f8afbc74536b9a963b4f1c4cb738b")
             << u""_s;
         QTest::newRow("sixteen NUL characters")
             << zero
-            << QByteArray(12, '\0') + QByteArray::fromHex("cea7403d4d606b6e074ec5d3baf39d18"
-                                                         "d0d1c8a799996bf0265b98b5d48ab919")
+            << QByteArray(12, '\0')
+                   + QByteArray::fromHex("cea7403d4d606b6e074ec5d3baf39d18"
+                                         "d0d1c8a799996bf0265b98b5d48ab919")
             << QString(16, QChar(0));
-        QTest::newRow("a lone continuation byte") << zero << gcmSeal(zero, nonce, "a\x80z")
-                                                  << QString();
+        QTest::newRow("a lone continuation byte")
+            << zero << gcmSeal(zero, nonce, "a\x80z") << QString();
         QTest::newRow("an overlong slash") << zero << gcmSeal(zero, nonce, "\xc0\xaf") << QString();
         QTest::newRow("an encoded surrogate half")
             << zero << gcmSeal(zero, nonce, "\xed\xa0\x80") << QString();
@@ -348,9 +352,10 @@ private Q_SLOTS:
         store.upsert(a);
         store.upsert(b);
         QCOMPARE(TestFiles::read(keyPath()).size(), 32);
-        QCOMPARE(QFileInfo(keyPath()).permissions() &
-                     (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
-                 QFile::Permissions());
+        QCOMPARE(
+            QFileInfo(keyPath()).permissions()
+                & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup | QFile::WriteOther),
+            QFile::Permissions());
         QCOMPARE(store.load(), (QList<Note>{b, a}));
 
         Store reopened(dbPath(), keyPath(), files);
@@ -376,9 +381,9 @@ private Q_SLOTS:
     {
         QTest::addColumn<qint64>("color");
         QTest::addColumn<bool>("accepted");
-        QTest::newRow("-1 is refused") << qint64(-1) << false;
-        QTest::newRow("8 is refused") << qint64(8) << false;
-        QTest::newRow("7 is the last colour") << qint64(7) << true;
+        QTest::newRow("-1 is refused") << qint64{-1} << false;
+        QTest::newRow("8 is refused") << qint64{8} << false;
+        QTest::newRow("7 is the last colour") << qint64{7} << true;
     }
     void coloursOutsideThePaletteWriteNothing()
     {
@@ -440,8 +445,8 @@ private Q_SLOTS:
             const QByteArray body = crypto.seal(u"from before"_s).toHex();
             QVERIFY(raw.exec(
                 "INSERT INTO notes (id,title,body,color,created,modified,archived,sort_order)"
-                " VALUES ('OLD','t',X'" +
-                body + "',5,10.5,20.25,1,-2)"));
+                " VALUES ('OLD','t',X'"
+                + body + "',5,10.5,20.25,1,-2)"));
         }
         QStringList lines;
         {

@@ -46,8 +46,8 @@ void AppServices::openNotes()
         return;
     database = std::make_unique<Store>(data.db(), data.key(), files());
     images = std::make_unique<ImageStore>(data.images(), files());
-    notes = std::make_unique<NoteStore>(*database, scheduler(), *images, true,
-                                        backends.storageAlert);
+    notes =
+        std::make_unique<NoteStore>(*database, scheduler(), *images, true, backends.storageAlert);
 }
 
 void AppServices::makeSync()

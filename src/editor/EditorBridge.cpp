@@ -16,10 +16,7 @@ void EditorBridge::setTextView(EditorTextTarget* view)
     owner = view ? view->targetObject() : nullptr;
 }
 
-EditorTextTarget* EditorBridge::textView() const
-{
-    return owner ? target : nullptr;
-}
+EditorTextTarget* EditorBridge::textView() const { return owner ? target : nullptr; }
 
 void EditorBridge::setMatchCount(int value)
 {

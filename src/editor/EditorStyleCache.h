@@ -15,7 +15,8 @@
 
 // A hash that never holds more than its limit: when full, the next insertion starts it over.
 // Emptying whole is as good as any finer rule for memories this small and this cheap to fill.
-template <typename Key, typename Value> class BoundedHash {
+template <typename Key, typename Value>
+class BoundedHash {
 public:
     explicit BoundedHash(qsizetype limit)
         : limit(limit)

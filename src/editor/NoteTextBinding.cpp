@@ -23,10 +23,7 @@ NoteTextBinding::NoteTextBinding(NoteStore& store, BoundTextView& view, QString 
     showNote();
 }
 
-NoteTextBinding::~NoteTextBinding()
-{
-    unbind();
-}
+NoteTextBinding::~NoteTextBinding() { unbind(); }
 
 void NoteTextBinding::unbind()
 {

@@ -48,7 +48,7 @@ constexpr unsigned daysInMonth(std::int64_t y, unsigned m)
 }
 
 // Beyond these the year no longer fits four digits; such dates cannot be read back anyway.
-constexpr double lowest = -62135596800.0; // 0001-01-01T00:00:00Z
+constexpr double lowest = -62135596800.0;  // 0001-01-01T00:00:00Z
 constexpr double highest = 253402300799.0; // 9999-12-31T23:59:59Z
 
 } // namespace

@@ -169,7 +169,8 @@ QString formatOrder(double order)
     const auto [end, error] = std::to_chars(buffer, buffer + sizeof buffer, order);
     QString text = QString::fromLatin1(buffer, error == std::errc() ? end - buffer : 0);
     // Infinities and NaN have letters but no digits to mark as a double; strtod reads them.
-    const bool hasDigit = std::any_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit(); });
+    const bool hasDigit =
+        std::any_of(text.cbegin(), text.cend(), [](QChar c) { return c.isDigit(); });
     if (hasDigit && !text.contains(u'.') && !text.contains(u'e'))
         text += u".0"_s;
     return text;

@@ -25,8 +25,8 @@ inline const QString pinned = QStringLiteral("pinned");
 inline const QString order = QStringLiteral("order");
 inline const QString direction = QStringLiteral("direction");
 inline const QString title = QStringLiteral("title");
-inline const std::array<QString, 9> all{id,       color,  created,   modified, archived,
-                                        pinned,   order,  direction, title};
+inline const std::array<QString, 9> all{id,     color, created,   modified, archived,
+                                        pinned, order, direction, title};
 } // namespace Key
 
 struct Parsed {

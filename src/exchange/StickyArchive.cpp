@@ -13,16 +13,15 @@ using namespace Qt::Literals::StringLiterals;
 
 StickyNote StickyNote::from(const Note& note)
 {
-    return StickyNote{note.id,       note.title,         note.body,
-                      note.color,    NoteColor::at(note.color).name,
-                      note.created,  note.modified,      note.archived,
-                      note.order,    note.textDirection, note.pinned};
+    return StickyNote{
+        note.id,      note.title,    note.body,     note.color, NoteColor::at(note.color).name,
+        note.created, note.modified, note.archived, note.order, note.textDirection,
+        note.pinned};
 }
 
 Note StickyNote::note() const
 {
-    return Note(id, title, body, color, created, modified, archived, pinned, textDirection,
-                order);
+    return Note(id, title, body, color, created, modified, archived, pinned, textDirection, order);
 }
 
 namespace {
@@ -175,8 +174,8 @@ std::optional<StickyArchive> StickyArchive::decode(const QByteArray& data)
         for (auto it = object.begin(); it != object.end(); ++it) {
             if (!it.value().isString())
                 return std::nullopt;
-            auto bytes = QByteArray::fromBase64Encoding(
-                it.value().toString().toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+            auto bytes = QByteArray::fromBase64Encoding(it.value().toString().toLatin1(),
+                                                        QByteArray::AbortOnBase64DecodingErrors);
             if (!bytes)
                 return std::nullopt;
             archive.images.insert(it.key(), *bytes);

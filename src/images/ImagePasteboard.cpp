@@ -8,6 +8,7 @@
 #include <QMimeData>
 #include <QMimeDatabase>
 #include <QUrl>
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;

@@ -13,7 +13,8 @@ DisplaySize displaySize(std::optional<QSize> pixelSize, std::optional<double> to
     if (tokenWidth && *tokenWidth > 0)
         size.width = std::min(container, std::max(*tokenWidth, minWidth));
     else if (size.hasFile)
-        size.width = std::min({defaultMaxWidth, container, static_cast<double>(pixelSize->width())});
+        size.width =
+            std::min({defaultMaxWidth, container, static_cast<double>(pixelSize->width())});
     else
         size.width = std::min(container, placeholderMaxWidth);
     size.height = size.hasFile ? pixelSize->height() * size.width / pixelSize->width()

@@ -3,42 +3,28 @@
 #include "notes/Note.h"
 #include "platform/Files.h"
 
-#include <algorithm>
-#include <cerrno>
-#include <climits>
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-PersistenceError corruptBody()
-{
-    return PersistenceError(PersistenceError::Kind::CorruptBody);
-}
+PersistenceError corruptBody() { return PersistenceError(PersistenceError::Kind::CorruptBody); }
 
-const unsigned char* bytesOf(const char* p)
-{
-    return reinterpret_cast<const unsigned char*>(p);
-}
-unsigned char* bytesOf(char* p)
-{
-    return reinterpret_cast<unsigned char*>(p);
-}
+const unsigned char* bytesOf(const char* p) { return reinterpret_cast<const unsigned char*>(p); }
+unsigned char* bytesOf(char* p) { return reinterpret_cast<unsigned char*>(p); }
 
 } // namespace
 
-Crypto::KeyBytes::~KeyBytes()
-{
-    OPENSSL_cleanse(bytes.data(), bytes.size());
-}
+Crypto::KeyBytes::~KeyBytes() { OPENSSL_cleanse(bytes.data(), bytes.size()); }
 
-void Crypto::ContextFree::operator()(evp_cipher_ctx_st* ctx) const
-{
-    EVP_CIPHER_CTX_free(ctx);
-}
+void Crypto::ContextFree::operator()(evp_cipher_ctx_st* ctx) const { EVP_CIPHER_CTX_free(ctx); }
 
 Crypto::Crypto(QString keyPath, bool allowCreation, Files& files)
     : keyPath(std::move(keyPath))
@@ -107,8 +93,8 @@ evp_cipher_ctx_st* Crypto::sealContext()
     if (!sealer) {
         const KeyBytes& k = key();
         Context ctx(EVP_CIPHER_CTX_new());
-        if (!ctx ||
-            EVP_EncryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, k.data(), nullptr) != 1)
+        if (!ctx
+            || EVP_EncryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, k.data(), nullptr) != 1)
             throw corruptBody();
         sealer = std::move(ctx);
     }
@@ -120,8 +106,8 @@ evp_cipher_ctx_st* Crypto::openContext()
     if (!opener) {
         const KeyBytes& k = key();
         Context ctx(EVP_CIPHER_CTX_new());
-        if (!ctx ||
-            EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, k.data(), nullptr) != 1)
+        if (!ctx
+            || EVP_DecryptInit_ex(ctx.get(), EVP_aes_256_gcm(), nullptr, k.data(), nullptr) != 1)
             throw corruptBody();
         opener = std::move(ctx);
     }
@@ -145,11 +131,11 @@ QByteArray Crypto::seal(const QString& text)
 
     int written = 0;
     int finalWritten = 0;
-    if (EVP_EncryptInit_ex(ctx, nullptr, nullptr, nullptr, nonce) != 1 ||
-        EVP_EncryptUpdate(ctx, cipherText, &written, bytesOf(utf8.constData()), length) != 1 ||
-        EVP_EncryptFinal_ex(ctx, cipherText + written, &finalWritten) != 1 ||
-        written + finalWritten != length ||
-        EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_GET_TAG, TagSize, tag) != 1)
+    if (EVP_EncryptInit_ex(ctx, nullptr, nullptr, nullptr, nonce) != 1
+        || EVP_EncryptUpdate(ctx, cipherText, &written, bytesOf(utf8.constData()), length) != 1
+        || EVP_EncryptFinal_ex(ctx, cipherText + written, &finalWritten) != 1
+        || written + finalWritten != length
+        || EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_GET_TAG, TagSize, tag) != 1)
         throw corruptBody();
     return sealed;
 }
@@ -172,10 +158,10 @@ QString Crypto::open(QByteArrayView sealed)
     unsigned char* out = bytesOf(plain.data());
     int written = 0;
     int finalWritten = 0;
-    if (EVP_DecryptInit_ex(ctx, nullptr, nullptr, nullptr, nonce) != 1 ||
-        EVP_DecryptUpdate(ctx, out, &written, cipherText, length) != 1 ||
-        EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, TagSize, tag.data()) != 1 ||
-        EVP_DecryptFinal_ex(ctx, out + written, &finalWritten) != 1)
+    if (EVP_DecryptInit_ex(ctx, nullptr, nullptr, nullptr, nonce) != 1
+        || EVP_DecryptUpdate(ctx, out, &written, cipherText, length) != 1
+        || EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, TagSize, tag.data()) != 1
+        || EVP_DecryptFinal_ex(ctx, out + written, &finalWritten) != 1)
         throw corruptBody();
 
     // Strict decoding: a replacement character must never stand in for bytes that were not

@@ -4,6 +4,7 @@
 
 #include <QLocale>
 #include <QRegularExpression>
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -61,8 +62,8 @@ QString stamp(Date date)
 {
     const QLocale locale;
     const QDateTime local = date.toDateTime().toLocalTime();
-    return locale.toString(local.date(), mediumDateFormat(locale)) + u", "_s +
-           locale.toString(local.time(), QLocale::ShortFormat);
+    return locale.toString(local.date(), mediumDateFormat(locale)) + u", "_s
+           + locale.toString(local.time(), QLocale::ShortFormat);
 }
 
 QString fileStamp(Date date)

@@ -26,16 +26,13 @@ QString token(const QString& id, std::optional<double> width)
 
 namespace {
 
-bool isDigit(QChar c)
-{
-    return c >= u'0' && c <= u'9';
-}
+bool isDigit(QChar c) { return c >= u'0' && c <= u'9'; }
 
 bool isIDCharacter(QChar c)
 {
     const char16_t u = c.unicode();
-    return (u >= u'A' && u <= u'Z') || (u >= u'a' && u <= u'z') || (u >= u'0' && u <= u'9') ||
-           u == u'-';
+    return (u >= u'A' && u <= u'Z') || (u >= u'a' && u <= u'z') || (u >= u'0' && u <= u'9')
+           || u == u'-';
 }
 
 // Matches the token expression at position start, by hand: every body is scanned at launch
@@ -95,8 +92,7 @@ QList<ImageToken> tokens(QStringView text)
         token.id = text.sliced(idText.location, idText.length).toString();
         if (widthText.isValid()) {
             bool ok = false;
-            const double w =
-                text.sliced(widthText.location, widthText.length).toDouble(&ok);
+            const double w = text.sliced(widthText.location, widthText.length).toDouble(&ok);
             if (ok && std::isfinite(w))
                 token.width = w;
         }

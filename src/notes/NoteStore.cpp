@@ -13,10 +13,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-qint64 paletteSize()
-{
-    return static_cast<qint64>(NoteColor::all().size());
-}
+qint64 paletteSize() { return static_cast<qint64>(NoteColor::all().size()); }
 
 QSet<QString> idsReferencedBy(const QList<Note>& notes)
 {
@@ -96,10 +93,7 @@ qsizetype NoteStore::indexOf(const QString& id) const
     return -1;
 }
 
-qsizetype NoteStore::editableIndex(const QString& id) const
-{
-    return writable ? indexOf(id) : -1;
-}
+qsizetype NoteStore::editableIndex(const QString& id) const { return writable ? indexOf(id) : -1; }
 
 double NoteStore::lowestActiveOrder(double fallback) const
 {

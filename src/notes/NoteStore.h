@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QSet>
 #include <QString>
+
 #include <functional>
 #include <map>
 #include <optional>
@@ -116,8 +117,7 @@ private:
     qsizetype indexOf(const QString& id) const;
     // The guards every change of one note begins with: writable, and the note exists.
     qsizetype editableIndex(const QString& id) const;
-    void changeNow(qsizetype index, bool touchesModified,
-                   const std::function<void(Note&)>& change);
+    void changeNow(qsizetype index, bool touchesModified, const std::function<void(Note&)>& change);
     void removeOrphanedImages();
     void scheduleSave(const QString& id);
     void cancelSave(const QString& id);

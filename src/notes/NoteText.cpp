@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 #include <QStringList>
 #include <QTextBoundaryFinder>
+
 #include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
@@ -57,9 +58,9 @@ QString truncated(const QString& text, int limit)
 
 bool inRightToLeftBlock(char32_t u)
 {
-    return (u >= 0x0590 && u <= 0x08FF) || (u >= 0xFB1D && u <= 0xFDFF) ||
-           (u >= 0xFE70 && u <= 0xFEFF) || (u >= 0x1E800 && u <= 0x1EEFF) ||
-           (u >= 0x10800 && u <= 0x10FFF);
+    return (u >= 0x0590 && u <= 0x08FF) || (u >= 0xFB1D && u <= 0xFDFF)
+           || (u >= 0xFE70 && u <= 0xFEFF) || (u >= 0x1E800 && u <= 0x1EEFF)
+           || (u >= 0x10800 && u <= 0x10FFF);
 }
 
 // Unicode's Alphabetic property as far as Qt exposes it: letters, letter numbers and
@@ -79,15 +80,9 @@ bool isAlphabetic(char32_t u)
 
 namespace NoteText {
 
-const NoteColor& palette(const Note& note)
-{
-    return NoteColor::at(note.color);
-}
+const NoteColor& palette(const Note& note) { return NoteColor::at(note.color); }
 
-bool hasCustomTitle(const Note& note)
-{
-    return !note.title.trimmed().isEmpty();
-}
+bool hasCustomTitle(const Note& note) { return !note.title.trimmed().isEmpty(); }
 
 QString displayTitle(const Note& note)
 {
@@ -164,8 +159,8 @@ bool isImageTokenLine(const QString& line)
     if (rest.isEmpty())
         return false;
     const QList<ImageToken> found = ImageTokens::tokens(rest);
-    return found.size() == 1 && found.first().range.location == 0 &&
-           found.first().range.length == rest.size();
+    return found.size() == 1 && found.first().range.location == 0
+           && found.first().range.length == rest.size();
 }
 
 std::optional<Qt::LayoutDirection> firstStrong(QStringView text)

@@ -4,6 +4,7 @@
 #include "notes/NoteColor.h"
 
 #include <QString>
+
 #include <optional>
 #include <utility>
 

@@ -4,6 +4,7 @@
 
 #include <QByteArrayView>
 #include <QSet>
+
 #include <sqlite3.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -76,7 +77,8 @@ bool bindText(sqlite3_stmt* s, int index, const QString& text)
 {
     const QByteArray utf8 = text.toUtf8();
     return sqlite3_bind_text(s, index, utf8.constData(), static_cast<int>(utf8.size()),
-                             SQLITE_TRANSIENT) == SQLITE_OK;
+                             SQLITE_TRANSIENT)
+           == SQLITE_OK;
 }
 
 } // namespace
@@ -127,11 +129,11 @@ void Store::migrateColumns()
     }
     // Only a change that happened is logged; a database that cannot be read has already
     // recorded its failure.
-    if (!columns.contains("pinned") &&
-        exec("ALTER TABLE notes ADD COLUMN pinned INTEGER NOT NULL DEFAULT 0;"))
+    if (!columns.contains("pinned")
+        && exec("ALTER TABLE notes ADD COLUMN pinned INTEGER NOT NULL DEFAULT 0;"))
         Log::line(u"migrated notes table"_s, u"added pinned"_s);
-    if (!columns.contains("text_direction") &&
-        exec("ALTER TABLE notes ADD COLUMN text_direction TEXT NOT NULL DEFAULT 'automatic';"))
+    if (!columns.contains("text_direction")
+        && exec("ALTER TABLE notes ADD COLUMN text_direction TEXT NOT NULL DEFAULT 'automatic';"))
         Log::line(u"migrated notes table"_s, u"added text direction"_s);
 }
 
@@ -240,16 +242,17 @@ void Store::upsert(const Note& note)
     sqlite3_stmt* s = insert.get();
     const QByteArray sealed = cipher->seal(note.body);
 
-    const bool bound = bindText(s, 1, note.id) && bindText(s, 2, note.title) &&
-                       sqlite3_bind_blob(s, 3, sealed.constData(), static_cast<int>(sealed.size()),
-                                         SQLITE_TRANSIENT) == SQLITE_OK &&
-                       sqlite3_bind_int64(s, 4, note.color) == SQLITE_OK &&
-                       sqlite3_bind_double(s, 5, note.created.seconds) == SQLITE_OK &&
-                       sqlite3_bind_double(s, 6, note.modified.seconds) == SQLITE_OK &&
-                       sqlite3_bind_int(s, 7, note.archived ? 1 : 0) == SQLITE_OK &&
-                       sqlite3_bind_double(s, 8, note.order) == SQLITE_OK &&
-                       sqlite3_bind_int(s, 9, note.pinned ? 1 : 0) == SQLITE_OK &&
-                       bindText(s, 10, TextDirection::rawValue(note.textDirection));
+    const bool bound = bindText(s, 1, note.id) && bindText(s, 2, note.title)
+                       && sqlite3_bind_blob(s, 3, sealed.constData(),
+                                            static_cast<int>(sealed.size()), SQLITE_TRANSIENT)
+                              == SQLITE_OK
+                       && sqlite3_bind_int64(s, 4, note.color) == SQLITE_OK
+                       && sqlite3_bind_double(s, 5, note.created.seconds) == SQLITE_OK
+                       && sqlite3_bind_double(s, 6, note.modified.seconds) == SQLITE_OK
+                       && sqlite3_bind_int(s, 7, note.archived ? 1 : 0) == SQLITE_OK
+                       && sqlite3_bind_double(s, 8, note.order) == SQLITE_OK
+                       && sqlite3_bind_int(s, 9, note.pinned ? 1 : 0) == SQLITE_OK
+                       && bindText(s, 10, TextDirection::rawValue(note.textDirection));
     if (!bound)
         throw databaseError();
     const int rc = sqlite3_step(s);

@@ -9,8 +9,8 @@
 // Markdown form ("- [ ] ", "- [x] ") exists only in exported and synced documents.
 namespace Tasks {
 
-inline constexpr QChar open = QChar(0x2610);  // ☐
-inline constexpr QChar done = QChar(0x2611);  // ☑
+inline constexpr QChar open = QChar(0x2610); // ☐
+inline constexpr QChar done = QChar(0x2611); // ☑
 inline const QString openPrefix = QString(open) + QLatin1Char(' ');
 inline const QString donePrefix = QString(done) + QLatin1Char(' ');
 

@@ -2,7 +2,4 @@
 
 #include <cstring>
 
-QString Files::Result::description() const
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
+QString Files::Result::description() const { return QString::fromLocal8Bit(std::strerror(error)); }

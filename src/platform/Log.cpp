@@ -27,10 +27,7 @@ void write(const QString& prefix, const QString& what, const QString& detail)
 
 } // namespace
 
-void line(const QString& what, const QString& detail)
-{
-    write(u"Pondrift: "_s, what, detail);
-}
+void line(const QString& what, const QString& detail) { write(u"Pondrift: "_s, what, detail); }
 
 void cloud(const QString& what, const QString& detail)
 {
@@ -42,9 +39,6 @@ Capture::Capture(std::function<void(const QString&)> newSink)
 {
 }
 
-Capture::~Capture()
-{
-    sink() = std::move(previous);
-}
+Capture::~Capture() { sink() = std::move(previous); }
 
 } // namespace Log

@@ -22,15 +22,9 @@ CloudFolder::CloudFolder(const QString& root, Files& files)
 {
 }
 
-QString CloudFolder::path() const
-{
-    return root() + u'/' + DocumentNames::folder;
-}
+QString CloudFolder::path() const { return root() + u'/' + DocumentNames::folder; }
 
-QString CloudFolder::filePath(const QString& name) const
-{
-    return path() + u'/' + name;
-}
+QString CloudFolder::filePath(const QString& name) const { return path() + u'/' + name; }
 
 QStringList CloudFolder::documentNames()
 {

@@ -48,10 +48,7 @@ CloudSync::CloudSync(SyncFolderGateway& folder, NoteStoring& store, Scheduler& s
 {
 }
 
-CloudSync::~CloudSync()
-{
-    stop();
-}
+CloudSync::~CloudSync() { stop(); }
 
 void CloudSync::reload()
 {

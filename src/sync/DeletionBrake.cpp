@@ -12,10 +12,7 @@ DeletionBrake::DeletionBrake(MassDeletePrompt& prompt, std::function<bool()> bus
 {
 }
 
-DeletionBrake::~DeletionBrake()
-{
-    *alive = false;
-}
+DeletionBrake::~DeletionBrake() { *alive = false; }
 
 bool DeletionBrake::trips(qsizetype deletions, qsizetype indexed)
 {

@@ -35,8 +35,7 @@ QString leftCharacters(const QString& text, int limit)
 
 QString fileName(const Note& note, const QSet<QString>& claimed)
 {
-    QString stem =
-        NoteText::hasCustomTitle(note) ? note.title : NoteText::derivedTitle(note.body);
+    QString stem = NoteText::hasCustomTitle(note) ? note.title : NoteText::derivedTitle(note.body);
     // Characters some file system or sync client refuses, and line breaks.
     static const QString unsafe = u"/\\:*?\"<>|\n\r\t"_s;
     for (QChar& c : stem) {

@@ -1,9 +1,9 @@
 // Edits, creates and deletes notes through the note store with real timers, for as long as
 // it lives, so that a test can kill it at any moment. On standard output it tells what the
-// database durably holds: "R" once the library is open, "S <id> <version>" when the saved body of a note carries that
-// version, "D <id>" when its row is gone, and "X <id>" just before a deletion that may take
-// the row at any moment. Every body carries "v<version>", and versions only
-// grow (the first argument is where they start), so a later text is a larger number.
+// database durably holds: "R" once the library is open, "S <id> <version>" when the saved body of a
+// note carries that version, "D <id>" when its row is gone, and "X <id>" just before a deletion
+// that may take the row at any moment. Every body carries "v<version>", and versions only grow (the
+// first argument is where they start), so a later text is a larger number.
 //
 // Arguments: library folder, first version, random seed.
 
@@ -18,6 +18,7 @@
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTimer>
+
 #include <cstdio>
 #include <random>
 
@@ -165,9 +166,8 @@ int main(int argc, char** argv)
     QtScheduler scheduler;
     Store store(folder + u"/notes.db"_s, folder + u"/note.key"_s, files);
     ImageStore images(folder + u"/Images"_s, files);
-    NoteStore notes(store, scheduler, images, false, [](const LocalizedError& error) {
-        say(u"E "_s + error.description());
-    });
+    NoteStore notes(store, scheduler, images, false,
+                    [](const LocalizedError& error) { say(u"E "_s + error.description()); });
     if (!notes.isWritable())
         return 1;
     // The library is open and its database made: kills may begin.

@@ -10,6 +10,7 @@
 
 #include <QByteArray>
 #include <QString>
+
 #include <cstdio>
 #include <exception>
 #include <fcntl.h>

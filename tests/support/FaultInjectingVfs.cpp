@@ -1,8 +1,9 @@
 #include "support/FaultInjectingVfs.h"
 
+#include <sqlite3.h>
+
 #include <atomic>
 #include <cstring>
-#include <sqlite3.h>
 
 namespace {
 
@@ -17,10 +18,7 @@ struct WrappedFile {
     sqlite3_file* real;
 };
 
-sqlite3_file* realOf(sqlite3_file* file)
-{
-    return reinterpret_cast<WrappedFile*>(file)->real;
-}
+sqlite3_file* realOf(sqlite3_file* file) { return reinterpret_cast<WrappedFile*>(file)->real; }
 
 int wrappedClose(sqlite3_file* f)
 {
@@ -48,18 +46,12 @@ int wrappedTruncate(sqlite3_file* f, sqlite3_int64 size)
 {
     return realOf(f)->pMethods->xTruncate(realOf(f), size);
 }
-int wrappedSync(sqlite3_file* f, int flags)
-{
-    return realOf(f)->pMethods->xSync(realOf(f), flags);
-}
+int wrappedSync(sqlite3_file* f, int flags) { return realOf(f)->pMethods->xSync(realOf(f), flags); }
 int wrappedFileSize(sqlite3_file* f, sqlite3_int64* size)
 {
     return realOf(f)->pMethods->xFileSize(realOf(f), size);
 }
-int wrappedLock(sqlite3_file* f, int level)
-{
-    return realOf(f)->pMethods->xLock(realOf(f), level);
-}
+int wrappedLock(sqlite3_file* f, int level) { return realOf(f)->pMethods->xLock(realOf(f), level); }
 int wrappedUnlock(sqlite3_file* f, int level)
 {
     return realOf(f)->pMethods->xUnlock(realOf(f), level);
@@ -72,10 +64,7 @@ int wrappedFileControl(sqlite3_file* f, int op, void* arg)
 {
     return realOf(f)->pMethods->xFileControl(realOf(f), op, arg);
 }
-int wrappedSectorSize(sqlite3_file* f)
-{
-    return realOf(f)->pMethods->xSectorSize(realOf(f));
-}
+int wrappedSectorSize(sqlite3_file* f) { return realOf(f)->pMethods->xSectorSize(realOf(f)); }
 int wrappedDeviceCharacteristics(sqlite3_file* f)
 {
     return realOf(f)->pMethods->xDeviceCharacteristics(realOf(f));
@@ -88,10 +77,7 @@ int wrappedShmLock(sqlite3_file* f, int offset, int n, int flags)
 {
     return realOf(f)->pMethods->xShmLock(realOf(f), offset, n, flags);
 }
-void wrappedShmBarrier(sqlite3_file* f)
-{
-    realOf(f)->pMethods->xShmBarrier(realOf(f));
-}
+void wrappedShmBarrier(sqlite3_file* f) { realOf(f)->pMethods->xShmBarrier(realOf(f)); }
 int wrappedShmUnmap(sqlite3_file* f, int deleteFlag)
 {
     return realOf(f)->pMethods->xShmUnmap(realOf(f), deleteFlag);
@@ -154,17 +140,8 @@ void install()
     sqlite3_vfs_register(&wrapper, 1);
 }
 
-void setWriteFault(Fault fault)
-{
-    currentFault = fault;
-}
-int writeCount()
-{
-    return writes;
-}
-void resetWriteCount()
-{
-    writes = 0;
-}
+void setWriteFault(Fault fault) { currentFault = fault; }
+int writeCount() { return writes; }
+void resetWriteCount() { writes = 0; }
 
 } // namespace FaultInjectingVfs

@@ -37,7 +37,4 @@ private:
     Note note;
 };
 
-inline NoteBuilder aNote()
-{
-    return {};
-}
+inline NoteBuilder aNote() { return {}; }

@@ -12,10 +12,7 @@ NoteStore& TestLibrary::open(bool seedWelcome)
     return *notes;
 }
 
-QList<Note> TestLibrary::stored()
-{
-    return Store(paths.db(), paths.key(), files).load();
-}
+QList<Note> TestLibrary::stored() { return Store(paths.db(), paths.key(), files).load(); }
 
 std::optional<Note> TestLibrary::storedNote(const QString& id)
 {

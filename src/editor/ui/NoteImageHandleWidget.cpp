@@ -21,8 +21,10 @@ void NoteImageHandleWidget::paintEvent(QPaintEvent*)
     painter.fillPath(path, QColor(0, 0, 0, 140));
     painter.setPen(QPen(QColor(255, 255, 255, 230), 1));
     // Two strokes across the lower right corner (y grows downward here).
-    painter.drawLine(QPointF(r.right() - 2.5, r.bottom() - 1), QPointF(r.right() - 1, r.bottom() - 2.5));
-    painter.drawLine(QPointF(r.right() - 5.5, r.bottom() - 1), QPointF(r.right() - 1, r.bottom() - 5.5));
+    painter.drawLine(QPointF(r.right() - 2.5, r.bottom() - 1),
+                     QPointF(r.right() - 1, r.bottom() - 2.5));
+    painter.drawLine(QPointF(r.right() - 5.5, r.bottom() - 1),
+                     QPointF(r.right() - 1, r.bottom() - 5.5));
 }
 
 QPointF NoteImageHandleWidget::inViewport(const QMouseEvent* event) const

@@ -40,7 +40,8 @@ void NoteImageOverlayWidget::paintEvent(QPaintEvent*)
     if (fileThere && !image.isNull()) {
         // Proportional into the frame; the frame already has the picture's aspect.
         const QSizeF scaled = QSizeF(image.size()).scaled(size(), Qt::KeepAspectRatio);
-        const QRectF target(QPointF((width() - scaled.width()) / 2, (height() - scaled.height()) / 2), scaled);
+        const QRectF target(
+            QPointF((width() - scaled.width()) / 2, (height() - scaled.height()) / 2), scaled);
         painter.drawImage(target, image);
     } else {
         paintPlaceholder(painter);
@@ -95,10 +96,7 @@ void NoteImageOverlayWidget::mousePressEvent(QMouseEvent* event)
     QWidget::mousePressEvent(event);
 }
 
-void NoteImageOverlayWidget::enterEvent(QEnterEvent*)
-{
-    handleWidget->show();
-}
+void NoteImageOverlayWidget::enterEvent(QEnterEvent*) { handleWidget->show(); }
 
 void NoteImageOverlayWidget::leaveEvent(QEvent*)
 {

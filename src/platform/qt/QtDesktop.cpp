@@ -2,7 +2,4 @@
 
 #include <QDesktopServices>
 
-bool QtDesktop::openUrl(const QUrl& url)
-{
-    return QDesktopServices::openUrl(url);
-}
+bool QtDesktop::openUrl(const QUrl& url) { return QDesktopServices::openUrl(url); }

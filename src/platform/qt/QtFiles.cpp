@@ -15,10 +15,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 // errno after a failed call, or EIO when the call failed without setting it (a short write).
-int lastError()
-{
-    return errno != 0 ? errno : EIO;
-}
+int lastError() { return errno != 0 ? errno : EIO; }
 
 Files::Entry entryOf(const QString& name, const struct stat& st)
 {
@@ -40,7 +37,8 @@ int writeAll(int fd, const QByteArray& data)
     qsizetype done = 0;
     while (done < data.size()) {
         errno = 0;
-        const ssize_t n = ::write(fd, data.constData() + done, static_cast<size_t>(data.size() - done));
+        const ssize_t n =
+            ::write(fd, data.constData() + done, static_cast<size_t>(data.size() - done));
         if (n < 0 && errno == EINTR)
             continue;
         if (n <= 0)

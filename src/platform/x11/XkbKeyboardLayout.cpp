@@ -32,10 +32,9 @@ std::unique_ptr<XkbKeyboardLayout> XkbKeyboardLayout::open()
     // xcb_connect always hands back an object; a failed one only says so here.
     if (xcb_connection_has_error(c->xcb))
         return nullptr;
-    if (!xkb_x11_setup_xkb_extension(c->xcb, XKB_X11_MIN_MAJOR_XKB_VERSION,
-                                     XKB_X11_MIN_MINOR_XKB_VERSION,
-                                     XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr,
-                                     nullptr, nullptr))
+    if (!xkb_x11_setup_xkb_extension(
+            c->xcb, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, nullptr, nullptr))
         return nullptr;
     c->deviceId = xkb_x11_get_core_keyboard_device_id(c->xcb);
     if (c->deviceId < 0)
