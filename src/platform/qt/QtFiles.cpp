@@ -48,25 +48,94 @@ int writeAll(int fd, const QByteArray& data)
     return 0;
 }
 
-// A file beside the target, made exclusively under a fresh name, with its data on the disk.
-// On success the caller owns the file at `temp`.
-int writeBeside(const QString& path, const QByteArray& data, mode_t mode, QByteArray& temp)
+// A hidden name beside the target that no other file has.
+QByteArray nameBeside(const QString& target)
 {
-    const QFileInfo target(path);
-    temp = QFile::encodeName(target.path() + u"/."_s + target.fileName() + u'.'
+    const QFileInfo info(target);
+    return QFile::encodeName(info.path() + u"/."_s + info.fileName() + u'.'
                              + QUuid::createUuid().toString(QUuid::Id128).left(12));
-    const int fd = ::open(temp.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
-    if (fd < 0)
-        return lastError();
-    int error = writeAll(fd, data);
-    errno = 0;
-    if (error == 0 && ::fsync(fd) != 0)
-        error = lastError();
-    ::close(fd);
-    if (error != 0)
-        ::unlink(temp.constData());
-    return error;
 }
+
+// New data for a target, on the disk in a file of its own before it takes the target's name:
+// an unnamed file where the file system can make one, which leaves nothing behind if the
+// process dies, else a file under a hidden name beside the target. Whatever is not published
+// is removed when this goes.
+class Staged final {
+public:
+    Staged(const QString& target, bool unnamed)
+        : unnamed(unnamed)
+        , path(target)
+        , target(QFile::encodeName(target))
+        , folder(QFile::encodeName(QFileInfo(target).path()))
+    {
+    }
+    ~Staged()
+    {
+        if (fd >= 0)
+            ::close(fd);
+        if (named)
+            ::unlink(hidden.constData());
+    }
+    Staged(const Staged&) = delete;
+    Staged& operator=(const Staged&) = delete;
+
+    // The data written and flushed; an errno on failure.
+    int stage(const QByteArray& data, mode_t mode)
+    {
+        if (unnamed)
+            fd = ::open(folder.constData(), O_TMPFILE | O_WRONLY | O_CLOEXEC, mode);
+        if (!unnamed || (fd < 0 && (errno == EOPNOTSUPP || errno == EISDIR || errno == EINVAL))) {
+            hidden = nameBeside(path);
+            fd = ::open(hidden.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+            named = fd >= 0;
+        }
+        if (fd < 0)
+            return lastError();
+        if (const int error = writeAll(fd, data))
+            return error;
+        errno = 0;
+        return ::fdatasync(fd) == 0 ? 0 : lastError();
+    }
+
+    int keepMode(mode_t mode) { return ::fchmod(fd, mode) == 0 ? 0 : lastError(); }
+
+    // Gives the data the target's name: replacing a file that is there, or failing with
+    // EEXIST when one is.
+    int publish(bool replacing)
+    {
+        if (!named) {
+            const QByteArray self = "/proc/self/fd/" + QByteArray::number(fd);
+            if (::linkat(AT_FDCWD, self.constData(), AT_FDCWD, target.constData(),
+                         AT_SYMLINK_FOLLOW)
+                == 0)
+                return 0;
+            if (errno != EEXIST || !replacing)
+                return errno;
+            // A rename is the one step that replaces a file whole; it needs a name to move.
+            hidden = nameBeside(path);
+            if (::linkat(AT_FDCWD, self.constData(), AT_FDCWD, hidden.constData(),
+                         AT_SYMLINK_FOLLOW)
+                != 0)
+                return errno;
+            named = true;
+        }
+        if (!replacing)
+            return ::link(hidden.constData(), target.constData()) == 0 ? 0 : errno;
+        if (::rename(hidden.constData(), target.constData()) != 0)
+            return errno;
+        named = false;
+        return 0;
+    }
+
+private:
+    const bool unnamed;
+    const QString path;
+    const QByteArray target;
+    const QByteArray folder;
+    QByteArray hidden;
+    int fd = -1;
+    bool named = false;
+};
 
 } // namespace
 
@@ -113,32 +182,23 @@ Files::Result QtFiles::write(const QString& path, const QByteArray& data)
 {
     // A new file gets the umask's permissions; a replaced one keeps its own.
     struct stat st {};
-    const QByteArray native = QFile::encodeName(path);
-    const bool existed = ::stat(native.constData(), &st) == 0;
-    QByteArray temp;
-    if (const int error = writeBeside(path, data, 0666, temp))
+    const bool existed = ::stat(QFile::encodeName(path).constData(), &st) == 0;
+    Staged staged(path, staging == Staging::Unnamed);
+    if (const int error = staged.stage(data, 0666))
         return {error};
-    if (existed)
-        ::chmod(temp.constData(), st.st_mode & 07777);
-    if (::rename(temp.constData(), native.constData()) != 0) {
-        const int error = errno;
-        ::unlink(temp.constData());
-        return {error};
+    if (existed) {
+        if (const int error = staged.keepMode(st.st_mode & 07777))
+            return {error};
     }
-    return Result::ok();
+    return {staged.publish(true)};
 }
 
 Files::Result QtFiles::create(const QString& path, const QByteArray& data)
 {
-    QByteArray temp;
-    if (const int error = writeBeside(path, data, 0600, temp))
+    Staged staged(path, staging == Staging::Unnamed);
+    if (const int error = staged.stage(data, 0600))
         return {error};
-    // A hard link, unlike a rename, never replaces a file that another process put there in
-    // the meantime.
-    const QByteArray native = QFile::encodeName(path);
-    const int error = ::link(temp.constData(), native.constData()) == 0 ? 0 : errno;
-    ::unlink(temp.constData());
-    return {error};
+    return {staged.publish(false)};
 }
 
 Files::Result QtFiles::remove(const QString& path)

@@ -7,6 +7,14 @@
 // full disk leaves the old file whole.
 class QtFiles final : public Files {
 public:
+    // Where the file system cannot make unnamed files, new data waits under a hidden name
+    // instead; the second way can be asked for, so that tests cover it too.
+    enum class Staging { Unnamed, Named };
+    explicit QtFiles(Staging staging = Staging::Unnamed)
+        : staging(staging)
+    {
+    }
+
     Result read(const QString& path, QByteArray& into, qint64 limit = -1) override;
     Result write(const QString& path, const QByteArray& data) override;
     Result create(const QString& path, const QByteArray& data) override;
@@ -14,4 +22,7 @@ public:
     Result makeFolder(const QString& path, bool withParents) override;
     std::optional<Entry> stat(const QString& path) override;
     std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) override;
+
+private:
+    Staging staging;
 };
