@@ -117,6 +117,20 @@ private Q_SLOTS:
                               u"Plans (conflict 2026-03-14-092653).md"_s}));
     }
 
+    void aChangedRootTakesEffectAtTheNextPass()
+    {
+        QTemporaryDir first;
+        QTemporaryDir second;
+        QString chosen = first.path();
+        CloudFolder folder([&] { return chosen; }, files);
+        QVERIFY(folder.isAvailable());
+        chosen = second.path();
+        QVERIFY2(folder.path().startsWith(first.path()), "a pass keeps the root it began with");
+        QCOMPARE(folder.ensure(), SyncFolderGateway::Ensured::Created);
+        QVERIFY(folder.write(u"x"_s, u"a.md"_s));
+        QVERIFY(QFile::exists(second.filePath(u"Pondrift/a.md"_s)));
+    }
+
     void rootFallsBackThroughTheUsualClients()
     {
         QTemporaryDir home;

@@ -36,9 +36,17 @@ QStringList CloudFolder::documentNames()
     return names;
 }
 
+QString CloudFolder::root() const
+{
+    if (!askedRoot)
+        askedRoot = rootProvider();
+    return *askedRoot;
+}
+
 bool CloudFolder::isAvailable() const
 {
-    const QString rootPath = root();
+    askedRoot = rootProvider();
+    const QString rootPath = *askedRoot;
     if (rootPath.isEmpty())
         return false;
     const auto entry = files.stat(rootPath);

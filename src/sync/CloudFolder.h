@@ -6,6 +6,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
 class Files;
 
@@ -14,13 +15,15 @@ class Files;
 // through, and whole-file reads and writes through Files. Main thread only.
 class CloudFolder final : public SyncFolderGateway {
 public:
-    // root is asked for on every use, so a changed setting takes effect at the next pass.
-    // files must outlive the folder; clock dates the conflict copies.
+    // root is asked for again whenever availability is checked, which every pass begins
+    // with, so a changed setting takes effect at the next pass; in between, every file of the
+    // pass uses the answer it gave (asking may look at the disk). files must outlive the
+    // folder; clock dates the conflict copies.
     CloudFolder(std::function<QString()> root, Files& files,
                 std::function<Date()> clock = &Date::now);
     CloudFolder(const QString& root, Files& files);
 
-    QString root() const { return rootProvider(); }
+    QString root() const;
     QString path() const;
     // Document names in the folder, sorted ascending.
     QStringList documentNames();
@@ -39,6 +42,7 @@ private:
     bool writeFile(const QString& text, const QString& path, const QString& name);
 
     std::function<QString()> rootProvider;
+    mutable std::optional<QString> askedRoot;
     Files& files;
     std::function<Date()> clock;
 };
