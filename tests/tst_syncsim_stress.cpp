@@ -3,7 +3,7 @@
 #include <QStandardPaths>
 #include <QTest>
 
-// Many lives of two machines on one folder, one per seed; tst_syncsim lives a few of them.
+// Many lives of two machines on one folder, one per seed; tst_syncsim lives the first five.
 class TestSyncSimStress : public QObject {
     Q_OBJECT
 
@@ -13,7 +13,7 @@ private Q_SLOTS:
     void twoMachinesOneFolder_data()
     {
         QTest::addColumn<quint32>("seed");
-        for (quint32 seed = 1; seed <= 200; ++seed)
+        for (quint32 seed = 6; seed <= 200; ++seed)
             QTest::addRow("seed %u", seed) << seed;
     }
     void twoMachinesOneFolder()
