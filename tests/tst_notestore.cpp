@@ -437,6 +437,11 @@ private Q_SLOTS:
 
         const Note made = notes.create(u"new"_s);
         QVERIFY(notes.notes().isEmpty());
+        QCOMPARE(lib.reports.size(), 2);
+        QCOMPARE(lib.reports.last(),
+                 PersistenceError(PersistenceError::Kind::ReadOnly).description());
+        notes.create(u"another"_s);
+        QCOMPARE(lib.reports.size(), 2);
         QCOMPARE(notes.ingest({made}), 0);
         notes.absorb(made);
         notes.updateBody(made.id, u"x"_s);
@@ -444,20 +449,31 @@ private Q_SLOTS:
         QVERIFY(notes.notes().isEmpty());
         QVERIFY(notes.flushAll());
         lib.clock.advance(30);
-        QCOMPARE(lib.reports.size(), 1);
+        QCOMPARE(lib.reports.size(), 2);
         lib.notes.reset();
         lib.store.reset();
         QCOMPARE(TestFiles::read(lib.paths.db()), before);
     }
 
-    void alertText()
+    void alertSaysWhatToDo_data()
     {
-        const PersistenceError error = PersistenceError::database(u"disk I/O error"_s);
-        const std::unique_ptr<QMessageBox> box = StorageErrorDialog::build(error.description());
+        QTest::addColumn<bool>("readOnly");
+        QTest::addColumn<QString>("adviceKey");
+        QTest::newRow("a failed save is tried again") << false << u"storage.error_help"_s;
+        QTest::newRow("a refused new note needs the library back")
+            << true << u"storage.read_only_help"_s;
+    }
+    void alertSaysWhatToDo()
+    {
+        QFETCH(bool, readOnly);
+        QFETCH(QString, adviceKey);
+        const PersistenceError error = readOnly ? PersistenceError(PersistenceError::Kind::ReadOnly)
+                                                : PersistenceError::database(u"disk I/O error"_s);
+        const std::unique_ptr<QMessageBox> box =
+            StorageErrorDialog::build(error.description(), error.advice());
         QCOMPARE(box->icon(), QMessageBox::Warning);
         QCOMPARE(box->text(), L10n::text(u"storage.error_title"_s));
-        QCOMPARE(box->informativeText(),
-                 error.description() + u"\n\n"_s + L10n::text(u"storage.error_help"_s));
+        QCOMPARE(box->informativeText(), error.description() + u"\n\n"_s + L10n::text(adviceKey));
     }
 };
 

@@ -545,6 +545,33 @@ Your notes stay on this computer, encrypted.</translation>
             <numerusform>%n more notes</numerusform>
         </translation>
     </message>
+    <message id="quit.unsaved.lost">
+        <source>If you quit now, the latest changes to these notes are lost:</source>
+        <translation>If you quit now, the latest changes to these notes are lost:</translation>
+    </message>
+    <message id="quit.unsaved.more" numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>and %n more</numerusform>
+            <numerusform>and %n more</numerusform>
+        </translation>
+    </message>
+    <message id="quit.unsaved.quit">
+        <source>Quit Without Saving</source>
+        <translation>Quit Without Saving</translation>
+    </message>
+    <message id="quit.unsaved.stay">
+        <source>Stay</source>
+        <translation>Stay</translation>
+    </message>
+    <message id="quit.unsaved.title">
+        <source>Your notes could not be saved</source>
+        <translation>Your notes could not be saved</translation>
+    </message>
+    <message id="quit.unsaved.try_again">
+        <source>Try Again</source>
+        <translation>Try Again</translation>
+    </message>
     <message id="settings.deck.caption">
         <source>Where the deck sits and how it behaves.</source>
         <translation>Where the deck sits and how it behaves.</translation>
@@ -852,6 +879,14 @@ Your notes stay on this computer, encrypted.</translation>
     <message id="storage.missing_key">
         <source>The key file that unlocks your notes is missing, so they can’t be opened.</source>
         <translation>The key file that unlocks your notes is missing, so they can’t be opened.</translation>
+    </message>
+    <message id="storage.read_only">
+        <source>Pondrift couldn’t open your notes, so it can’t keep new ones either. Nothing on disk has been changed.</source>
+        <translation>Pondrift couldn’t open your notes, so it can’t keep new ones either. Nothing on disk has been changed.</translation>
+    </message>
+    <message id="storage.read_only_help">
+        <source>Put back the key file (note.key) or the database from a backup, then quit Pondrift and start it again. Until then, copy any text you want to keep somewhere else.</source>
+        <translation>Put back the key file (note.key) or the database from a backup, then quit Pondrift and start it again. Until then, copy any text you want to keep somewhere else.</translation>
     </message>
     <message id="sync.mass_delete.body" numerus="yes">
         <source>The sync folder no longer has %n notes that are on this computer. Delete them here too, or put them back in the folder?</source>

@@ -535,6 +535,32 @@ Your notes stay on this computer, encrypted.</source>
             <numerusform>还有 %n 条便签</numerusform>
         </translation>
     </message>
+    <message id="quit.unsaved.lost">
+        <source>If you quit now, the latest changes to these notes are lost:</source>
+        <translation>如果现在退出，以下便签的最新改动将会丢失：</translation>
+    </message>
+    <message id="quit.unsaved.more" numerus="yes">
+        <source>and %n more</source>
+        <translation>
+            <numerusform>以及另外 %n 条</numerusform>
+        </translation>
+    </message>
+    <message id="quit.unsaved.quit">
+        <source>Quit Without Saving</source>
+        <translation>不保存并退出</translation>
+    </message>
+    <message id="quit.unsaved.stay">
+        <source>Stay</source>
+        <translation>暂不退出</translation>
+    </message>
+    <message id="quit.unsaved.title">
+        <source>Your notes could not be saved</source>
+        <translation>无法保存你的便签</translation>
+    </message>
+    <message id="quit.unsaved.try_again">
+        <source>Try Again</source>
+        <translation>重试</translation>
+    </message>
     <message id="settings.deck.caption">
         <source>Where the deck sits and how it behaves.</source>
         <translation>便签栏的位置和行为。</translation>
@@ -842,6 +868,14 @@ Your notes stay on this computer, encrypted.</source>
     <message id="storage.missing_key">
         <source>The key file that unlocks your notes is missing, so they can’t be opened.</source>
         <translation>找不到用于解锁便签的密钥文件，无法打开便签。</translation>
+    </message>
+    <message id="storage.read_only">
+        <source>Pondrift couldn’t open your notes, so it can’t keep new ones either. Nothing on disk has been changed.</source>
+        <translation>Pondrift 无法打开你的便签，因此也无法保存新便签。磁盘上的内容没有任何改动。</translation>
+    </message>
+    <message id="storage.read_only_help">
+        <source>Put back the key file (note.key) or the database from a backup, then quit Pondrift and start it again. Until then, copy any text you want to keep somewhere else.</source>
+        <translation>请从备份中恢复密钥文件（note.key）或数据库，然后退出并重新启动 Pondrift。在此之前，请把想保留的文字复制到别处。</translation>
     </message>
     <message id="sync.mass_delete.body" numerus="yes">
         <source>The sync folder no longer has %n notes that are on this computer. Delete them here too, or put them back in the folder?</source>

@@ -108,8 +108,20 @@ QString PersistenceError::description() const
         return L10n::text(u"storage.corrupt_body"_s);
     case Kind::InvalidColor:
         return L10n::text(u"storage.invalid_color"_s);
+    case Kind::ReadOnly:
+        return L10n::text(u"storage.read_only"_s);
     }
     return message;
+}
+
+QString LocalizedError::advice() const { return L10n::text(u"storage.error_help"_s); }
+
+// Nothing new can be kept until the program is started over a readable library; trying
+// again later, as the general advice says, would not help.
+QString PersistenceError::advice() const
+{
+    return kind == Kind::ReadOnly ? L10n::text(u"storage.read_only_help"_s)
+                                  : LocalizedError::advice();
 }
 
 QString FileSystemError::description() const

@@ -52,6 +52,9 @@ size_t qHash(const Note& note, size_t seed = 0) noexcept;
 class LocalizedError : public std::exception {
 public:
     virtual QString description() const = 0;
+    // What the person can do about it; by default, that the changes stay open and are tried
+    // again.
+    virtual QString advice() const;
     const char* what() const noexcept override;
 
 private:
@@ -60,7 +63,8 @@ private:
 
 class PersistenceError final : public LocalizedError {
 public:
-    enum class Kind { Database, InvalidKey, MissingKey, CorruptBody, InvalidColor };
+    // ReadOnly: a new note refused because the notes could not be opened.
+    enum class Kind { Database, InvalidKey, MissingKey, CorruptBody, InvalidColor, ReadOnly };
 
     explicit PersistenceError(Kind kind, QString message = {})
         : kind(kind)
@@ -74,6 +78,7 @@ public:
 
     // For Database, SQLite's message as it stands; otherwise the localised text of the kind.
     QString description() const override;
+    QString advice() const override;
 
     Kind kind;
     QString message;

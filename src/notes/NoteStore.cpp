@@ -121,11 +121,15 @@ Note NoteStore::create(const QString& body, const QString& title, std::optional<
     note.color = color.value_or(allNotes.size() % paletteSize());
     note.body = body;
     note.title = title;
-    if (writable) {
-        allNotes.append(note);
-        Q_EMIT notesChanged();
-        persist(note);
+    if (!writable) {
+        // A note the person believes kept but that goes nowhere is the worst failure there
+        // is: say so, once, whoever asked for the note.
+        report(PersistenceError(PersistenceError::Kind::ReadOnly));
+        return note;
     }
+    allNotes.append(note);
+    Q_EMIT notesChanged();
+    persist(note);
     return note;
 }
 

@@ -66,7 +66,9 @@ public:
     bool isWritable() const { return writable; }
 
     // A new note ahead of all others. Without a colour, the colours rotate with the size of
-    // the library. In read-only mode the record is returned but goes nowhere.
+    // the library. In read-only mode the record is returned but goes nowhere, and the
+    // refusal is reported (once, like every failure): callers holding text the person typed
+    // check isWritable first and keep it.
     Note create(const QString& body = {}, const QString& title = {},
                 std::optional<qint64> color = std::nullopt);
 

@@ -13,6 +13,6 @@ class StorageErrorDialog final {
 public:
     // Queues the alert on the main thread's event loop and runs it modally, in front.
     static void show(const LocalizedError& error);
-    // The alert for a description, not yet shown.
-    static std::unique_ptr<QMessageBox> build(const QString& description);
+    // The alert for a failure and what to do about it, not yet shown.
+    static std::unique_ptr<QMessageBox> build(const QString& description, const QString& advice);
 };
