@@ -1,7 +1,9 @@
 #include "app/AppActions.h"
 #include "app/AppLifecycle.h"
 #include "app/AppServices.h"
+#include "app/ui/UnsavedQuitDialog.h"
 #include "l10n/L10n.h"
+#include "platform/Log.h"
 #include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QtScheduler.h"
 #include "settings/Settings.h"
@@ -11,9 +13,13 @@
 #include "support/MemoryLoginItem.h"
 #include "support/RecordingDesktop.h"
 #include "support/SyncMachine.h"
+#include "support/TestFiles.h"
 #include "sync/CloudSync.h"
 
+#include <QAbstractButton>
 #include <QDir>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
@@ -34,6 +40,14 @@ struct Program {
 
     explicit Program(const QHash<QString, QVariant>& settings = {})
     {
+        QDir().mkpath(dir.filePath(u"data"_s));
+        start(settings);
+    }
+
+    // The program over the same folder again, as after a restart.
+    void start(const QHash<QString, QVariant>& settings = {})
+    {
+        services.reset();
         AppServices::Backends backends;
         backends.scheduler = std::make_unique<ManualScheduler>();
         clock = static_cast<ManualScheduler*>(backends.scheduler.get());
@@ -47,7 +61,6 @@ struct Program {
         files = static_cast<FaultyFiles*>(backends.files.get());
         backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
         backends.storageAlert = [this](const LocalizedError& e) { alerts << e.description(); };
-        QDir().mkpath(dir.filePath(u"data"_s));
         services = std::make_unique<AppServices>(std::move(backends),
                                                  Paths{dir.filePath(u"data"_s)}, dir.path());
     }
@@ -117,63 +130,208 @@ private Q_SLOTS:
         QCOMPARE(quits, 1);
     }
 
-    void quitWaitsForTheFlush_data()
+    // A quit whose save fails asks, and every answer keeps its promise: trying again saves
+    // when the cause is gone, quitting gives up exactly the named notes, staying keeps the
+    // process. Deciding never runs the end-of-process step; ending does.
+    void aQuitThatCannotSaveAsksInsteadOfTrapping_data()
     {
-        QTest::addColumn<bool>("flushSucceeds");
+        QTest::addColumn<QList<QuitChoice>>("answers");
+        QTest::addColumn<int>("failingFlushes");
         QTest::addColumn<bool>("terminates");
-        QTest::newRow("a failed save keeps the process running") << false << false;
-        QTest::newRow("a successful save lets it end") << true << true;
+        QTest::addColumn<int>("flushes");
+        QTest::addColumn<bool>("lossLogged");
+        QTest::newRow("saved at once: nothing to ask")
+            << QList<QuitChoice>{} << 0 << true << 1 << false;
+        QTest::newRow("stay") << QList<QuitChoice>{QuitChoice::Stay} << 9 << false << 1 << false;
+        QTest::newRow("try again once the disk has room")
+            << QList<QuitChoice>{QuitChoice::TryAgain} << 1 << true << 2 << false;
+        QTest::newRow("try again, still failing, then stay")
+            << QList<QuitChoice>{QuitChoice::TryAgain, QuitChoice::Stay} << 9 << false << 2
+            << false;
+        QTest::newRow("quit without saving")
+            << QList<QuitChoice>{QuitChoice::QuitWithoutSaving} << 9 << true << 1 << true;
     }
-    void quitWaitsForTheFlush()
+    void aQuitThatCannotSaveAsksInsteadOfTrapping()
     {
-        QFETCH(bool, flushSucceeds);
+        QFETCH(QList<QuitChoice>, answers);
+        QFETCH(int, failingFlushes);
         QFETCH(bool, terminates);
-        QStringList calls;
+        QFETCH(int, flushes);
+        QFETCH(bool, lossLogged);
+        int flushed = 0;
+        int ended = 0;
+        QList<UnsavedWork> asked;
         AppLifecycle lifecycle({
-            .flushAll =
-                [&] {
-                    calls << u"flush"_s;
-                    return flushSucceeds;
+            .flushAll = [&] { return ++flushed > failingFlushes; },
+            .unsavedWork =
+                [] {
+                    return UnsavedWork{u"No space left on device"_s, {u"Plans"_s}};
                 },
-            .willTerminate = [&] { calls << u"unregister hot keys"_s; },
+            .askAfterFailedSave =
+                [&](const UnsavedWork& work) {
+                    asked << work;
+                    return answers.takeFirst();
+                },
+            .willTerminate = [&] { ++ended; },
         });
+        QStringList log;
+        const Log::Capture capture([&](const QString& line) { log << line; });
         QCOMPARE(lifecycle.shouldTerminate(), terminates);
-        QStringList expected{u"flush"_s};
-        if (terminates)
-            expected << u"unregister hot keys"_s;
-        QCOMPARE(calls, expected);
+        QCOMPARE(flushed, flushes);
+        QVERIFY2(answers.isEmpty(), "every answer was asked for");
+        for (const UnsavedWork& work : asked) {
+            QCOMPARE(work.reason, u"No space left on device"_s);
+            QCOMPARE(work.titles, QStringList{u"Plans"_s});
+        }
+        QCOMPARE(ended, 0);
+        QCOMPARE(log.size(), lossLogged ? 1 : 0);
+        if (lossLogged)
+            QVERIFY2(log.first().contains(u"Plans"_s), "the log names what was given up");
+        lifecycle.willTerminate();
+        lifecycle.willTerminate();
+        QCOMPARE(ended, 1);
     }
 
-    void refusedQuitCanBeRetriedAfterTheCauseIsGone()
+    // A session asks for a save, the person stays, the logout is cancelled, and the program
+    // goes on: the end-of-process step (letting go of the hot keys) must still be ahead.
+    void aCancelledLogoutLeavesTheEndStepForTheRealQuit()
     {
         bool diskFull = true;
-        int unregistered = 0;
+        int ended = 0;
+        int askedForLeave = 0;
         AppLifecycle lifecycle({
             .flushAll = [&] { return !diskFull; },
-            .willTerminate = [&] { ++unregistered; },
+            .unsavedWork = {},
+            .askAfterFailedSave = [](const UnsavedWork&) { return QuitChoice::Stay; },
+            .willTerminate = [&] { ++ended; },
         });
-        QVERIFY(!lifecycle.shouldTerminate());
+        const auto mayAsk = [&] {
+            ++askedForLeave;
+            return true;
+        };
+        QVERIFY2(lifecycle.commitData(mayAsk), "staying cancels the logout");
+        QCOMPARE(ended, 0);
         diskFull = false;
+        QVERIFY2(!lifecycle.commitData(mayAsk), "a save that works lets the session go on");
+        QCOMPARE(askedForLeave, 1);
         QVERIFY(lifecycle.shouldTerminate());
         lifecycle.willTerminate();
-        QCOMPARE(unregistered, 1);
+        lifecycle.willTerminate();
+        QCOMPARE(ended, 1);
     }
 
-    void signalQuitFlushesEvenWhenItCannotRefuse()
+    // A session that allows no questions, a signal, a lost display: nobody can be asked, so
+    // the save is tried, and what it could not save is written down by name.
+    void anEndingThatCannotAskLogsWhatIsLost_data()
     {
+        QTest::addColumn<bool>("bySession");
+        QTest::newRow("a session without interaction") << true;
+        QTest::newRow("a signal") << false;
+    }
+    void anEndingThatCannotAskLogsWhatIsLost()
+    {
+        QFETCH(bool, bySession);
         int flushes = 0;
-        bool ended = false;
+        int ended = 0;
+        bool asked = false;
         AppLifecycle lifecycle({
             .flushAll =
                 [&] {
                     ++flushes;
                     return false;
                 },
-            .willTerminate = [&] { ended = true; },
+            .unsavedWork =
+                [] {
+                    return UnsavedWork{u"disk I/O error"_s, {u"Plans"_s, u"Todo"_s}};
+                },
+            .askAfterFailedSave =
+                [&](const UnsavedWork&) {
+                    asked = true;
+                    return QuitChoice::Stay;
+                },
+            .willTerminate = [&] { ++ended; },
         });
-        lifecycle.terminateUnconditionally();
+        QStringList log;
+        const Log::Capture capture([&](const QString& line) { log << line; });
+        if (bySession)
+            QVERIFY2(!lifecycle.commitData([] { return false; }), "the logout is not refused");
+        else
+            lifecycle.terminateUnconditionally();
+        QVERIFY(!asked);
         QCOMPARE(flushes, 1);
-        QVERIFY(ended);
+        QCOMPARE(ended, bySession ? 0 : 1);
+        QCOMPARE(log.size(), 1);
+        QVERIFY(log.first().contains(u"Plans, Todo"_s));
+        QVERIFY(log.first().contains(u"disk I/O error"_s));
+    }
+
+    // The question itself: what it says and which button answers what; neither Return nor
+    // Escape gives notes up.
+    void theUnsavedQuestionNamesTheLossAndDefaultsToSafety()
+    {
+        QStringList titles;
+        for (int i = 1; i <= 10; ++i)
+            titles << u"Note %1"_s.arg(i);
+        const auto box = UnsavedQuitDialog::build({u"disk I/O error"_s, titles});
+        QCOMPARE(box->text(), L10n::text(u"quit.unsaved.title"_s));
+        const QString info = box->informativeText();
+        QVERIFY(info.startsWith(u"disk I/O error"_s));
+        QVERIFY(info.contains(u"• Note 8"_s));
+        QVERIFY(!info.contains(u"• Note 9"_s));
+        QVERIFY(info.contains(L10n::plural(u"quit.unsaved.more"_s, 2)));
+        QMap<int, QString> byChoice;
+        for (QAbstractButton* button : box->buttons())
+            byChoice[button->property("choice").toInt()] = button->text();
+        QCOMPARE(byChoice.value(int(QuitChoice::TryAgain)),
+                 L10n::text(u"quit.unsaved.try_again"_s));
+        QCOMPARE(byChoice.value(int(QuitChoice::QuitWithoutSaving)),
+                 L10n::text(u"quit.unsaved.quit"_s));
+        QCOMPARE(byChoice.value(int(QuitChoice::Stay)), L10n::text(u"quit.unsaved.stay"_s));
+        QCOMPARE(box->defaultButton()->property("choice").toInt(), int(QuitChoice::TryAgain));
+        QCOMPARE(box->escapeButton()->property("choice").toInt(), int(QuitChoice::Stay));
+    }
+
+    // An unusable key file over an empty database: the welcome note can never be saved.
+    // The program must still be able to end when the person gives it up.
+    void anUnusableKeyFileDoesNotTrapTheQuit()
+    {
+        Program program;
+        TestFiles::write(program.services->paths().key(), QByteArray(5, 'k'));
+        program.services->openNotes();
+        NoteStore& notes = program.services->noteStore();
+        QCOMPARE(notes.unsavedIDs().size(), 1);
+        QList<UnsavedWork> asked;
+        AppLifecycle lifecycle({
+            .flushAll = [&] { return notes.flushAll(); },
+            .unsavedWork = {},
+            .askAfterFailedSave =
+                [&](const UnsavedWork& work) {
+                    asked << work;
+                    return QuitChoice::QuitWithoutSaving;
+                },
+            .willTerminate = {},
+        });
+        QVERIFY(lifecycle.shouldTerminate());
+        QCOMPARE(asked.size(), 1);
+    }
+
+    // With the key file gone the notes cannot be opened; a new note (from the menu, a hot
+    // key or quick capture) must not look kept while it goes nowhere.
+    void aNewNoteInAnUnreadableLibraryIsRefusedAloudOnce()
+    {
+        Program program;
+        program.services->openNotes();
+        QVERIFY(program.services->noteStore().flushAll());
+        QVERIFY(QFile::remove(program.services->paths().key()));
+        program.start();
+        program.services->openNotes();
+        QCOMPARE(program.alerts.size(), 1);
+        AppActions actions(*program.services, [] {});
+        QVERIFY(actions.run(u"newNote"_s));
+        QVERIFY(actions.run(u"newNote"_s));
+        QVERIFY(program.services->noteStore().notes().isEmpty());
+        QCOMPARE(program.alerts.size(), 2);
+        QCOMPARE(program.alerts.last(), L10n::text(u"storage.read_only"_s));
     }
 
     // A later timer that fires is the sign that an earlier one had its chance.
@@ -200,5 +358,5 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestApp)
+QTEST_MAIN(TestApp)
 #include "tst_app.moc"

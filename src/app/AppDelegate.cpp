@@ -2,10 +2,12 @@
 
 #include "app/AppServices.h"
 #include "notes/NoteStore.h"
+#include "notes/NoteText.h"
 #include "platform/Log.h"
 #include "sync/CloudSync.h"
 
 #include <QGuiApplication>
+#include <QPointer>
 #include <QSessionManager>
 #include <QSocketNotifier>
 
@@ -27,12 +29,18 @@ void onTerminationSignal(int signal)
     [[maybe_unused]] const ssize_t written = ::write(signalPipe[0], &byte, 1);
 }
 
+// Every signal that asks the process to end. SIGHUP comes when the terminal it was started
+// from closes, SIGQUIT from Ctrl+\ there; each would otherwise end it with nothing saved.
+constexpr int endingSignals[] = {SIGTERM, SIGINT, SIGHUP, SIGQUIT};
+
 } // namespace
 
 AppDelegate::AppDelegate(AppServices& services)
     : services(services)
     , quitPath(AppLifecycle::Hooks{
           .flushAll = {},
+          .unsavedWork = {},
+          .askAfterFailedSave = services.askAfterFailedSave(),
           .willTerminate = [] {},
       })
     , commands(services, [this] { terminate(); })
@@ -41,13 +49,24 @@ AppDelegate::AppDelegate(AppServices& services)
     connect(qApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::commitData);
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             &AppDelegate::applicationStateChanged);
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] { quitPath.willTerminate(); });
     installSignalHandlers();
+    if (const auto& whenLost = services.whenDisplayIsLost()) {
+        // The process ends right after; nobody can be asked.
+        QPointer<AppDelegate> self(this);
+        whenLost([self] {
+            if (!self)
+                return;
+            Log::line(u"the connection to the display broke; saving before the end"_s);
+            self->quitPath.terminateUnconditionally();
+        });
+    }
 }
 
 AppDelegate::~AppDelegate()
 {
-    std::signal(SIGTERM, SIG_DFL);
-    std::signal(SIGINT, SIG_DFL);
+    for (const int signal : endingSignals)
+        std::signal(signal, SIG_DFL);
 }
 
 void AppDelegate::applicationDidFinishLaunching()
@@ -79,6 +98,19 @@ void AppDelegate::createDeckManager()
 {
     services.openNotes();
     quitPath.setFlushAll([this] { return services.noteStore().flushAll(); });
+    quitPath.setUnsavedWork([this] { return unsavedWork(); });
+}
+
+UnsavedWork AppDelegate::unsavedWork() const
+{
+    NoteStore& notes = services.noteStore();
+    UnsavedWork work{.reason = notes.lastError().value_or(QString()), .titles = {}};
+    // In the library's order, so that the list reads like the deck.
+    for (const Note& note : notes.notes()) {
+        if (notes.unsavedIDs().contains(note.id))
+            work.titles << NoteText::displayTitle(note);
+    }
+    return work;
 }
 
 // Re-opens what was open before a language change restarted the process.
@@ -114,12 +146,14 @@ void AppDelegate::terminate()
         QCoreApplication::quit();
 }
 
+// The session asks for everything to be saved and may still go on (a cancelled logout), so
+// nothing here ends the process. When the notes cannot be saved and the session lets us ask,
+// the person decides; staying cancels the logout.
 void AppDelegate::commitData(QSessionManager& manager)
 {
-    // The session is ending: a refusal asks the session manager to cancel the logout, so
-    // that unsaved text is not lost. Without interaction allowed, we can only try.
-    if (!quitPath.shouldTerminate() && manager.allowsInteraction())
+    if (quitPath.commitData([&manager] { return manager.allowsInteraction(); }))
         manager.cancel();
+    manager.release();
 }
 
 void AppDelegate::installSignalHandlers()
@@ -134,8 +168,8 @@ void AppDelegate::installSignalHandlers()
     action.sa_handler = onTerminationSignal;
     sigemptyset(&action.sa_mask);
     action.sa_flags = SA_RESTART;
-    ::sigaction(SIGTERM, &action, nullptr);
-    ::sigaction(SIGINT, &action, nullptr);
+    for (const int signal : endingSignals)
+        ::sigaction(signal, &action, nullptr);
 }
 
 void AppDelegate::onSignal()

@@ -22,8 +22,8 @@ public:
 
     void applicationDidFinishLaunching();
 
-    // The quit of the menu and of every other front end: saves first, and refuses (the
-    // process keeps running) when the notes cannot be saved.
+    // The quit of the menu and of every other front end: saves first; when the notes cannot
+    // be saved it asks, and the process keeps running unless the person gives them up.
     void terminate();
 
     AppLifecycle& lifecycle() { return quitPath; }
@@ -44,6 +44,7 @@ private:
     void commitData(QSessionManager& manager);
     void installSignalHandlers();
     void onSignal();
+    UnsavedWork unsavedWork() const;
 
     void applicationStateChanged(Qt::ApplicationState state);
 

@@ -14,18 +14,45 @@ void AppLifecycle::setFlushAll(std::function<bool()> flushAll)
     hooks.flushAll = std::move(flushAll);
 }
 
-bool AppLifecycle::shouldTerminate()
+void AppLifecycle::setUnsavedWork(std::function<UnsavedWork()> unsavedWork)
 {
-    if (hooks.flushAll && !hooks.flushAll())
-        return false;
-    willTerminate();
+    hooks.unsavedWork = std::move(unsavedWork);
+}
+
+bool AppLifecycle::saveOrAsk()
+{
+    while (hooks.flushAll && !hooks.flushAll()) {
+        if (!hooks.askAfterFailedSave)
+            return false;
+        switch (hooks.askAfterFailedSave(hooks.unsavedWork ? hooks.unsavedWork() : UnsavedWork{})) {
+        case QuitChoice::TryAgain:
+            continue;
+        case QuitChoice::QuitWithoutSaving:
+            logLoss(u"quitting without saving, as asked"_s);
+            return true;
+        case QuitChoice::Stay:
+            return false;
+        }
+    }
     return true;
+}
+
+bool AppLifecycle::shouldTerminate() { return saveOrAsk(); }
+
+bool AppLifecycle::commitData(const std::function<bool()>& mayAsk)
+{
+    if (!hooks.flushAll || hooks.flushAll())
+        return false;
+    if (hooks.askAfterFailedSave && mayAsk())
+        return !saveOrAsk();
+    logLoss(u"the session is ending with notes that could not be saved"_s);
+    return false;
 }
 
 void AppLifecycle::terminateUnconditionally()
 {
     if (hooks.flushAll && !hooks.flushAll())
-        Log::line(u"quitting on a signal with notes that could not be saved"_s);
+        logLoss(u"ending with notes that could not be saved"_s);
     willTerminate();
 }
 
@@ -35,4 +62,14 @@ void AppLifecycle::willTerminate()
         return;
     if (hooks.willTerminate)
         hooks.willTerminate();
+}
+
+// The log is all that is left of the changes once the process is gone, so it names them.
+void AppLifecycle::logLoss(const QString& how)
+{
+    const UnsavedWork lost = hooks.unsavedWork ? hooks.unsavedWork() : UnsavedWork{};
+    QString detail = lost.titles.join(u", "_s);
+    if (!lost.reason.isEmpty())
+        detail += (detail.isEmpty() ? u""_s : u"; "_s) + lost.reason;
+    Log::line(how, detail);
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "app/AppLifecycle.h"
 #include "notes/NoteStore.h"
 #include "notes/Paths.h"
 
@@ -46,6 +47,11 @@ public:
         std::unique_ptr<MassDeletePrompt> massDeletePrompt;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
+        // Asks what to do when a quit cannot save everything.
+        std::function<QuitChoice(const UnsavedWork&)> askAfterFailedSave;
+        // Arranges for the given work to run when the display goes away, before the toolkit
+        // ends the process; absent where the toolkit tells of no such ending.
+        std::function<void(std::function<void()>)> whenDisplayIsLost;
     };
 
     // data: where the program's own files live. home: the folder the sync client's folders
@@ -66,6 +72,14 @@ public:
     Defaults& defaults() { return *backends.defaults; }
     KeyboardLayout& keyboardLayout() { return *backends.keyboardLayout; }
     Desktop& desktop() { return *backends.desktop; }
+    const std::function<QuitChoice(const UnsavedWork&)>& askAfterFailedSave() const
+    {
+        return backends.askAfterFailedSave;
+    }
+    const std::function<void(std::function<void()>)>& whenDisplayIsLost() const
+    {
+        return backends.whenDisplayIsLost;
+    }
     Files& files() { return *backends.files; }
     const Paths& paths() const { return data; }
 

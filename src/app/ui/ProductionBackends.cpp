@@ -1,11 +1,13 @@
 #include "app/ui/ProductionBackends.h"
 
+#include "app/ui/UnsavedQuitDialog.h"
 #include "notes/ui/StorageErrorDialog.h"
 #include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QSettingsDefaults.h"
 #include "platform/qt/QtDesktop.h"
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtScheduler.h"
+#include "platform/x11/X11DisplayLoss.h"
 #include "platform/x11/XkbKeyboardLayout.h"
 #include "platform/xdg/XdgLoginItem.h"
 #include "sync/ui/MassDeleteDialog.h"
@@ -29,5 +31,7 @@ AppServices::Backends makeProductionBackends()
     backends.files = std::make_unique<QtFiles>();
     backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
     backends.storageAlert = &StorageErrorDialog::show;
+    backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
+    backends.whenDisplayIsLost = &X11DisplayLoss::callBeforeExit;
     return backends;
 }
