@@ -14,6 +14,9 @@ packages=(
   fonts-dejavu-core fonts-wqy-microhei
 )
 if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi
+if [ "${PONDRIFT_WITH_SCREENSHOTS:-0}" = 1 ]; then
+  packages+=(openbox picom xdotool imagemagick x11-utils)
+fi
 
 missing=()
 for p in "${packages[@]}"; do
