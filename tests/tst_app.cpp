@@ -11,6 +11,7 @@
 #include "support/MemoryLoginItem.h"
 #include "support/RecordingDesktop.h"
 #include "support/SyncMachine.h"
+#include "support/TableFonts.h"
 #include "sync/CloudSync.h"
 
 #include <QDir>
@@ -45,6 +46,7 @@ struct Program {
         backends.desktop = std::make_unique<RecordingDesktop>();
         backends.files = std::make_unique<FaultyFiles>();
         files = static_cast<FaultyFiles*>(backends.files.get());
+        backends.fonts = std::make_unique<TableFonts>();
         backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
         backends.storageAlert = [this](const LocalizedError& e) { alerts << e.description(); };
         QDir().mkpath(dir.filePath(u"data"_s));

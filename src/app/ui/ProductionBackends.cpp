@@ -7,6 +7,7 @@
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/x11/XkbKeyboardLayout.h"
+#include "platform/xdg/FontconfigFonts.h"
 #include "platform/xdg/XdgLoginItem.h"
 #include "sync/ui/MassDeleteDialog.h"
 
@@ -27,6 +28,7 @@ AppServices::Backends makeProductionBackends()
         backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
     backends.desktop = std::make_unique<QtDesktop>();
     backends.files = std::make_unique<QtFiles>();
+    backends.fonts = std::make_unique<FontconfigFonts>();
     backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
     backends.storageAlert = &StorageErrorDialog::show;
     return backends;
