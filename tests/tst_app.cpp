@@ -13,6 +13,7 @@
 #include "support/MemoryLoginItem.h"
 #include "support/RecordingDesktop.h"
 #include "support/SyncMachine.h"
+#include "support/TableFonts.h"
 #include "support/TestFiles.h"
 #include "sync/CloudSync.h"
 
@@ -59,6 +60,7 @@ struct Program {
         backends.desktop = std::make_unique<RecordingDesktop>();
         backends.files = std::make_unique<FaultyFiles>();
         files = static_cast<FaultyFiles*>(backends.files.get());
+        backends.fonts = std::make_unique<TableFonts>();
         backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
         backends.storageAlert = [this](const LocalizedError& e) { alerts << e.description(); };
         services = std::make_unique<AppServices>(std::move(backends),

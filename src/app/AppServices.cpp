@@ -2,10 +2,12 @@
 
 #include "images/ImageStore.h"
 #include "l10n/L10n.h"
+#include "notes/Ink.h"
 #include "notes/Store.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/Files.h"
+#include "platform/Fonts.h"
 #include "platform/KeyboardLayout.h"
 #include "platform/LoginItem.h"
 #include "platform/Scheduler.h"
@@ -26,6 +28,7 @@ AppServices::AppServices(Backends given, Paths data, QString home)
     , home(std::move(home))
 {
     Settings::install(*backends.defaults, *backends.loginItem);
+    Ink::install(*backends.fonts);
     // Before any widget exists, so that every text comes in the user's language.
     L10n::install(Settings::appLanguage());
 }

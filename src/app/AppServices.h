@@ -13,6 +13,7 @@ class CloudSync;
 class Defaults;
 class Desktop;
 class Files;
+class Fonts;
 class ImageStore;
 class KeyboardLayout;
 class LoginItem;
@@ -25,9 +26,9 @@ class Store;
 // makeProductionBackends, fakes in tests), so the whole program can run against a temporary
 // folder, virtual time and in-memory settings.
 //
-// Construction installs the settings store and the interface language. The notes and the
-// sync come later, by the launch steps that open them (see AppDelegate): a migration of old
-// data must run before the database is opened. Main thread only.
+// Construction installs the settings store, the font lookup and the interface language. The
+// notes and the sync come later, by the launch steps that open them (see AppDelegate): a
+// migration of old data must run before the database is opened. Main thread only.
 class AppServices final {
 public:
     struct Backends {
@@ -43,6 +44,8 @@ public:
         std::unique_ptr<KeyboardLayout> keyboardLayout;
         std::unique_ptr<Desktop> desktop;
         std::unique_ptr<Files> files;
+        // Where the note faces' fonts are looked for.
+        std::unique_ptr<Fonts> fonts;
         // Asks before the sync deletes many notes at once.
         std::unique_ptr<MassDeletePrompt> massDeletePrompt;
         // Shows a storage failure to the user; the note store has logged it already.

@@ -1,10 +1,10 @@
 #include "notes/Ink.h"
 
 #include "l10n/L10n.h"
+#include "platform/Fonts.h"
 #include "settings/Settings.h"
 
 #include <QFontDatabase>
-#include <QFontInfo>
 #include <QHash>
 
 #include <optional>
@@ -12,6 +12,41 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+const Fonts* installedFonts = nullptr;
+
+// What this installation has taught: the lookups by name (asked on every styling pass), the
+// faces on offer, and the face of the setting last read.
+QHash<QString, std::optional<FontFace>> knownFonts;
+std::optional<std::vector<NoteFace>> facesOnOffer;
+QString cachedFontName;
+std::optional<NoteFace> cachedFace;
+
+const Fonts& fonts()
+{
+    if (!installedFonts)
+        qFatal("Pondrift: Ink used before Ink::install");
+    return *installedFonts;
+}
+
+// A PostScript name first, as the table names faces. A family name second: some entries are
+// family names as well ("Georgia"), which a machine's copy may carry under another PostScript
+// name.
+std::optional<FontFace> lookUp(const Fonts& lookup, const QString& name)
+{
+    if (auto face = lookup.byPostScriptName(name))
+        return face;
+    return lookup.byFamily(name);
+}
+
+std::optional<FontFace> installedFace(const QString& name)
+{
+    if (name.isEmpty())
+        return std::nullopt;
+    if (auto it = knownFonts.constFind(name); it != knownFonts.cend())
+        return *it;
+    return *knownFonts.insert(name, lookUp(fonts(), name));
+}
 
 QFont sized(QFont font, double size)
 {
@@ -22,6 +57,17 @@ QFont sized(QFont font, double size)
 QFont systemFont(double size)
 {
     return sized(QFontDatabase::systemFont(QFontDatabase::GeneralFont), size);
+}
+
+// Weight, slant and width pick the face within its family. The width is set even when
+// normal: left open, a family's condensed face may win over its regular one.
+QFont fontOf(const FontFace& face, double size)
+{
+    QFont font(face.family);
+    font.setWeight(face.weight);
+    font.setStyle(face.style);
+    font.setStretch(face.stretch);
+    return sized(font, size);
 }
 
 } // namespace
@@ -49,31 +95,21 @@ const std::vector<NoteFace>& allFaces()
     return table;
 }
 
-bool fontExists(const QString& name)
+void install(const Fonts& given)
 {
-    if (name.isEmpty())
-        return false;
-    // Asked on every styling pass; a font installed while the program runs counts from the
-    // next start.
-    static QHash<QString, bool> known;
-    if (auto it = known.constFind(name); it != known.cend())
-        return *it;
-    bool exists = QFontDatabase::families().contains(name, Qt::CaseInsensitive);
-    if (!exists) {
-        // Font matching always finds some font; only an exact family match means this one.
-        QFont font(name);
-        font.setPointSizeF(12);
-        exists = QFontInfo(font).family().compare(name, Qt::CaseInsensitive) == 0;
-    }
-    known.insert(name, exists);
-    return exists;
+    installedFonts = &given;
+    knownFonts.clear();
+    facesOnOffer.reset();
+    cachedFace.reset();
 }
 
-std::vector<NoteFace> available(const std::function<bool(const QString&)>& exists)
+bool fontExists(const QString& name) { return installedFace(name).has_value(); }
+
+std::vector<NoteFace> available(const Fonts& lookup)
 {
     std::vector<NoteFace> result;
     for (const NoteFace& f : allFaces()) {
-        if (f.body.isEmpty() || exists(f.body))
+        if (f.body.isEmpty() || lookUp(lookup, f.body))
             result.push_back(f);
     }
     return result;
@@ -81,8 +117,9 @@ std::vector<NoteFace> available(const std::function<bool(const QString&)>& exist
 
 const std::vector<NoteFace>& faces()
 {
-    static const std::vector<NoteFace> onThisMachine = available(fontExists);
-    return onThisMachine;
+    if (!facesOnOffer)
+        facesOnOffer = available(fonts());
+    return *facesOnOffer;
 }
 
 NoteFace face(const QString& fontName, const std::vector<NoteFace>& among)
@@ -96,11 +133,9 @@ NoteFace face(const QString& fontName, const std::vector<NoteFace>& among)
 
 NoteFace face()
 {
-    static QString cachedName;
-    static std::optional<NoteFace> cachedFace;
     const QString name = Settings::noteFontName();
-    if (!cachedFace || name != cachedName) {
-        cachedName = name;
+    if (!cachedFace || name != cachedFontName) {
+        cachedFontName = name;
         cachedFace = face(name, faces());
     }
     return *cachedFace;
@@ -110,8 +145,8 @@ QFont body(double size) { return body(face(), size); }
 
 QFont body(const NoteFace& f, double size)
 {
-    if (!f.body.isEmpty() && fontExists(f.body))
-        return sized(QFont(f.body), size + f.bump);
+    if (const auto found = installedFace(f.body))
+        return fontOf(*found, size + f.bump);
     return systemFont(size);
 }
 
@@ -127,8 +162,8 @@ QFont tabFont() { return tabFont(Settings::deckScale()); }
 QFont tabFont(const NoteFace& f, double scale)
 {
     QFont font;
-    if (!f.tab.isEmpty() && fontExists(f.tab)) {
-        font = sized(QFont(f.tab), tabSize(scale) + f.bump);
+    if (const auto found = installedFace(f.tab)) {
+        font = fontOf(*found, tabSize(scale) + f.bump);
     } else {
         font = systemFont(tabSize(scale) - 0.5);
         font.setWeight(QFont::DemiBold);

@@ -9,6 +9,7 @@
 #include "platform/qt/QtScheduler.h"
 #include "platform/x11/X11DisplayLoss.h"
 #include "platform/x11/XkbKeyboardLayout.h"
+#include "platform/xdg/FontconfigFonts.h"
 #include "platform/xdg/XdgLoginItem.h"
 #include "sync/ui/MassDeleteDialog.h"
 
@@ -29,6 +30,7 @@ AppServices::Backends makeProductionBackends()
         backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
     backends.desktop = std::make_unique<QtDesktop>();
     backends.files = std::make_unique<QtFiles>();
+    backends.fonts = std::make_unique<FontconfigFonts>();
     backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
