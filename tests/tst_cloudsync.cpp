@@ -37,6 +37,14 @@ class TestCloudSync : public QObject {
     QString doc(const QString& n) const { return QString::fromUtf8(TestFiles::read(m->file(n))); }
     // The id the named document declares.
     QString idIn(const QString& name) const { return NoteDocument::parse(doc(name), {}).note.id; }
+    // What the last pass carried out, as the actions print, joined by "; ".
+    QString plan() const
+    {
+        QStringList actions;
+        for (const Action& a : m->engine->lastPlan())
+            actions << a.toString();
+        return actions.join(u"; "_s);
+    }
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
@@ -77,6 +85,87 @@ private Q_SLOTS:
         QVERIFY(m->engine->syncNow());
         QCOMPARE(m->names(), QStringList{u"By hand.md"_s});
         QVERIFY(doc(u"By hand.md"_s).endsWith(u"new text"_s));
+    }
+
+    // On a volume that ignores letter case, writing "Plans.md" overwrites "plans.md", and
+    // removing the old name afterwards would remove the note's only document. A title that
+    // changes only in case, either way and back, keeps its file, which takes the new text.
+    void titleChangedOnlyInCaseKeepsItsDocument_data()
+    {
+        QTest::addColumn<QString>("first");
+        QTest::addColumn<QString>("second");
+        QTest::newRow("plans, then Plans, then plans again") << u"plans"_s << u"Plans"_s;
+        QTest::newRow("Plans, then plans, then Plans again") << u"Plans"_s << u"plans"_s;
+    }
+    void titleChangedOnlyInCaseKeepsItsDocument()
+    {
+        QFETCH(QString, first);
+        QFETCH(QString, second);
+        const QString file = first + u".md"_s;
+        const Note a = m->notes->create(u"text"_s, first);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->names(), QStringList{file});
+        for (const QString& title : {second, first}) {
+            clock.advance(1);
+            m->notes->updateTitle(a.id, title);
+            QVERIFY(m->engine->syncNow());
+            QCOMPARE(plan(), u"push(%1, %2)"_s.arg(a.id, file));
+            QCOMPARE(m->names(), QStringList{file});
+            const auto parsed = NoteDocument::parse(doc(file), {});
+            QCOMPARE(parsed.note.id, a.id);
+            QCOMPARE(parsed.note.title, title);
+            QCOMPARE(m->engine->index().size(), 1);
+            QCOMPARE(m->engine->index().entry(a.id)->fileName, file);
+        }
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
+    // A pulled note is as new as the later of the date its document declares and the date
+    // the file was written: a hand edit leaves the declared date behind, and a machine whose
+    // clock runs ahead declares a date the file has not reached. Either way the note, the
+    // database and the index agree on it, so that the next pass sees no change.
+    void pulledNoteTakesTheLaterOfItsDeclaredAndFileDates_data()
+    {
+        QTest::addColumn<bool>("known");           // the note was synced here before
+        QTest::addColumn<double>("declaredAhead"); // of the file's date, in whole seconds
+        QTest::newRow("a hand edit: the file's date is later") << true << -100.0;
+        QTest::newRow("a clock ahead elsewhere: the declared date is later") << true << 60.0;
+        QTest::newRow("a note never seen here, dated behind its file") << false << -100.0;
+        QTest::newRow("a note never seen here, dated ahead of its file") << false << 60.0;
+    }
+    void pulledNoteTakesTheLaterOfItsDeclaredAndFileDates()
+    {
+        QFETCH(bool, known);
+        QFETCH(double, declaredAhead);
+        QString id = u"FROM-ELSEWHERE"_s;
+        QString name = u"Elsewhere.md"_s;
+        if (known) {
+            id = m->notes->create(u"original"_s, u"Plans"_s).id;
+            name = u"Plans.md"_s;
+            QVERIFY(m->engine->syncNow());
+        }
+        clock.advance(2.25);
+        const Date declared{std::floor(clock.now().seconds) + declaredAhead};
+        const Note there =
+            aNote().id(id).title(u"Plans"_s).body(u"edited there"_s).modified(declared.seconds);
+        drop(name, NoteDocument::render(there).toUtf8());
+        const Date written = *m->folder.modificationDate(name);
+        QVERIFY(written != declared);
+
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), u"pull(%1)"_s.arg(name));
+        const Date expected = declaredAhead > 0 ? declared : written;
+        QCOMPARE(m->notes->note(id)->body, u"edited there"_s);
+        QCOMPARE(m->notes->note(id)->modified, expected);
+        QCOMPARE(m->engine->index().entry(id)->syncedModified, expected);
+        QCOMPARE(m->engine->index().entry(id)->fileModified, written);
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        m->restart();
+        QCOMPARE(m->notes->note(id)->modified, expected);
     }
 
     // Edits in a burst give one pass a second after the last; the pass's own changes to the
