@@ -11,6 +11,8 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include <cmath>
+
 using namespace Qt::Literals::StringLiterals;
 using Answer = MassDeletePrompt::Answer;
 using SyncPlan::Action;
@@ -45,6 +47,16 @@ class TestCloudSync : public QObject {
             actions << a.toString();
         return actions.join(u"; "_s);
     }
+    // Moves the clock on to the next whole second, which it returns: the clock is shared by
+    // every test, and the rows below need to know where a second begins.
+    double nextWholeSecond()
+    {
+        const double whole = std::floor(clock.now().seconds) + 1;
+        clock.advance(whole - clock.now().seconds);
+        return whole;
+    }
+    // Moves the clock on to the given moment.
+    void advanceTo(double seconds) { clock.advance(seconds - clock.now().seconds); }
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
@@ -166,6 +178,78 @@ private Q_SLOTS:
         QCOMPARE(plan(), QString());
         m->restart();
         QCOMPARE(m->notes->note(id)->modified, expected);
+    }
+
+    // The index file keeps whole seconds, while a note's modified and a file's date carry
+    // fractions. After a restart, an entry whose whole second still matches is taken for the
+    // exact date it was cut from: the restart alone pushes, pulls and reads nothing, wherever
+    // the fractions fall.
+    void restartWithFractionalDatesPlansNothing_data()
+    {
+        QTest::addColumn<double>("noteAt"); // into a second
+        QTest::addColumn<double>("fileAt"); // the pass that writes the file
+        QTest::newRow("note and file within one second") << 0.4 << 0.9;
+        QTest::newRow("the file in the next second") << 0.4 << 1.2;
+        QTest::newRow("a whole-second note, its file a fraction later") << 0.0 << 0.5;
+        QTest::newRow("the file seconds later") << 0.7 << 3.1;
+    }
+    void restartWithFractionalDatesPlansNothing()
+    {
+        QFETCH(double, noteAt);
+        QFETCH(double, fileAt);
+        const double second = nextWholeSecond();
+        advanceTo(second + noteAt);
+        const Note a = m->notes->create(u"text"_s, u"Fractions"_s);
+        advanceTo(second + fileAt);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), u"push(%1, -)"_s.arg(a.id));
+        const auto written = TestFiles::snapshot(m->folder.path());
+
+        clock.advance(1.3);
+        m->restart();
+        const int reads = m->folder.reads;
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        QCOMPARE(m->folder.reads, reads);
+        QCOMPARE(TestFiles::snapshot(m->folder.path()), written);
+        QCOMPARE(m->engine->index().entry(a.id)->syncedModified, m->notes->note(a.id)->modified);
+    }
+
+    // A change made in the very second of the last sync, with a pass before any restart: the
+    // dates in memory still carry their fractions and compare exactly, so the change goes
+    // out, or comes in, and a restart afterwards plans nothing more.
+    void changeInTheSecondOfTheLastSyncIsCarriedBeforeARestart_data()
+    {
+        QTest::addColumn<bool>("here"); // edited on this machine, else in the folder
+        QTest::newRow("an edit here is pushed") << true;
+        QTest::newRow("an edit in the folder is pulled") << false;
+    }
+    void changeInTheSecondOfTheLastSyncIsCarriedBeforeARestart()
+    {
+        QFETCH(bool, here);
+        const double second = nextWholeSecond();
+        advanceTo(second + 0.1);
+        const Note a = m->notes->create(u"first"_s, u"Quick"_s);
+        advanceTo(second + 0.2);
+        QVERIFY(m->engine->syncNow());
+        advanceTo(second + 0.6);
+        if (here) {
+            m->notes->updateBody(a.id, u"second"_s);
+        } else {
+            const Note there =
+                aNote().id(a.id).title(u"Quick"_s).body(u"second"_s).modified(second);
+            drop(u"Quick.md"_s, NoteDocument::render(there).toUtf8());
+        }
+        advanceTo(second + 0.8);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), here ? u"push(%1, Quick.md)"_s.arg(a.id) : u"pull(Quick.md)"_s);
+        QCOMPARE(m->notes->note(a.id)->body, u"second"_s);
+        QVERIFY(doc(u"Quick.md"_s).endsWith(u"second"_s));
+
+        clock.advance(1.5);
+        m->restart();
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
     }
 
     // Edits in a burst give one pass a second after the last; the pass's own changes to the
