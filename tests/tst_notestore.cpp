@@ -141,6 +141,23 @@ private Q_SLOTS:
         QCOMPARE(FaultInjectingVfs::writeCount(), 0); // the cancelled pause writes nothing
     }
 
+    // A pin is where a note stands, not a change to it: the archive's order and the sync's
+    // comparison of dates both go by modified.
+    void pinningAndUnpinningLeaveModifiedAlone()
+    {
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note note = notes.create(u"body"_s);
+        for (const bool pinned : {true, false}) {
+            lib.clock.advance(5);
+            notes.togglePin(note.id);
+            QCOMPARE(notes.note(note.id)->pinned, pinned);
+            QCOMPARE(notes.note(note.id)->modified, note.modified);
+            QCOMPARE(lib.storedNote(note.id)->pinned, pinned);
+            QCOMPARE(lib.storedNote(note.id)->modified, note.modified);
+        }
+    }
+
     void immediateChanges()
     {
         Library lib;
@@ -380,6 +397,44 @@ private Q_SLOTS:
         QCOMPARE(errors.size(), 2); // set once, cleared once
         QCOMPARE(lib.storedNote(note.id)->body, u"typed while failing, more"_s);
         QVERIFY(lib.storedNote(note.id)->pinned);
+    }
+
+    // The error stands for every note still unsaved: a save of another note, debounced or at
+    // once, does not take it away while the failed one waits.
+    void oneGoodSaveKeepsTheErrorOfAnotherUnsavedNote_data()
+    {
+        QTest::addColumn<bool>("immediate");
+        QTest::newRow("the other note's text saved after its pause") << false;
+        QTest::newRow("the other note pinned, saved at once") << true;
+    }
+    void oneGoodSaveKeepsTheErrorOfAnotherUnsavedNote()
+    {
+        QFETCH(bool, immediate);
+        Library lib;
+        NoteStore& notes = lib.open();
+        const Note failing = notes.create(u"failing"_s);
+        const Note other = notes.create(u"other"_s);
+
+        FaultInjectingVfs::setWriteFault(Fault::IoError);
+        notes.updateBody(failing.id, u"typed while failing"_s);
+        lib.clock.advance(0.3);
+        QVERIFY(notes.lastError());
+        FaultInjectingVfs::setWriteFault(Fault::None);
+
+        if (immediate) {
+            notes.togglePin(other.id);
+        } else {
+            notes.updateBody(other.id, u"other, edited"_s);
+            lib.clock.advance(0.3);
+        }
+        QCOMPARE(notes.unsavedIDs(), QSet<QString>{failing.id});
+        QVERIFY2(notes.lastError(), "the failed note is still unsaved");
+        QCOMPARE(lib.storedNote(failing.id)->body, u"failing"_s);
+
+        QVERIFY(notes.flush(failing.id));
+        QVERIFY(notes.unsavedIDs().isEmpty());
+        QVERIFY(!notes.lastError());
+        QCOMPARE(lib.storedNote(failing.id)->body, u"typed while failing"_s);
     }
 
     void aFailedDeleteKeepsTheNote()

@@ -83,6 +83,7 @@ private Q_SLOTS:
         own("a deck scale written by something else", u"deckScale"_s, 0.5, 1.0);
         own("a deck scale as text from the settings file", u"deckScale"_s, u"1.25"_s, 1.25);
         own("an edge under 4 points", u"edgeWidth"_s, 3.9, 14.0);
+        own("an edge of exactly 4 points is kept", u"edgeWidth"_s, 4, 4.0);
         own("a wide edge is kept", u"edgeWidth"_s, 60, 60.0);
         own("a deck position above the top", u"deckYRatio"_s, 1.7, 1.0);
         own("a deck position below the bottom", u"deckYRatio"_s, -2, 0.0);
