@@ -251,6 +251,7 @@ private Q_SLOTS:
         QTest::newRow("empty") << QString();
         QTest::newRow("tasks, Chinese and an emoji") << u"Milk ☐ 牛奶 🥛"_s;
         QTest::newRow("a byte order mark at the start stays") << u"\uFEFFhello"_s;
+        QTest::newRow("two byte order marks at the start both stay") << u"\uFEFF\uFEFFhello"_s;
         QTest::newRow("NUL characters inside") << QString::fromUtf16(u"a\0b", 3);
         QTest::newRow("a long body") << QString(100000, u'x');
     }

@@ -3,6 +3,8 @@
 #include "notes/Note.h"
 #include "platform/Files.h"
 
+#include <QStringDecoder>
+
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
@@ -164,13 +166,14 @@ QString Crypto::open(QByteArrayView sealed)
         || EVP_DecryptFinal_ex(ctx, out + written, &finalWritten) != 1)
         throw corruptBody();
 
-    // Strict decoding: a replacement character must never stand in for bytes that were not
-    // text. The check and the conversion both take Qt's fast path for runs of ASCII.
-    const QByteArrayView utf8(plain.constData(), written + finalWritten);
-    if (!utf8.isValidUtf8())
+    // Strict decoding in one pass over the bytes: a replacement character must never stand
+    // in for bytes that were not text, so any error refuses the body. Stateless makes a
+    // character cut short at the end an error rather than something held for more input, and
+    // a leading byte order mark is text the person wrote, not a marker to drop.
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless
+                                                     | QStringDecoder::Flag::ConvertInitialBom);
+    QString text = decoder.decode(QByteArrayView(plain.constData(), written + finalWritten));
+    if (decoder.hasError())
         throw corruptBody();
-    // fromUtf8 drops a leading byte order mark; a body that starts with one must keep it.
-    if (utf8.startsWith("\xEF\xBB\xBF"))
-        return QChar(0xFEFF) + QString::fromUtf8(utf8.sliced(3));
-    return QString::fromUtf8(utf8);
+    return text;
 }

@@ -73,6 +73,19 @@ QString columnText(sqlite3_stmt* s, int column)
     return QString::fromUtf8(text, sqlite3_column_bytes(s, column));
 }
 
+// Compared in place: every row has a direction, and a launch should not make a string of it
+// only to throw it away. The stored values are ASCII, so no other bytes can match one.
+NoteTextDirection columnDirection(sqlite3_stmt* s, int column)
+{
+    const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(s, column));
+    const QLatin1StringView raw(text, sqlite3_column_bytes(s, column));
+    for (NoteTextDirection direction : TextDirection::all) {
+        if (raw == TextDirection::rawValue(direction))
+            return direction;
+    }
+    return NoteTextDirection::Automatic;
+}
+
 bool bindText(sqlite3_stmt* s, int index, const QString& text)
 {
     const QByteArray utf8 = text.toUtf8();
@@ -214,15 +227,10 @@ QList<Note> Store::read()
         const int sealedSize = sqlite3_column_bytes(s, 2);
         QString body = cipher->open(QByteArrayView(static_cast<const char*>(sealed), sealedSize));
 
-        const auto* direction = reinterpret_cast<const char*>(sqlite3_column_text(s, 9));
-        const NoteTextDirection textDirection =
-            TextDirection::fromRawValue(QString::fromUtf8(direction, sqlite3_column_bytes(s, 9)))
-                .value_or(NoteTextDirection::Automatic);
-
         notes.emplaceBack(columnText(s, 0), columnText(s, 1), std::move(body),
                           sqlite3_column_int64(s, 3), Date{sqlite3_column_double(s, 4)},
                           Date{sqlite3_column_double(s, 5)}, sqlite3_column_int64(s, 6) != 0,
-                          sqlite3_column_int64(s, 8) != 0, textDirection,
+                          sqlite3_column_int64(s, 8) != 0, columnDirection(s, 9),
                           sqlite3_column_double(s, 7));
     }
     if (rc != SQLITE_DONE)
