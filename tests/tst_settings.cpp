@@ -1,10 +1,8 @@
 #include "platform/Log.h"
 #include "platform/qt/QSettingsDefaults.h"
-#include "platform/xdg/XdgLoginItem.h"
 #include "settings/Settings.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
-#include "support/TestFiles.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -212,33 +210,6 @@ private Q_SLOTS:
         QVERIFY(Settings::launchAtLogin());
         QCOMPARE(lines,
                  QStringList{u"Pondrift: launch-at-login toggle failed — permission denied"_s});
-    }
-
-    void autostartEntry()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"config/autostart/app.pondrift.Pondrift.desktop"_s);
-        XdgLoginItem item(path, u"/opt/Pondrift \"beta\"/pondrift"_s);
-        QVERIFY(!item.isEnabled());
-        QCOMPARE(item.enable(), std::nullopt);
-        QVERIFY(item.isEnabled());
-        // A quote in the path: \" for the Exec quoting, its backslash doubled for the string.
-        QVERIFY(TestFiles::read(path).contains("Exec=\"/opt/Pondrift \\\\\"beta\\\\\"/pondrift\""));
-        QCOMPARE(item.disable(), std::nullopt);
-        QVERIFY(!item.isEnabled());
-        QCOMPARE(item.disable(), std::nullopt);
-        // A session skips an entry that says it is hidden.
-        QVERIFY(TestFiles::write(path, "[Desktop Entry]\nHidden=true\n"));
-        QVERIFY(!item.isEnabled());
-    }
-
-    void autostartEntryInAFolderThatCannotBeMade()
-    {
-        QTemporaryDir dir;
-        QVERIFY(TestFiles::write(dir.filePath(u"config"_s), "a file where the folder goes"));
-        XdgLoginItem item(dir.filePath(u"config/autostart/x.desktop"_s), u"/usr/bin/pondrift"_s);
-        QVERIFY(item.enable().has_value());
-        QVERIFY(!item.isEnabled());
     }
 };
 
