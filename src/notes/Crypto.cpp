@@ -3,6 +3,8 @@
 #include "notes/Note.h"
 #include "platform/Files.h"
 
+#include <QFileInfo>
+
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/rand.h>
@@ -46,6 +48,16 @@ const Crypto::KeyBytes& Crypto::key()
         if (!allowCreation)
             throw PersistenceError(PersistenceError::Kind::MissingKey);
         createKeyFile(*fetched);
+        keyNameUnsynced = true;
+    }
+    // No body is sealed under a new key before its name is on the disk: a power cut could
+    // otherwise leave a database whose bodies no key file opens. Until a sync succeeds, every
+    // fetch tries it again.
+    if (keyNameUnsynced) {
+        const QString folder = QFileInfo(keyPath).path();
+        if (const Files::Result synced = files.syncFolder(folder); !synced)
+            throw FileSystemError(synced.error, folder);
+        keyNameUnsynced = false;
     }
     cachedKey = std::move(fetched);
     return *cachedKey;
