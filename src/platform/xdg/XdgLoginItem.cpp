@@ -41,7 +41,7 @@ QString execValue(const QString& program)
     QString line = execArgument(program);
     // GLib looks up the program of an entry before it expands "%%", so it rejects an entry
     // whose program path holds a '%' and GNOME never starts it. A shell that runs its $0
-    // keeps the percent sign out of the program's place, and every launcher agrees on it.
+    // keeps the percent sign out of the program's place; only such paths pay for it.
     if (program.contains(u'%'))
         line = u"/bin/sh -c "_s + execArgument(u"exec \"$0\""_s) + u' ' + line;
     line.replace(u"%"_s, u"%%"_s);
