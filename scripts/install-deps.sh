@@ -11,6 +11,7 @@ packages=(
   libxcb1-dev libxkbcommon-dev libxkbcommon-x11-dev libfontconfig-dev
   libbenchmark-dev
   xvfb xauth x11-xkb-utils
+  desktop-file-utils libglib2.0-bin
   fonts-dejavu-core fonts-wqy-microhei
 )
 if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi

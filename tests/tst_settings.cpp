@@ -1,10 +1,8 @@
 #include "platform/Log.h"
 #include "platform/qt/QSettingsDefaults.h"
-#include "platform/xdg/XdgLoginItem.h"
 #include "settings/Settings.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
-#include "support/TestFiles.h"
 
 #include <QTemporaryDir>
 #include <QTest>
@@ -87,8 +85,19 @@ private Q_SLOTS:
         own("a wide edge is kept", u"edgeWidth"_s, 60, 60.0);
         own("a deck position above the top", u"deckYRatio"_s, 1.7, 1.0);
         own("a deck position below the bottom", u"deckYRatio"_s, -2, 0.0);
-        own("a language no table has", u"appLanguage"_s, u"fr"_s,
-            QVariant::fromValue(AppLanguage(AppLanguage::System)));
+        const auto language = [&](const char* name, const QString& stored, AppLanguage reads) {
+            own(name, u"appLanguage"_s, stored, QVariant::fromValue(reads));
+        };
+        language("a language no table has", u"fr"_s, AppLanguage::System);
+        language("English in capitals", u"EN"_s, AppLanguage::English);
+        language("English of a region", u"en-GB"_s, AppLanguage::English);
+        language("Chinese by its POSIX name", u"zh_CN"_s, AppLanguage::SimplifiedChinese);
+        language("Chinese with script and region", u"zh-Hans-CN"_s, AppLanguage::SimplifiedChinese);
+        language("a POSIX locale with its encoding", u"zh_CN.UTF-8"_s,
+                 AppLanguage::SimplifiedChinese);
+        language("traditional Chinese by its POSIX name", u"zh_TW"_s, AppLanguage::System);
+        language("the stored name of the system choice", u"system"_s, AppLanguage::System);
+        language("nothing stored but an empty text", QString(), AppLanguage::System);
 
         const auto floating = [&](const char* name, double w, double h, QSizeF reads) {
             row(name, {{u"floatingNoteW"_s, w}, {u"floatingNoteH"_s, h}}, u"floatingNoteSize"_s,
@@ -213,33 +222,6 @@ private Q_SLOTS:
         QVERIFY(Settings::launchAtLogin());
         QCOMPARE(lines,
                  QStringList{u"Pondrift: launch-at-login toggle failed — permission denied"_s});
-    }
-
-    void autostartEntry()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath(u"config/autostart/app.pondrift.Pondrift.desktop"_s);
-        XdgLoginItem item(path, u"/opt/Pondrift \"beta\"/pondrift"_s);
-        QVERIFY(!item.isEnabled());
-        QCOMPARE(item.enable(), std::nullopt);
-        QVERIFY(item.isEnabled());
-        // A quote in the path: \" for the Exec quoting, its backslash doubled for the string.
-        QVERIFY(TestFiles::read(path).contains("Exec=\"/opt/Pondrift \\\\\"beta\\\\\"/pondrift\""));
-        QCOMPARE(item.disable(), std::nullopt);
-        QVERIFY(!item.isEnabled());
-        QCOMPARE(item.disable(), std::nullopt);
-        // A session skips an entry that says it is hidden.
-        QVERIFY(TestFiles::write(path, "[Desktop Entry]\nHidden=true\n"));
-        QVERIFY(!item.isEnabled());
-    }
-
-    void autostartEntryInAFolderThatCannotBeMade()
-    {
-        QTemporaryDir dir;
-        QVERIFY(TestFiles::write(dir.filePath(u"config"_s), "a file where the folder goes"));
-        XdgLoginItem item(dir.filePath(u"config/autostart/x.desktop"_s), u"/usr/bin/pondrift"_s);
-        QVERIFY(item.enable().has_value());
-        QVERIFY(!item.isEnabled());
     }
 };
 

@@ -1,8 +1,12 @@
+#include "images/ImageStore.h"
 #include "notes/Crypto.h"
+#include "notes/Paths.h"
 #include "notes/Store.h"
 #include "platform/Log.h"
 #include "platform/qt/QtFiles.h"
+#include "support/FaultyFiles.h"
 #include "support/TestFiles.h"
+#include "sync/CloudSyncIndex.h"
 
 #include <QDir>
 #include <QDirIterator>
@@ -363,6 +367,73 @@ private Q_SLOTS:
         QCOMPARE(reopened.load(), (QList<Note>{b, a}));
         RawDb raw(dbPath());
         QVERIFY(!raw.value("body", u"A"_s).toByteArray().contains("first"));
+    }
+
+    // Other accounts on the machine read nothing of a library: not the titles and dates in the
+    // database or its journal files, not the key, the pictures or the sync's list of notes.
+    void aFreshLibraryIsTheOwnersAloneWhateverTheUmask_data()
+    {
+        QTest::addColumn<int>("umask");
+        QTest::newRow("the usual umask") << 022;
+        QTest::newRow("a umask that takes nothing") << 0;
+    }
+    void aFreshLibraryIsTheOwnersAloneWhateverTheUmask()
+    {
+        QFETCH(int, umask);
+        const TestFiles::Umask mask(umask);
+        const Paths paths{tmp->filePath(u"share/Pondrift"_s)};
+        FaultyFiles files;
+        Store store(paths.db(), paths.key(), files);
+        store.upsert(sample(u"A"_s, u"secret"_s));
+        ImageStore images(paths.images(), files);
+        const auto picture = images.save(QByteArray("picture"), u"png"_s);
+        QVERIFY(picture);
+        CloudSyncIndex index;
+        index.record(u"A"_s, u"title A.md"_s, Date{1}, Date{2});
+        QVERIFY(index.save(paths.syncIndex(), files));
+
+        const QList<std::pair<QString, int>> expected{
+            {tmp->filePath(u"share"_s), 0700},
+            {paths.support, 0700},
+            {paths.db(), 0600},
+            {paths.db() + u"-wal"_s, 0600},
+            {paths.db() + u"-shm"_s, 0600},
+            {paths.key(), 0600},
+            {paths.images(), 0700},
+            {*images.filePath(*picture), 0600},
+            {paths.syncIndex(), 0600},
+        };
+        QStringList wanted;
+        QStringList found;
+        for (const auto& [path, mode] : expected) {
+            const QString name = path.mid(tmp->path().size() + 1) + u' ';
+            wanted.append(name + QString::number(mode, 8));
+            found.append(name + QString::number(TestFiles::permissions(path), 8));
+        }
+        QCOMPARE(found, wanted);
+    }
+
+    // A power cut after the key file is made must not take its name while a body sealed under
+    // it reaches the database: no body is sealed before the key's folder is synced.
+    void aNewKeysNameReachesTheDiskBeforeAnyBodyIsSealed()
+    {
+        FaultyFiles faulty;
+        Store store(dbPath(), keyPath(), faulty);
+        faulty.failFolderSyncs(EIO);
+        QString message;
+        QCOMPARE(errorOf([&] { store.upsert(sample(u"A"_s, u"a"_s)); }, &message), u"file error"_s);
+        QVERIFY2(message.startsWith(tmp->path() + u": "_s), qPrintable(message));
+        QCOMPARE(store.load(), QList<Note>());
+
+        // The key made before stays the key; its folder is synced before it is first used.
+        const QByteArray key = TestFiles::read(keyPath());
+        QCOMPARE(key.size(), 32);
+        faulty.heal();
+        QCOMPARE(faulty.syncedFolders, QStringList());
+        store.upsert(sample(u"A"_s, u"a"_s));
+        QCOMPARE(faulty.syncedFolders, QStringList{tmp->path()});
+        QCOMPARE(TestFiles::read(keyPath()), key);
+        QCOMPARE(Store(dbPath(), keyPath(), files).load(), QList<Note>{sample(u"A"_s, u"a"_s)});
     }
 
     void upsertKeepsTheFirstCreatedAndReplacesTheRest()

@@ -77,7 +77,7 @@ Your notes stay on this computer, encrypted.</source>
     </message>
     <message id="color.sand">
         <source>Sand</source>
-        <translation>沙色</translation>
+        <translation>沙棕色</translation>
     </message>
     <message id="color.sky">
         <source>Sky</source>
@@ -90,13 +90,13 @@ Your notes stay on this computer, encrypted.</source>
     <message id="date.days_ago" numerus="yes">
         <source>%n days ago</source>
         <translation>
-            <numerusform>%n天前</numerusform>
+            <numerusform>%n 天前</numerusform>
         </translation>
     </message>
     <message id="date.hours_ago" numerus="yes">
         <source>%n hr ago</source>
         <translation>
-            <numerusform>%n小时前</numerusform>
+            <numerusform>%n 小时前</numerusform>
         </translation>
     </message>
     <message id="date.just_now">
@@ -106,25 +106,25 @@ Your notes stay on this computer, encrypted.</source>
     <message id="date.minutes_ago" numerus="yes">
         <source>%n min ago</source>
         <translation>
-            <numerusform>%n分钟前</numerusform>
+            <numerusform>%n 分钟前</numerusform>
         </translation>
     </message>
     <message id="date.months_ago" numerus="yes">
         <source>%n mo ago</source>
         <translation>
-            <numerusform>%n个月前</numerusform>
+            <numerusform>%n 个月前</numerusform>
         </translation>
     </message>
     <message id="date.weeks_ago" numerus="yes">
         <source>%n wk ago</source>
         <translation>
-            <numerusform>%n周前</numerusform>
+            <numerusform>%n 周前</numerusform>
         </translation>
     </message>
     <message id="date.years_ago" numerus="yes">
         <source>%n yr ago</source>
         <translation>
-            <numerusform>%n年前</numerusform>
+            <numerusform>%n 年前</numerusform>
         </translation>
     </message>
     <message id="deck_style.colour_chips">
@@ -239,7 +239,7 @@ Your notes stay on this computer, encrypted.</source>
     </message>
     <message id="export.sticky_archive">
         <source>Pondrift Archive…</source>
-        <translation>Pondrift 归档文件…</translation>
+        <translation>Pondrift 备份文件…</translation>
     </message>
     <message id="font.system">
         <source>System</source>
@@ -289,7 +289,7 @@ Your notes stay on this computer, encrypted.</source>
     </message>
     <message id="import.choose_files">
         <source>Choose text or Markdown files, or a Pondrift archive, to import.</source>
-        <translation>选择要导入的文本或 Markdown 文件，或 Pondrift 归档文件。</translation>
+        <translation>选择要导入的文本或 Markdown 文件，或 Pondrift 备份文件。</translation>
     </message>
     <message id="import.complete_title">
         <source>Import Complete</source>
@@ -297,7 +297,7 @@ Your notes stay on this computer, encrypted.</source>
     </message>
     <message id="import.invalid_archive">
         <source>This archive comes from a version of Pondrift that this one can’t read.</source>
-        <translation>这个归档文件来自无法识别的 Pondrift 版本。</translation>
+        <translation>这个备份文件来自其他版本的 Pondrift，当前版本无法读取。</translation>
     </message>
     <message id="import.problems_body">
         <source>%1 These couldn’t be imported: %2</source>
@@ -433,7 +433,7 @@ Your notes stay on this computer, encrypted.</source>
     </message>
     <message id="menu.launch_at_login">
         <source>Open at Login</source>
-        <translation>登录时打开</translation>
+        <translation>登录时启动</translation>
     </message>
     <message id="menu.new_note">
         <source>New Note</source>

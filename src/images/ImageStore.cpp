@@ -49,9 +49,9 @@ std::optional<QString> ImageStore::save(const QByteArray& data, const QString& e
     if (data.isEmpty() || !isAllowedExtension(lowered))
         return std::nullopt;
     // A failure to make the folder shows as the write's own failure.
-    files.makeFolder(folder, true);
+    files.makeFolder(folder, true, Files::Access::Private);
     const QString id = QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper();
-    if (!files.write(folder + u'/' + id + u'.' + lowered, data))
+    if (!files.write(folder + u'/' + id + u'.' + lowered, data, Files::Access::Private))
         return std::nullopt;
     return id;
 }

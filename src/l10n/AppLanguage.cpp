@@ -51,7 +51,9 @@ AppLanguage AppLanguage::resolve(const std::optional<QStringList>& list)
 {
     if (!list || list->isEmpty())
         return System;
-    const QString first = list->first().toLower();
+    // Desktops and hand-edited settings also write POSIX locale names ("zh_CN.UTF-8") where
+    // the rule expects BCP 47 tags: the same language either way.
+    const QString first = list->first().toLower().replace(u'_', u'-');
     if (first.startsWith(u"en"_s))
         return English;
     if (first == u"zh"_s || first.startsWith(u"zh-hans"_s) || first.startsWith(u"zh-cn"_s)
@@ -64,10 +66,6 @@ AppLanguage AppLanguage::interfaceLanguage(const QStringList& systemLanguages) c
 {
     if (value != System)
         return *this;
-    // Some desktops still write POSIX names ("zh_CN") where the rule expects BCP 47.
-    QStringList normalized = systemLanguages;
-    for (QString& code : normalized)
-        code.replace(u'_', u'-');
-    const AppLanguage resolved = resolve(normalized);
+    const AppLanguage resolved = resolve(systemLanguages);
     return resolved == System ? AppLanguage(English) : resolved;
 }

@@ -29,6 +29,7 @@ public:
 
     // The choice a list of language codes stands for: by its first entry only, so that a
     // first entry of a language we lack means the desktop's default, not our second best.
+    // Case-blind, and "_" counts as "-", so that POSIX names ("zh_CN.UTF-8") count too.
     static AppLanguage resolve(const std::optional<QStringList>& list);
     // The table the interface shows for this choice: the choice itself, or for System the
     // desktop's languages resolved, English when they name neither of ours.

@@ -3,6 +3,7 @@
 #include "notes/Note.h"
 #include "platform/Files.h"
 
+#include <QFileInfo>
 #include <QStringDecoder>
 
 #include <openssl/crypto.h>
@@ -48,6 +49,16 @@ const Crypto::KeyBytes& Crypto::key()
         if (!allowCreation)
             throw PersistenceError(PersistenceError::Kind::MissingKey);
         createKeyFile(*fetched);
+        keyNameUnsynced = true;
+    }
+    // No body is sealed under a new key before its name is on the disk: a power cut could
+    // otherwise leave a database whose bodies no key file opens. Until a sync succeeds, every
+    // fetch tries it again.
+    if (keyNameUnsynced) {
+        const QString folder = QFileInfo(keyPath).path();
+        if (const Files::Result synced = files.syncFolder(folder); !synced)
+            throw FileSystemError(synced.error, folder);
+        keyNameUnsynced = false;
     }
     cachedKey = std::move(fetched);
     return *cachedKey;

@@ -18,11 +18,12 @@ struct evp_cipher_ctx_st;
 // The key file holds exactly 32 raw bytes. It is read when first needed, and created only
 // when the file is missing and creation is allowed (the database is empty, so no body can be
 // sealed under a key that is then lost). Creation is safe against another process doing the
-// same at the same moment: both end up with the key that reached the disk first.
+// same at the same moment: both end up with the key that reached the disk first. A new key
+// is used only once its folder has been synced, so its name survives a power cut.
 //
 // Errors: PersistenceError (InvalidKey, MissingKey, CorruptBody) or FileSystemError for any
-// other failure of the key file. A failed key fetch remembers nothing; the next call tries
-// again. Main thread only.
+// other failure of the key file, or of the sync of a new key's folder. A failed key fetch
+// remembers nothing but a sync still owed; the next call tries again. Main thread only.
 class Crypto final {
 public:
     // Touches nothing on disk. files must outlive the cipher.
@@ -73,6 +74,9 @@ private:
     bool allowCreation;
     Files& files;
     std::unique_ptr<KeyBytes> cachedKey;
+    // A key file was made (by this process or the one that won the race) and its folder has
+    // not been synced since.
+    bool keyNameUnsynced = false;
     Context sealer;
     Context opener;
     QByteArray plain; // reused for every open; bodies are decoded from here

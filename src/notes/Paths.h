@@ -14,7 +14,8 @@ struct Paths {
     // The sync's memory of the folder.
     QString syncIndex() const { return support + QStringLiteral("/cloud-index.json"); }
 
-    // The per-user data folder plus "Pondrift", made with its parents. A failure to make it
-    // is not reported here: it surfaces as the first file operation that needs it.
+    // The per-user data folder plus "Pondrift". Only named here: the first store that writes
+    // in it (the database, the pictures, the sync index) makes it, private, so that other
+    // accounts on the machine can read none of it, and reports a failure as its own.
     static Paths user();
 };

@@ -1,8 +1,10 @@
 #include "notes/Store.h"
 
+#include "platform/Files.h"
 #include "platform/Log.h"
 
 #include <QByteArrayView>
+#include <QFileInfo>
 #include <QSet>
 
 #include <sqlite3.h>
@@ -115,6 +117,14 @@ Store::~Store()
 
 void Store::open(const QString& keyPath)
 {
+    // SQLite would make a missing database as the umask allows, and it gives the -wal and
+    // -shm files the database's own permissions: made private here first, all three are the
+    // owner's alone, in a folder of the owner's alone. A failure here is left for SQLite's
+    // open to report in its own words.
+    if (!files.stat(dbPath)) {
+        files.makeFolder(QFileInfo(dbPath).path(), true, Files::Access::Private);
+        files.create(dbPath, {});
+    }
     const int rc = sqlite3_open_v2(
         dbPath.toUtf8().constData(), &db,
         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_FULLMUTEX, nullptr);

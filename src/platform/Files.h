@@ -26,6 +26,12 @@ public:
 
     enum class Kind { File, Folder, Other };
 
+    // Who may read what a call makes. Shared: as the umask allows, for documents that other
+    // programs and people share. Private: the owner only (files 0600, folders 0700) whatever
+    // the umask, for the program's own data, which other accounts on the machine must not
+    // read.
+    enum class Access { Shared, Private };
+
     struct Entry {
         QString name; // the entry's name inside its folder
         Kind kind = Kind::Other;
@@ -41,17 +47,25 @@ public:
     // Reads the file into `into`. With a limit, reads at most that many bytes, so a caller
     // can tell a file longer than it expects without reading it all.
     virtual Result read(const QString& path, QByteArray& into, qint64 limit = -1) = 0;
-    // Replaces the file with the data, or leaves it as it was.
-    virtual Result write(const QString& path, const QByteArray& data) = 0;
-    // Writes a file that must not exist yet, readable by its owner only, synced to the disk
-    // before it appears under its name. EEXIST when a file of that name is there (another
-    // process got there first); it is never replaced.
+    // Replaces the file with the data, or leaves it as it was. A shared file that was there
+    // keeps its permissions; a private one ends private whatever it had.
+    virtual Result write(const QString& path, const QByteArray& data,
+                         Access access = Access::Shared) = 0;
+    // Writes a file that must not exist yet, private, synced to the disk before it appears
+    // under its name. EEXIST when a file of that name is there (another process got there
+    // first); it is never replaced. The new name itself reaches the disk only with
+    // syncFolder.
     virtual Result create(const QString& path, const QByteArray& data) = 0;
     // ENOENT when there was nothing to remove.
     virtual Result remove(const QString& path) = 0;
-    // Makes the folder; an existing folder is success. Without parents, the folder above must
-    // exist, so that a vanished root is never made again by accident.
-    virtual Result makeFolder(const QString& path, bool withParents) = 0;
+    // Makes the folder, and with parents every missing folder above it, with the access
+    // given; an existing folder is success and keeps its permissions. Without parents, the
+    // folder above must exist, so that a vanished root is never made again by accident.
+    virtual Result makeFolder(const QString& path, bool withParents,
+                              Access access = Access::Shared) = 0;
+    // Puts the folder's names (files made, linked, renamed or removed in it) on the disk, so
+    // that a power cut cannot take back a name that a caller has started to depend on.
+    virtual Result syncFolder(const QString& path) = 0;
     // Absent when nothing is at the path. Links are followed.
     virtual std::optional<Entry> stat(const QString& path) = 0;
     // The entries of a folder, "." and ".." left out, in no particular order, each as stat

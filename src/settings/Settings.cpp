@@ -228,10 +228,12 @@ void setDeckStyle(DeckStyle style)
 
 AppLanguage appLanguage()
 {
+    // Read the way the desktop's languages are, so that a value written by hand ("EN",
+    // "zh_CN") means what it says; anything else follows the system.
     const auto raw = defaults().stringValue(u"appLanguage"_s);
     if (!raw)
         return AppLanguage::System;
-    return AppLanguage::fromRawValue(*raw).value_or(AppLanguage::System);
+    return AppLanguage::resolve(QStringList{*raw});
 }
 
 void setAppLanguage(AppLanguage language)

@@ -68,8 +68,9 @@ QByteArray CloudSyncIndex::encode() const
 bool CloudSyncIndex::save(const QString& path, Files& files) const
 {
     // A failure to make the folder shows as the write's own failure.
-    files.makeFolder(QFileInfo(path).absolutePath(), true);
-    if (const Files::Result written = files.write(path, encode()); !written) {
+    files.makeFolder(QFileInfo(path).absolutePath(), true, Files::Access::Private);
+    if (const Files::Result written = files.write(path, encode(), Files::Access::Private);
+        !written) {
         Log::cloud(u"cannot save the sync index"_s, written.description());
         return false;
     }

@@ -12,10 +12,13 @@ void FaultyFiles::failPathsContaining(const QString& value, int error)
     fragmentError = error;
 }
 
+void FaultyFiles::failFolderSyncs(int error) { syncError = error; }
+
 void FaultyFiles::heal()
 {
     successesLeft.reset();
     fragment.clear();
+    syncError = 0;
 }
 
 std::optional<Files::Result> FaultyFiles::fault(const QString& path)
@@ -42,12 +45,22 @@ Files::Result FaultyFiles::written(const QString& path, const std::function<Resu
     return result;
 }
 
-Files::Result FaultyFiles::write(const QString& path, const QByteArray& data)
+Files::Result FaultyFiles::write(const QString& path, const QByteArray& data, Access access)
 {
-    return written(path, [&] { return disk.write(path, data); });
+    return written(path, [&] { return disk.write(path, data, access); });
 }
 
 Files::Result FaultyFiles::create(const QString& path, const QByteArray& data)
 {
     return written(path, [&] { return disk.create(path, data); });
+}
+
+Files::Result FaultyFiles::syncFolder(const QString& path)
+{
+    if (syncError != 0)
+        return Result{syncError};
+    const Result result = disk.syncFolder(path);
+    if (result)
+        syncedFolders.append(path);
+    return result;
 }

@@ -4,6 +4,7 @@
 #include "platform/qt/QtFiles.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <cerrno>
 #include <functional>
@@ -19,6 +20,8 @@ public:
     void failAfter(int successes, int error = ENOSPC);
     // Writes and creations to paths that hold the fragment fail with `error`.
     void failPathsContaining(const QString& fragment, int error = EACCES);
+    // Every folder sync fails with `error` until heal().
+    void failFolderSyncs(int error = EIO);
     // Every write goes through again.
     void heal();
 
@@ -26,18 +29,23 @@ public:
     int writes = 0;
     // Writes and creations refused.
     int refused = 0;
+    // The folders synced to the disk, in order.
+    QStringList syncedFolders;
 
     Result read(const QString& path, QByteArray& into, qint64 limit = -1) override
     {
         return disk.read(path, into, limit);
     }
-    Result write(const QString& path, const QByteArray& data) override;
+    Result write(const QString& path, const QByteArray& data,
+                 Access access = Access::Shared) override;
     Result create(const QString& path, const QByteArray& data) override;
     Result remove(const QString& path) override { return disk.remove(path); }
-    Result makeFolder(const QString& path, bool withParents) override
+    Result makeFolder(const QString& path, bool withParents,
+                      Access access = Access::Shared) override
     {
-        return disk.makeFolder(path, withParents);
+        return disk.makeFolder(path, withParents, access);
     }
+    Result syncFolder(const QString& path) override;
     std::optional<Entry> stat(const QString& path) override { return disk.stat(path); }
     std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) override
     {
@@ -53,4 +61,5 @@ private:
     int afterError = 0;
     QString fragment;
     int fragmentError = 0;
+    int syncError = 0;
 };

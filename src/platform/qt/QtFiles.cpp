@@ -97,7 +97,7 @@ public:
         return ::fdatasync(fd) == 0 ? 0 : lastError();
     }
 
-    int keepMode(mode_t mode) { return ::fchmod(fd, mode) == 0 ? 0 : lastError(); }
+    int setMode(mode_t mode) { return ::fchmod(fd, mode) == 0 ? 0 : lastError(); }
 
     // Gives the data the target's name: replacing a file that is there, or failing with
     // EEXIST when one is.
@@ -178,16 +178,22 @@ Files::Result QtFiles::read(const QString& path, QByteArray& into, qint64 limit)
     return {error};
 }
 
-Files::Result QtFiles::write(const QString& path, const QByteArray& data)
+Files::Result QtFiles::write(const QString& path, const QByteArray& data, Access access)
 {
-    // A new file gets the umask's permissions; a replaced one keeps its own.
+    // A new shared file gets the umask's permissions and a replaced one keeps its own. A
+    // private file is the owner's from the start, hidden name and all, and set so again once
+    // written, since the umask may have taken from the owner too.
+    std::optional<mode_t> mode;
     struct stat st {};
-    const bool existed = ::stat(QFile::encodeName(path).constData(), &st) == 0;
+    if (access == Access::Private)
+        mode = 0600;
+    else if (::stat(QFile::encodeName(path).constData(), &st) == 0)
+        mode = st.st_mode & 07777;
     Staged staged(path, staging == Staging::Unnamed);
-    if (const int error = staged.stage(data, 0666))
+    if (const int error = staged.stage(data, mode.value_or(0666)))
         return {error};
-    if (existed) {
-        if (const int error = staged.keepMode(st.st_mode & 07777))
+    if (mode) {
+        if (const int error = staged.setMode(*mode))
             return {error};
     }
     return {staged.publish(true)};
@@ -198,6 +204,8 @@ Files::Result QtFiles::create(const QString& path, const QByteArray& data)
     Staged staged(path, staging == Staging::Unnamed);
     if (const int error = staged.stage(data, 0600))
         return {error};
+    if (const int error = staged.setMode(0600))
+        return {error};
     return {staged.publish(false)};
 }
 
@@ -206,22 +214,40 @@ Files::Result QtFiles::remove(const QString& path)
     return {::unlink(QFile::encodeName(path).constData()) == 0 ? 0 : errno};
 }
 
-Files::Result QtFiles::makeFolder(const QString& path, bool withParents)
+Files::Result QtFiles::makeFolder(const QString& path, bool withParents, Access access)
 {
     if (withParents) {
         const QString parent = QFileInfo(path).path();
         if (parent != path && !QFileInfo(parent).isDir()) {
-            if (const Result made = makeFolder(parent, true); !made)
+            if (const Result made = makeFolder(parent, true, access); !made)
                 return made;
         }
     }
     const QByteArray native = QFile::encodeName(path);
-    if (::mkdir(native.constData(), 0755) == 0)
+    const mode_t mode = access == Access::Private ? 0700 : 0777;
+    if (::mkdir(native.constData(), mode) == 0) {
+        // The umask may have taken from the owner what a private folder needs.
+        if (access == Access::Private && ::chmod(native.constData(), mode) != 0)
+            return {errno};
         return Result::ok();
+    }
     const int error = errno;
     struct stat st {};
     if (error == EEXIST)
         return {::stat(native.constData(), &st) == 0 && S_ISDIR(st.st_mode) ? 0 : ENOTDIR};
+    return {error};
+}
+
+Files::Result QtFiles::syncFolder(const QString& path)
+{
+    const int fd = ::open(QFile::encodeName(path).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return {errno};
+    int error = 0;
+    // EINVAL: a file system that cannot sync a folder, which has nothing to put on the disk.
+    if (::fsync(fd) != 0 && errno != EINVAL)
+        error = lastError();
+    ::close(fd);
     return {error};
 }
 

@@ -16,10 +16,13 @@ public:
     }
 
     Result read(const QString& path, QByteArray& into, qint64 limit = -1) override;
-    Result write(const QString& path, const QByteArray& data) override;
+    Result write(const QString& path, const QByteArray& data,
+                 Access access = Access::Shared) override;
     Result create(const QString& path, const QByteArray& data) override;
     Result remove(const QString& path) override;
-    Result makeFolder(const QString& path, bool withParents) override;
+    Result makeFolder(const QString& path, bool withParents,
+                      Access access = Access::Shared) override;
+    Result syncFolder(const QString& path) override;
     std::optional<Entry> stat(const QString& path) override;
     std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) override;
 

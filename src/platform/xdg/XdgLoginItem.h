@@ -4,7 +4,8 @@
 
 // Launch at login through the freedesktop autostart folder: an entry
 // "app.pondrift.Pondrift.desktop" in $XDG_CONFIG_HOME/autostart means on, no entry means off.
-// An entry that says Hidden=true counts as off, since sessions skip it.
+// An entry that says Hidden=true, or GNOME's X-GNOME-Autostart-enabled=false, counts as off,
+// since sessions skip it. Turning it on writes the entry anew.
 class XdgLoginItem final : public LoginItem {
 public:
     // entryPath: the desktop file; execPath: the program the entry starts.
