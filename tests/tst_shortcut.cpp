@@ -1,7 +1,10 @@
 #include "l10n/L10n.h"
 #include "platform/KeyboardLayout.h"
 #include "platform/fallback/UsKeyboardLayout.h"
+#include "settings/Settings.h"
 #include "settings/Shortcut.h"
+#include "support/MemoryDefaults.h"
+#include "support/MemoryLoginItem.h"
 
 #include <QKeyEvent>
 #include <QTest>
@@ -28,6 +31,16 @@ const UsKeyboardLayout us;
 
 class TestShortcut : public QObject {
     Q_OBJECT
+
+    // Settings keeps the store it is given for the rest of the process.
+    MemoryDefaults defaults;
+    MemoryLoginItem loginItem;
+
+    void installFreshDefaults()
+    {
+        defaults.values.clear();
+        Settings::install(defaults, loginItem);
+    }
 
 private Q_SLOTS:
     void cleanup() { L10n::install(AppLanguage::English); }
@@ -164,6 +177,20 @@ private Q_SLOTS:
         QCOMPARE(Shortcut::keyName(0x7F, us), u"按键 127"_s);
         // Named as Qt's own Chinese table names them, as every Qt program does.
         QCOMPARE(Shortcut::keyName(0x33, Shortcut::Notation::Names, us), u"退格"_s);
+    }
+
+    // The Mac's Control forms would be Super+= and Super+-, which desktops take for zooming
+    // the screen, so the text size keys default to the Command forms; a stored choice wins.
+    void textSizeKeysDefaultToCtrlAndAStoredChoiceWins()
+    {
+        installFreshDefaults();
+        QCOMPARE(Settings::scBigger().display(Shortcut::Notation::Names, us), u"Ctrl+="_s);
+        QCOMPARE(Settings::scSmaller().display(Shortcut::Notation::Names, us), u"Ctrl+-"_s);
+        QCOMPARE(Settings::scBigger().display(Shortcut::Notation::Symbols, us), u"⌘="_s);
+        QCOMPARE(Settings::scSmaller().display(Shortcut::Notation::Symbols, us), u"⌘-"_s);
+
+        Settings::setScBigger(Shortcut{0x18, Shortcut::control});
+        QCOMPARE(Settings::scBigger().display(Shortcut::Notation::Names, us), u"Super+="_s);
     }
 
     void keyNamesFollowTheKeyboardLayout()
