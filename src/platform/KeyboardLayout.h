@@ -3,15 +3,36 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <functional>
+#include <memory>
 #include <optional>
 
 // The user's keyboard as the desktop knows it: the character a key gives in the current
 // layout, and the stored key code (see KeyCodes) of the desktop's own number for a key. Key
-// names in shortcuts come from here.
+// names in shortcuts come from here. Used on the main thread only.
 class KeyboardLayout {
 public:
-    virtual ~KeyboardLayout() = default;
-    KeyboardLayout() = default;
+    // Keeps a listener listening; dropping it (or assigning over it) ends that for good. It
+    // may outlive the layout, and may be dropped from inside a change callback.
+    class Subscription {
+    public:
+        Subscription() = default;
+        Subscription(Subscription&&) noexcept = default;
+        Subscription& operator=(Subscription&& other) noexcept;
+        ~Subscription();
+
+    private:
+        friend class KeyboardLayout;
+        struct Listeners;
+        Subscription(std::weak_ptr<Listeners> listeners, quint64 id);
+        void cancel();
+
+        std::weak_ptr<Listeners> listeners;
+        quint64 id = 0;
+    };
+
+    virtual ~KeyboardLayout();
+    KeyboardLayout();
     KeyboardLayout(const KeyboardLayout&) = delete;
     KeyboardLayout& operator=(const KeyboardLayout&) = delete;
 
@@ -22,4 +43,18 @@ public:
     // whatever the layout. Absent when the backend has no numbering of its own; then the
     // event's Qt key stands in.
     virtual std::optional<quint32> keyCodeForScanCode(quint32 scanCode) const = 0;
+
+    // Calls listener, from the event loop, each time the desktop has replaced the layout or
+    // its key map; character() already answers from the new one by then. Key names shown
+    // and keys grabbed by the desktop's numbering are stale until they are asked again. A
+    // layout that never changes never calls.
+    [[nodiscard]] Subscription onChanged(std::function<void()> listener);
+
+protected:
+    // For backends: tells every listener, in the order they subscribed. Listeners may
+    // subscribe or drop subscriptions meanwhile; one dropped before its turn is not called.
+    void notifyChanged();
+
+private:
+    std::shared_ptr<Subscription::Listeners> listeners;
 };

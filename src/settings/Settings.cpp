@@ -275,9 +275,11 @@ Shortcut scColour() { return readShortcut(u"scColour"_s, {0x2F, 0x100}); }
 void setScColour(const Shortcut& s) { writeShortcut(u"scColour"_s, s); }
 Shortcut scDelete() { return readShortcut(u"scDelete"_s, {0x33, 0x100}); }
 void setScDelete(const Shortcut& s) { writeShortcut(u"scDelete"_s, s); }
-Shortcut scBigger() { return readShortcut(u"scBigger"_s, {0x18, 0x1000}); }
+// Ctrl+= and Ctrl+-, as text zoom is everywhere on Linux. The Control forms would be
+// Super+= and Super+-, which KDE takes for zooming the whole screen.
+Shortcut scBigger() { return readShortcut(u"scBigger"_s, {0x18, Shortcut::command}); }
 void setScBigger(const Shortcut& s) { writeShortcut(u"scBigger"_s, s); }
-Shortcut scSmaller() { return readShortcut(u"scSmaller"_s, {0x1B, 0x1000}); }
+Shortcut scSmaller() { return readShortcut(u"scSmaller"_s, {0x1B, Shortcut::command}); }
 void setScSmaller(const Shortcut& s) { writeShortcut(u"scSmaller"_s, s); }
 
 } // namespace Settings

@@ -7,6 +7,7 @@
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QKeyEvent>
+#include <QKeySequence>
 
 #include <cmath>
 
@@ -25,6 +26,55 @@ std::optional<quint32> uint32From(const QJsonValue& value)
     if (d < 0 || d > 4294967295.0 || d != std::trunc(d))
         return std::nullopt;
     return static_cast<quint32>(d);
+}
+
+// A key that types no character, named as Qt's native key sequence text names it, so that a
+// shortcut reads as in every other program of the desktop ("Backspace", "Del", "PgUp"), in
+// the language of Qt's own translations where those are installed.
+std::optional<QString> qtKeyName(quint32 keyCode)
+{
+    const auto key = KeyCodes::qtKey(keyCode);
+    if (!key || KeyCodes::usCharacter(keyCode))
+        return std::nullopt;
+    return QKeySequence(*key).toString(QKeySequence::NativeText);
+}
+
+// A key that types no character, as a Mac names it: a symbol where its menus show one, else
+// the word on the key.
+std::optional<QString> macKeyName(quint32 keyCode)
+{
+    switch (keyCode) {
+    case 36: // Return
+        return u"↩"_s;
+    case 48: // Tab
+        return u"⇥"_s;
+    case 51: // Delete (backspace)
+        return u"⌫"_s;
+    case 114: // Help, where PC keyboards have Insert
+        return u"Help"_s;
+    case 115: // Home
+        return u"↖"_s;
+    case 116: // Page Up
+        return u"⇞"_s;
+    case 117: // Forward Delete
+        return u"⌦"_s;
+    case 119: // End
+        return u"↘"_s;
+    case 121: // Page Down
+        return u"⇟"_s;
+    case 123: // arrows
+        return u"←"_s;
+    case 124:
+        return u"→"_s;
+    case 125:
+        return u"↓"_s;
+    case 126:
+        return u"↑"_s;
+    default:
+        break;
+    }
+    // The function keys carry their names on Macs too.
+    return qtKeyName(keyCode);
 }
 
 } // namespace
@@ -69,63 +119,61 @@ QString Shortcut::display(Notation notation, const KeyboardLayout& layout) const
             text += u"⇧"_s;
         if (modifiers & command)
             text += u"⌘"_s;
-        return text + keyName(keyCode, layout);
+        return text + keyName(keyCode, notation, layout);
     }
-    // The order of QKeySequence's native text: Ctrl, Alt, Shift, Meta (Super by its own name).
+    // The order of QKeySequence's native text: Meta (Super by its own name), Ctrl, Alt, Shift.
+    if (modifiers & control)
+        text += u"Super+"_s;
     if (modifiers & command)
         text += u"Ctrl+"_s;
     if (modifiers & option)
         text += u"Alt+"_s;
     if (modifiers & shift)
         text += u"Shift+"_s;
-    if (modifiers & control)
-        text += u"Super+"_s;
-    return text + keyName(keyCode, layout);
+    return text + keyName(keyCode, notation, layout);
+}
+
+Shortcut::Notation Shortcut::desktopNotation()
+{
+#ifdef Q_OS_MACOS
+    return Notation::Symbols;
+#else
+    return Notation::Names;
+#endif
 }
 
 QString Shortcut::display(const KeyboardLayout& layout) const
 {
-#ifdef Q_OS_MACOS
-    return display(Notation::Symbols, layout);
-#else
-    return display(Notation::Names, layout);
-#endif
+    return display(desktopNotation(), layout);
 }
 
-QString Shortcut::keyName(quint32 keyCode, const KeyboardLayout& layout)
+QString Shortcut::keyName(quint32 keyCode, Notation notation, const KeyboardLayout& layout)
 {
     switch (keyCode) {
-    case 36:
-        return u"↩"_s;
     case 43:
         return u","_s;
     case 44:
         return u"/"_s;
     case 47:
         return u"."_s;
-    case 48:
-        return u"⇥"_s;
     case 49:
         return L10n::text(u"key.space"_s);
-    case 51:
-        return u"⌫"_s;
     case 53:
         return L10n::text(u"key.escape"_s);
-    case 123:
-        return u"←"_s;
-    case 124:
-        return u"→"_s;
-    case 125:
-        return u"↓"_s;
-    case 126:
-        return u"↑"_s;
     default:
         break;
     }
+    if (const auto name = notation == Notation::Symbols ? macKeyName(keyCode) : qtKeyName(keyCode))
+        return *name;
     const QString character = layout.character(keyCode).toUpper();
     if (character.isEmpty())
         return L10n::format(u"key.unknown"_s, {keyCode});
     return character;
+}
+
+QString Shortcut::keyName(quint32 keyCode, const KeyboardLayout& layout)
+{
+    return keyName(keyCode, desktopNotation(), layout);
 }
 
 QByteArray Shortcut::toJson() const

@@ -44,14 +44,20 @@ struct Shortcut {
     bool matches(const KeyPress& press) const;
 
     enum class Notation { Symbols, Names };
-    // Symbols is the Mac way: "⌃⌥⇧⌘" in that order, then the key ("⌥⌘N"). Names is the way of
-    // other desktops, as Qt's native key sequence text writes it: "Ctrl+Alt+Shift+Super+N".
-    // "—" when unset.
+    // Symbols is the Mac way: "⌃⌥⇧⌘" in that order, then the key ("⌥⌘N", "⌘⌫"). Names is the
+    // way of other desktops, as Qt's native key sequence text writes it, the Mac's control
+    // key by its Linux name: "Super+Ctrl+Alt+Shift+N", "Ctrl+Backspace". "—" when unset.
     QString display(Notation notation, const KeyboardLayout& layout) const;
     // In the notation of the desktop the program runs on.
     QString display(const KeyboardLayout& layout) const;
-    // Fixed names for the keys of the table; other keys by the keyboard layout, upper-cased;
-    // "Key %1" style text when the layout gives nothing.
+    static Notation desktopNotation();
+    // Space and Escape by the interface language, and ",", "/", "." as they are. Other keys
+    // that type no character by their names in the notation: symbols where a Mac shows one,
+    // else the key's word (F5, Help); in Names only words, as Qt names keys (Backspace, Del,
+    // Return, Left, PgUp, Ins, F5). Keys that type a character by the keyboard layout,
+    // upper-cased; "Key %1" style text when the layout gives nothing.
+    static QString keyName(quint32 keyCode, Notation notation, const KeyboardLayout& layout);
+    // In the notation of the desktop the program runs on.
     static QString keyName(quint32 keyCode, const KeyboardLayout& layout);
 
     // {"keyCode": n, "modifiers": n}. Decoding fails when either key is missing, is not a
