@@ -5,10 +5,11 @@
 #include <QRectF>
 #include <QString>
 
-// One connected display. Rectangles are in screen coordinates: origin at the bottom left of
+// One connected display (not "Display", which Xlib's headers, pulled in by Qt's, already
+// name). Rectangles are in screen coordinates: origin at the bottom left of
 // the main display, y upward, in logical pixels (points). The id is stable for an output
 // across restarts and replugging, so a chosen display can be stored.
-struct Display {
+struct DisplayInfo {
     quint32 id = 0;
     QString name;
     // The whole screen.
@@ -17,7 +18,7 @@ struct Display {
     QRectF visibleFrame;
     bool isMain = false;
 
-    friend bool operator==(const Display&, const Display&) = default;
+    friend bool operator==(const DisplayInfo&, const DisplayInfo&) = default;
 };
 
 // The connected displays, and a signal when they change (plugged, unplugged, resized,
@@ -29,7 +30,7 @@ public:
     using QObject::QObject;
 
     // In the desktop's order; the main display is marked, and there is at most one.
-    virtual QList<Display> list() const = 0;
+    virtual QList<DisplayInfo> list() const = 0;
 
 Q_SIGNALS:
     void changed();
