@@ -35,7 +35,7 @@ public:
     static constexpr double shrinkDelay = 0.45;
     static constexpr double growthDelay = 1.0 / 30;
     static constexpr double exitGrace = 0.15;
-    static constexpr double idleTick = 0.12;
+    static constexpr double idlePeriod = 0.12;
     // Pointer travel on either axis, strictly beyond which the pointer counts as moved.
     static constexpr double pointerSlop = 2.0;
 
@@ -109,7 +109,7 @@ private:
     void enterState(const DeckState& old, const DeckState& next);
     DeckState resting() const;
     void startIdleWatch();
-    void idleTick();
+    void watchTick();
     void confirmExit();
     void setMonitors(bool on);
     void logState(const QString& what) const;
