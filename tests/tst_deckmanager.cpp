@@ -1,4 +1,14 @@
+#include "deck/DeckActions.h"
+#include "deck/DeckController.h"
+#include "deck/DeckManager.h"
 #include "deck/DeckTargets.h"
+#include "settings/Settings.h"
+#include "support/FakeDeckWindow.h"
+#include "support/FakeDisplays.h"
+#include "support/FakePointer.h"
+#include "support/MemoryDefaults.h"
+#include "support/MemoryLoginItem.h"
+#include "support/TestLibrary.h"
 
 #include <QTest>
 
@@ -18,6 +28,60 @@ DisplayInfo display(quint32 id, QRectF frame, bool isMain = false)
 // A laptop at the origin, marked main, and a monitor to its right.
 const QList<DisplayInfo> twoScreens{display(7, {0, 0, 1440, 900}, true),
                                     display(42, {1440, 0, 2560, 1440})};
+
+struct NoActions final : DeckActions {
+    void newNote() override {}
+    void openSettings() override {}
+    void stepFontSize(double) override {}
+    void refreshDecks() override {}
+    void run(const QString&) override {}
+};
+
+// The decks of a desktop with fake screens, a fake pointer and fake windows over a real
+// library. Windows are remembered by display; a window is gone with its deck.
+struct Desk {
+    MemoryDefaults defaults;
+    MemoryLoginItem loginItem;
+    TestLibrary library;
+    FakeDisplays displays{twoScreens};
+    FakePointer pointer;
+    NoActions actions;
+    QMultiMap<quint32, FakeDeckWindow*> made;
+    std::unique_ptr<DeckManager> manager;
+
+    explicit Desk(const QString& target = u"all"_s)
+    {
+        Settings::install(defaults, loginItem);
+        Settings::setDisplayTarget(target);
+        library.open();
+        manager = std::make_unique<DeckManager>(DeckManager::Collaborators{
+            .displays = displays,
+            .pointer = pointer,
+            .scheduler = library.clock,
+            .notes = *library.notes,
+            .actions = actions,
+            .detachTarget = nullptr,
+            .makeWindow =
+                [this](quint32 id) {
+                    auto window = std::make_unique<FakeDeckWindow>();
+                    made.insert(id, window.get());
+                    return window;
+                },
+        });
+    }
+    ~Desk() { manager.reset(); }
+
+    // The newest window made for the display.
+    FakeDeckWindow* window(quint32 id) const { return made.value(id); }
+    QList<quint32> deckIDs() const
+    {
+        QList<quint32> ids;
+        for (const DeckController* deck : manager->decks())
+            ids << deck->displayID();
+        return ids;
+    }
+    void settle() { library.clock.advance(DeckManager::rebuildDelay + 0.01); }
+};
 
 } // namespace
 
@@ -78,6 +142,117 @@ private Q_SLOTS:
         QFETCH(QPointF, point);
         QFETCH(std::optional<quint32>, expected);
         QCOMPARE(DeckTargets::displayAt(twoScreens, point), expected);
+    }
+
+    // A chosen monitor unplugged: its deck moves to the main display, the setting stays,
+    // and the deck goes back when the monitor returns, with no restart.
+    void anUnpluggedChosenDisplayLendsItsDeckToTheMainOne()
+    {
+        Desk desk(u"id:42"_s);
+        QCOMPARE(desk.deckIDs(), QList<quint32>{42});
+        desk.displays.set({twoScreens.first()});
+        desk.settle();
+        QCOMPARE(desk.deckIDs(), QList<quint32>{7});
+        QCOMPARE(Settings::displayTarget(), u"id:42"_s);
+        desk.displays.set(twoScreens);
+        desk.settle();
+        QCOMPARE(desk.deckIDs(), QList<quint32>{42});
+        QVERIFY(desk.window(42)->shown);
+        QVERIFY(twoScreens.last().frame.contains(desk.window(42)->frame()));
+    }
+
+    // Under "main" with every screen gone (a closed lid, no monitor), the deck waits with
+    // its window hidden instead of standing on no screen, and comes back laid out.
+    void aDeckWithoutItsDisplayHidesUntilItReturns()
+    {
+        Desk desk(u"main"_s);
+        FakeDeckWindow* window = desk.window(7);
+        QVERIFY(window->shown);
+        desk.displays.set({});
+        desk.settle();
+        QCOMPARE(desk.deckIDs(), QList<quint32>{7});
+        QVERIFY(!window->shown);
+        desk.displays.set(twoScreens);
+        desk.settle();
+        QCOMPARE(desk.window(7), window);
+        QVERIFY(window->shown);
+        QVERIFY(twoScreens.first().frame.contains(window->frame()));
+    }
+
+    // Switching from every display to the main one drops the other deck and leaves the
+    // main deck as it was, open note and all.
+    void fromAllToMainTheMainDeckKeepsItsState()
+    {
+        Desk desk;
+        const Note note = desk.library.notes->create(u"plans"_s);
+        DeckController* main = desk.manager->deck(7);
+        main->expand(note.id);
+        desk.library.clock.advance(1);
+        QCOMPARE(main->state(), DeckState::expanded(note.id));
+        Settings::setDisplayTarget(u"main"_s);
+        desk.manager->refreshAll();
+        QCOMPARE(desk.deckIDs(), QList<quint32>{7});
+        QCOMPARE(desk.manager->deck(7), main);
+        QCOMPARE(main->state(), DeckState::expanded(note.id));
+    }
+
+    // A monitor plugged in reports itself, its geometry and its work area one by one; the
+    // decks follow once, on the last.
+    void aBurstOfDisplayChangesRebuildsOnce()
+    {
+        Desk desk;
+        FakeDeckWindow* window = desk.window(42);
+        const qsizetype framesBefore = window->frames.size();
+        QList<DisplayInfo> moving = twoScreens;
+        for (int i = 1; i <= 10; ++i) {
+            moving[1].frame.moveLeft(1440 + i);
+            moving[1].visibleFrame = moving[1].frame;
+            desk.displays.set(moving);
+            desk.library.clock.advance(DeckManager::rebuildDelay / 2);
+        }
+        QCOMPARE(window->frames.size(), framesBefore);
+        desk.settle();
+        QCOMPARE(window->frames.size(), framesBefore + 1);
+        QVERIFY(moving[1].frame.contains(window->frame()));
+        QCOMPARE(desk.made.size(), 2);
+    }
+
+    // The deck that activates sends the others to rest and is itself left alone, also when
+    // it is the only one: opening a note on one screen closes the note open on the other.
+    void anActivatedDeckStandsTheOthersDown_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::newRow("two decks") << u"all"_s;
+        QTest::newRow("one deck") << u"main"_s;
+    }
+    void anActivatedDeckStandsTheOthersDown()
+    {
+        QFETCH(QString, target);
+        Desk desk(target);
+        const Note first = desk.library.notes->create(u"plans"_s);
+        const Note second = desk.library.notes->create(u"list"_s);
+        DeckController* main = desk.manager->deck(7);
+        main->expand(first.id);
+        desk.library.clock.advance(1);
+        QCOMPARE(main->state(), DeckState::expanded(first.id));
+        DeckController* other = desk.manager->deck(42);
+        if (!other)
+            return;
+        other->expand(second.id);
+        desk.library.clock.advance(1);
+        QCOMPARE(other->state(), DeckState::expanded(second.id));
+        QCOMPARE(main->state(), DeckState::rest());
+    }
+
+    void theFocusedDeckIsTheOneUnderThePointer()
+    {
+        Desk desk;
+        desk.pointer.setLocation({2000, 500});
+        QCOMPARE(desk.manager->focused(), desk.manager->deck(42));
+        desk.pointer.setLocation({100, 100});
+        QCOMPARE(desk.manager->focused(), desk.manager->deck(7));
+        desk.pointer.setLocation({100, 1200});
+        QVERIFY2(desk.manager->focused(), "off every screen, some deck still acts");
     }
 };
 

@@ -56,7 +56,7 @@ public:
     // grown frame waits for its content.
     const DeckState& state() const { return current; }
     // The deck's display, absent while it is not connected.
-    std::optional<Display> screen() const;
+    std::optional<DisplayInfo> screen() const;
 
     // Sets the window's frame for the current state, or for that state. Without a screen,
     // nothing.

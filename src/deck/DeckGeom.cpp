@@ -101,12 +101,12 @@ double measureLabel(const QString& text, const QFont& font)
     return QFontMetricsF(plain).horizontalAdvance(text) + tracking * text.size();
 }
 
-QRectF panelFrame(const DeckState& state, const Display& display, int activeCount)
+QRectF panelFrame(const DeckState& state, const DisplayInfo& display, int activeCount)
 {
     return state.isRest() ? restFrame(display, activeCount) : wideFrame(display);
 }
 
-QRectF restFrame(const Display& display, int activeCount)
+QRectF restFrame(const DisplayInfo& display, int activeCount)
 {
     const QRectF& visible = display.visibleFrame;
     const double h = pillHeight(std::max(1, activeCount));
@@ -117,7 +117,7 @@ QRectF restFrame(const Display& display, int activeCount)
     return {edgeX(display.frame, w), y, w, h};
 }
 
-QRectF wideFrame(const Display& display)
+QRectF wideFrame(const DisplayInfo& display)
 {
     const double w = expandedWidth();
     return {edgeX(display.frame, w), minY(display.visibleFrame), w, display.visibleFrame.height()};

@@ -96,9 +96,9 @@ double measureLabel(const QString& text, const QFont& font);
 // The panel's frame for a state on that display, for a deck with that many active notes.
 // x comes from the full frame, so the panel touches the screen's edge even beside a dock;
 // y from the visible frame. The fan and an open note share one frame.
-QRectF panelFrame(const DeckState& state, const Display& display, int activeCount);
-QRectF restFrame(const Display& display, int activeCount);
-QRectF wideFrame(const Display& display);
+QRectF panelFrame(const DeckState& state, const DisplayInfo& display, int activeCount);
+QRectF restFrame(const DisplayInfo& display, int activeCount);
+QRectF wideFrame(const DisplayInfo& display);
 
 // The strip along the edge, across the panel's whole height, in which the pointer counts as
 // being at the deck while the fan is open.

@@ -6,25 +6,25 @@
 // desktop does after a change; the list is taken as given, main mark and order included.
 class FakeDisplays final : public Displays {
 public:
-    explicit FakeDisplays(QList<Display> displays = {})
+    explicit FakeDisplays(QList<DisplayInfo> displays = {})
         : current(std::move(displays))
     {
     }
 
-    QList<Display> list() const override { return current; }
+    QList<DisplayInfo> list() const override { return current; }
 
-    void set(QList<Display> displays)
+    void set(QList<DisplayInfo> displays)
     {
         current = std::move(displays);
         Q_EMIT changed();
     }
 
     // A display whose visible frame is the whole of frame.
-    static Display make(quint32 id, QRectF frame, bool isMain = false)
+    static DisplayInfo make(quint32 id, QRectF frame, bool isMain = false)
     {
-        return Display{id, QStringLiteral("Display %1").arg(id), frame, frame, isMain};
+        return DisplayInfo{id, QStringLiteral("DisplayInfo %1").arg(id), frame, frame, isMain};
     }
 
 private:
-    QList<Display> current;
+    QList<DisplayInfo> current;
 };
