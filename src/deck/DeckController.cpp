@@ -78,7 +78,10 @@ void DeckController::refreshLevel()
 
 void DeckController::noteActivity() { lastActivity = scheduler.now(); }
 
-DeckState DeckController::resting() const { return DeckState::resting(Settings::deckAlwaysShown()); }
+DeckState DeckController::resting() const
+{
+    return DeckState::resting(Settings::deckAlwaysShown());
+}
 
 void DeckController::logState(const QString& what) const
 {
@@ -121,8 +124,7 @@ void DeckController::setState(const DeckState& next)
 // comes first and the content follows it.
 void DeckController::enterState(const DeckState& old, const DeckState& next)
 {
-    const bool shrinking =
-        !old.isRest() && (next.isRest() || (next.isFan() && old.isExpanded()));
+    const bool shrinking = !old.isRest() && (next.isRest() || (next.isFan() && old.isExpanded()));
     if (shrinking) {
         window.willChangeState(next, DeckSprings::shrinking);
         deckModel.setState(next);

@@ -9,9 +9,9 @@ namespace DeckKeys {
 
 Shortcuts current()
 {
-    return {Settings::scClose(), Settings::scArchiveNote(), Settings::scDelete(),
-            Settings::scFind(),  Settings::scTask(),        Settings::scPin(),
-            Settings::scColour(), Settings::scBigger(),     Settings::scSmaller()};
+    return {Settings::scClose(),  Settings::scArchiveNote(), Settings::scDelete(),
+            Settings::scFind(),   Settings::scTask(),        Settings::scPin(),
+            Settings::scColour(), Settings::scBigger(),      Settings::scSmaller()};
 }
 
 std::optional<Command> commandFor(const KeyPress& press, const Shortcuts& s)

@@ -13,7 +13,7 @@ bool enabled();
 void write(const QString& message);
 
 // The message is built only when the trace is on, so a trace line costs nothing otherwise.
-template<std::invocable F>
+template <std::invocable F>
 void line(F&& message)
 {
     if (enabled())

@@ -30,7 +30,7 @@ DeckModel::DeckModel(QObject* parent)
 {
 }
 
-template<typename T>
+template <typename T>
 void DeckModel::assign(T& field, const T& value)
 {
     if (field == value)

@@ -96,7 +96,7 @@ private:
     void setState(const DeckState& state);
     void raiseRevealTick();
 
-    template<typename T>
+    template <typename T>
     void assign(T& field, const T& value);
 
     DeckState deckState;
