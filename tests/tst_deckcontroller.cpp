@@ -1,7 +1,3 @@
-// <QTest> would bring in QGuiApplication's X11 interface, whose global `Display` typedef
-// clashes with the platform's Display; this test needs neither widgets nor a GUI application.
-#undef QT_WIDGETS_LIB
-#undef QT_GUI_LIB
 
 #include "deck/DeckActions.h"
 #include "deck/DeckController.h"
@@ -60,7 +56,7 @@ public:
     int activations = 0;
 };
 
-const Display screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 60, 1920, 1000), true};
+const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 60, 1920, 1000), true};
 // Inside the hot zone of the wide frame on the right edge, and far from it.
 constexpr QPointF atEdge{1900, 500};
 constexpr QPointF away{900, 500};
