@@ -1,4 +1,3 @@
-
 #include "deck/DeckActions.h"
 #include "deck/DeckController.h"
 #include "deck/DeckGeom.h"
