@@ -92,35 +92,34 @@ double pillHeight(int noteCount)
 
 double lean(bool onRight) { return onRight ? -leanDegrees : leanDegrees; }
 
-double measureLabel(const QString& text, const QFont& font)
+double measureLabel(const QString& text, const QFont& font, double tracking)
 {
     QFont plain = font;
-    const double tracking =
-        font.letterSpacingType() == QFont::AbsoluteSpacing ? font.letterSpacing() : 0;
     plain.setLetterSpacing(QFont::AbsoluteSpacing, 0);
     return QFontMetricsF(plain).horizontalAdvance(text) + tracking * text.size();
 }
 
-QRectF panelFrame(const DeckState& state, const DisplayInfo& display, int activeCount)
+QRectF panelFrame(const DeckState& state, const QRectF& frame, const QRectF& visibleFrame,
+                  int activeCount)
 {
-    return state.isRest() ? restFrame(display, activeCount) : wideFrame(display);
+    return state.isRest() ? restFrame(frame, visibleFrame, activeCount)
+                          : wideFrame(frame, visibleFrame);
 }
 
-QRectF restFrame(const DisplayInfo& display, int activeCount)
+QRectF restFrame(const QRectF& frame, const QRectF& visible, int activeCount)
 {
-    const QRectF& visible = display.visibleFrame;
     const double h = pillHeight(std::max(1, activeCount));
     // Even the narrowest edge must leave the pill wide enough to catch.
     const double w = std::max(plusGap() + 2, Settings::edgeWidth());
     const double y =
         round(minY(visible) + Settings::deckYRatio() * std::max(visible.height() - h, 1.0));
-    return {edgeX(display.frame, w), y, w, h};
+    return {edgeX(frame, w), y, w, h};
 }
 
-QRectF wideFrame(const DisplayInfo& display)
+QRectF wideFrame(const QRectF& frame, const QRectF& visible)
 {
     const double w = expandedWidth();
-    return {edgeX(display.frame, w), minY(display.visibleFrame), w, display.visibleFrame.height()};
+    return {edgeX(frame, w), minY(visible), w, visible.height()};
 }
 
 QRectF hotZone(const QRectF& panel)
@@ -179,7 +178,7 @@ double LabelWidths::labelWidth(const QString& text)
     const QString key = font.key() + u'|' + QString::number(font.pointSizeF()) + u'|' + upper;
     if (const auto it = widths.constFind(key); it != widths.cend())
         return *it;
-    const double width = DeckGeom::measureLabel(upper, font);
+    const double width = DeckGeom::measureLabel(upper, font, Ink::tabTracking());
     if (widths.size() > limit)
         widths.clear();
     widths.insert(key, width);

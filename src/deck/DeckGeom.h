@@ -2,7 +2,6 @@
 
 #include "deck/DeckLayout.h"
 #include "deck/DeckState.h"
-#include "platform/Displays.h"
 #include "settings/DeckStyle.h"
 
 #include <QFont>
@@ -89,16 +88,37 @@ double pillHeight(int noteCount);
 // The rotation of the tab labels in degrees: they lean away from the edge they hang on.
 double lean(bool onRight);
 
-// The label measured in that font, without the font's letter spacing, plus that spacing once
-// for each UTF-16 unit. The text is measured as given.
-double measureLabel(const QString& text, const QFont& font);
+// The text as given, measured in that font without its letter spacing, plus tracking once
+// for each UTF-16 unit. The tracking is added by hand because a font keeps its letter spacing
+// in 1/64 of a pixel, which would lose a part of it.
+double measureLabel(const QString& text, const QFont& font, double tracking);
 
-// The panel's frame for a state on that display, for a deck with that many active notes.
-// x comes from the full frame, so the panel touches the screen's edge even beside a dock;
-// y from the visible frame. The fan and an open note share one frame.
-QRectF panelFrame(const DeckState& state, const DisplayInfo& display, int activeCount);
-QRectF restFrame(const DisplayInfo& display, int activeCount);
-QRectF wideFrame(const DisplayInfo& display);
+// The panel's frame for a state on a display of that frame and visible frame (the part not
+// taken by panels and docks), for a deck with that many active notes. x comes from the whole
+// frame, so the panel touches the screen's edge even beside a dock; y from the visible frame.
+// The fan and an open note share one frame.
+QRectF panelFrame(const DeckState& state, const QRectF& frame, const QRectF& visibleFrame,
+                  int activeCount);
+QRectF restFrame(const QRectF& frame, const QRectF& visibleFrame, int activeCount);
+QRectF wideFrame(const QRectF& frame, const QRectF& visibleFrame);
+
+// The same for a Display, or any record with its frame and visibleFrame. A template so that
+// this header need not name the platform's display type, whose name X11's headers take too.
+template <class D>
+QRectF panelFrame(const DeckState& state, const D& display, int activeCount)
+{
+    return panelFrame(state, display.frame, display.visibleFrame, activeCount);
+}
+template <class D>
+QRectF restFrame(const D& display, int activeCount)
+{
+    return restFrame(display.frame, display.visibleFrame, activeCount);
+}
+template <class D>
+QRectF wideFrame(const D& display)
+{
+    return wideFrame(display.frame, display.visibleFrame);
+}
 
 // The strip along the edge, across the panel's whole height, in which the pointer counts as
 // being at the deck while the fan is open.
