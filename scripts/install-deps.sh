@@ -10,13 +10,13 @@ packages=(
   libsqlite3-dev libssl-dev
   libxcb1-dev libxcb-xkb-dev libxkbcommon-dev libxkbcommon-x11-dev libfontconfig-dev
   libbenchmark-dev
-  xvfb xauth x11-xkb-utils
+  xvfb xauth x11-xkb-utils openbox
   desktop-file-utils libglib2.0-bin
   fonts-dejavu-core fonts-wqy-microhei
 )
 if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi
 if [ "${PONDRIFT_WITH_SCREENSHOTS:-0}" = 1 ]; then
-  packages+=(openbox picom xdotool imagemagick x11-utils)
+  packages+=(picom xdotool imagemagick x11-utils)
 fi
 
 missing=()

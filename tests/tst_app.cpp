@@ -7,11 +7,14 @@
 #include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QtScheduler.h"
 #include "settings/Settings.h"
+#include "support/FakeDisplays.h"
+#include "support/FakePointer.h"
 #include "support/FaultyFiles.h"
 #include "support/ManualScheduler.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
 #include "support/RecordingDesktop.h"
+#include "support/RecordingWindowHints.h"
 #include "support/SyncMachine.h"
 #include "support/TableFonts.h"
 #include "support/TestFiles.h"
@@ -62,6 +65,10 @@ struct Program {
         files = static_cast<FaultyFiles*>(backends.files.get());
         backends.fonts = std::make_unique<TableFonts>();
         backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
+        backends.pointer = std::make_unique<FakePointer>();
+        backends.displays = std::make_unique<FakeDisplays>(
+            QList{FakeDisplays::make(1, QRectF(0, 0, 1920, 1080), true)});
+        backends.windowHints = std::make_unique<RecordingWindowHints>();
         backends.storageAlert = [this](const LocalizedError& e) { alerts << e.description(); };
         services = std::make_unique<AppServices>(std::move(backends),
                                                  Paths{dir.filePath(u"data"_s)}, dir.path());

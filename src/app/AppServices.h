@@ -12,14 +12,17 @@ class CloudFolder;
 class CloudSync;
 class Defaults;
 class Desktop;
+class Displays;
 class Files;
 class Fonts;
 class ImageStore;
 class KeyboardLayout;
 class LoginItem;
 class MassDeletePrompt;
+class Pointer;
 class Scheduler;
 class Store;
+class WindowHints;
 
 // Every object of the program, each made once and handed its collaborators in its
 // constructor. It is built from the backends the desktop gives (the production ones from
@@ -48,6 +51,11 @@ public:
         std::unique_ptr<Fonts> fonts;
         // Asks before the sync deletes many notes at once.
         std::unique_ptr<MassDeletePrompt> massDeletePrompt;
+        // The pointer and the displays, as the decks poll and follow them.
+        std::unique_ptr<Pointer> pointer;
+        std::unique_ptr<Displays> displays;
+        // What panels ask of the window manager beyond Qt's flags.
+        std::unique_ptr<WindowHints> windowHints;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
@@ -75,6 +83,9 @@ public:
     Defaults& defaults() { return *backends.defaults; }
     KeyboardLayout& keyboardLayout() { return *backends.keyboardLayout; }
     Desktop& desktop() { return *backends.desktop; }
+    Pointer& pointer() { return *backends.pointer; }
+    Displays& displays() { return *backends.displays; }
+    WindowHints& windowHints() { return *backends.windowHints; }
     const std::function<QuitChoice(const UnsavedWork&)>& askAfterFailedSave() const
     {
         return backends.askAfterFailedSave;

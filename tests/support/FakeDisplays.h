@@ -22,7 +22,7 @@ public:
     // A display whose visible frame is the whole of frame.
     static DisplayInfo make(quint32 id, QRectF frame, bool isMain = false)
     {
-        return DisplayInfo{id, QStringLiteral("DisplayInfo %1").arg(id), frame, frame, isMain};
+        return DisplayInfo{id, QStringLiteral("Display %1").arg(id), frame, frame, isMain};
     }
 
 private:

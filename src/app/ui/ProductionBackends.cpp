@@ -2,12 +2,16 @@
 
 #include "app/ui/UnsavedQuitDialog.h"
 #include "notes/ui/StorageErrorDialog.h"
+#include "platform/fallback/NoWindowHints.h"
 #include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QSettingsDefaults.h"
 #include "platform/qt/QtDesktop.h"
+#include "platform/qt/QtDisplays.h"
 #include "platform/qt/QtFiles.h"
+#include "platform/qt/QtPointer.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/x11/X11DisplayLoss.h"
+#include "platform/x11/X11WindowHints.h"
 #include "platform/x11/XkbKeyboardLayout.h"
 #include "platform/xdg/FontconfigFonts.h"
 #include "platform/xdg/XdgLoginItem.h"
@@ -32,6 +36,12 @@ AppServices::Backends makeProductionBackends()
     backends.files = std::make_unique<QtFiles>();
     backends.fonts = std::make_unique<FontconfigFonts>();
     backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
+    backends.pointer = std::make_unique<QtPointer>();
+    backends.displays = std::make_unique<QtDisplays>();
+    if (auto x11 = X11WindowHints::open())
+        backends.windowHints = std::move(x11);
+    else
+        backends.windowHints = std::make_unique<NoWindowHints>();
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
     backends.whenDisplayIsLost = &X11DisplayLoss::callBeforeExit;

@@ -1,0 +1,235 @@
+#include "platform/x11/X11WindowHints.h"
+
+#include <QGuiApplication>
+#include <QList>
+#include <QWindow>
+
+#include <xcb/xcb.h>
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+enum Atom {
+    WmState,
+    WmStateSticky,
+    WmStateSkipTaskbar,
+    WmStateSkipPager,
+    WmStateAbove,
+    WmDesktop,
+    WmUserTime,
+    WmUserTimeWindow,
+    ActiveWindow,
+    AtomCount
+};
+
+constexpr std::array<const char*, AtomCount> atomNames{
+    "_NET_WM_STATE",
+    "_NET_WM_STATE_STICKY",
+    "_NET_WM_STATE_SKIP_TASKBAR",
+    "_NET_WM_STATE_SKIP_PAGER",
+    "_NET_WM_STATE_ABOVE",
+    "_NET_WM_DESKTOP",
+    "_NET_WM_USER_TIME",
+    "_NET_WM_USER_TIME_WINDOW",
+    "_NET_ACTIVE_WINDOW",
+};
+
+constexpr quint32 allDesktops = 0xFFFFFFFF;
+constexpr quint32 stateAdd = 1;
+// Messages from an application, as opposed to a pager or taskbar acting for the user.
+constexpr quint32 sourceApplication = 1;
+
+template <typename T>
+struct FreeReply {
+    void operator()(T* reply) const { std::free(reply); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, FreeReply<T>>;
+
+} // namespace
+
+struct X11WindowHints::Connection {
+    // Qt's, for everything about Qt's windows.
+    xcb_connection_t* qt = nullptr;
+    xcb_window_t root = XCB_NONE;
+    std::array<xcb_atom_t, AtomCount> atoms{};
+
+    // Our own, opened on first need, only to learn the server's time: the answer comes as an
+    // event, which on Qt's connection Qt's event thread would take.
+    xcb_connection_t* clock = nullptr;
+    xcb_window_t clockWindow = XCB_NONE;
+
+    ~Connection()
+    {
+        if (clock)
+            xcb_disconnect(clock);
+    }
+
+    xcb_atom_t operator[](Atom a) const { return atoms[a]; }
+
+    void sendToRoot(xcb_window_t window, xcb_atom_t type, std::array<quint32, 5> data) const
+    {
+        xcb_client_message_event_t event;
+        std::memset(&event, 0, sizeof event);
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = window;
+        event.type = type;
+        std::memcpy(event.data.data32, data.data(), sizeof event.data.data32);
+        xcb_send_event(qt, false, root,
+                       XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                       reinterpret_cast<const char*>(&event));
+    }
+
+    void setCardinal(xcb_window_t window, Atom property, quint32 value) const
+    {
+        xcb_change_property(qt, XCB_PROP_MODE_REPLACE, window, atoms[property], XCB_ATOM_CARDINAL,
+                            32, 1, &value);
+    }
+};
+
+std::unique_ptr<X11WindowHints> X11WindowHints::open()
+{
+    auto* x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    if (!x11 || !x11->connection())
+        return nullptr;
+    auto connection = std::make_unique<Connection>();
+    connection->qt = x11->connection();
+    const xcb_setup_t* setup = xcb_get_setup(connection->qt);
+    connection->root = xcb_setup_roots_iterator(setup).data->root;
+
+    std::array<xcb_intern_atom_cookie_t, AtomCount> cookies{};
+    for (int i = 0; i < AtomCount; ++i)
+        cookies[i] =
+            xcb_intern_atom(connection->qt, false, std::strlen(atomNames[i]), atomNames[i]);
+    for (int i = 0; i < AtomCount; ++i) {
+        Reply<xcb_intern_atom_reply_t> reply(
+            xcb_intern_atom_reply(connection->qt, cookies[i], nullptr));
+        if (!reply)
+            return nullptr;
+        connection->atoms[i] = reply->atom;
+    }
+    return std::unique_ptr<X11WindowHints>(new X11WindowHints(std::move(connection)));
+}
+
+X11WindowHints::X11WindowHints(std::unique_ptr<Connection> connection)
+    : x(std::move(connection))
+{
+}
+
+X11WindowHints::~X11WindowHints() = default;
+
+void X11WindowHints::makePanel(QWindow* window)
+{
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    const std::array<xcb_atom_t, 4> wanted{(*x)[WmStateSticky], (*x)[WmStateSkipTaskbar],
+                                           (*x)[WmStateSkipPager], (*x)[WmStateAbove]};
+    if (window->isVisible()) {
+        // A managed window's state belongs to the window manager: it is asked, two states
+        // to a message.
+        x->sendToRoot(id, (*x)[WmState], {stateAdd, wanted[0], wanted[1], sourceApplication, 0});
+        x->sendToRoot(id, (*x)[WmState], {stateAdd, wanted[2], wanted[3], sourceApplication, 0});
+        x->sendToRoot(id, (*x)[WmDesktop], {allDesktops, sourceApplication, 0, 0, 0});
+    } else {
+        // Before the map the properties themselves are read. Qt merges its own states into
+        // what it finds when it shows the window, so ours are merged in the same way.
+        QList<xcb_atom_t> states;
+        Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+            x->qt, xcb_get_property(x->qt, false, id, (*x)[WmState], XCB_ATOM_ATOM, 0, 1024),
+            nullptr));
+        if (reply && reply->format == 32 && reply->type == XCB_ATOM_ATOM) {
+            const auto* values =
+                static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
+            states =
+                QList<xcb_atom_t>(values, values + xcb_get_property_value_length(reply.get()) / 4);
+        }
+        for (const xcb_atom_t state : wanted) {
+            if (!states.contains(state))
+                states.append(state);
+        }
+        xcb_change_property(x->qt, XCB_PROP_MODE_REPLACE, id, (*x)[WmState], XCB_ATOM_ATOM, 32,
+                            static_cast<quint32>(states.size()), states.constData());
+        x->setCardinal(id, WmDesktop, allDesktops);
+    }
+    xcb_flush(x->qt);
+}
+
+void X11WindowHints::setUserTime(QWindow* window, quint32 time)
+{
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    x->setCardinal(id, WmUserTime, time);
+    // Qt keeps the user time on a window of its own when the window manager supports that,
+    // and the window manager then reads it only there.
+    Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        x->qt, xcb_get_property(x->qt, false, id, (*x)[WmUserTimeWindow], XCB_ATOM_WINDOW, 0, 1),
+        nullptr));
+    if (reply && reply->format == 32 && xcb_get_property_value_length(reply.get()) == 4) {
+        const xcb_window_t timeWindow =
+            *static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
+        x->setCardinal(timeWindow, WmUserTime, time);
+    }
+    xcb_flush(x->qt);
+}
+
+void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
+{
+    if (time == 0)
+        time = serverTime();
+    // Qt refuses to activate a window that does not accept focus, and its flag is what
+    // tells the window manager (WM_HINTS input).
+    window->setFlag(Qt::WindowDoesNotAcceptFocus, false);
+    // Qt's request carries the time of the last event Qt itself saw, which may be older than
+    // the action that opened the panel (a hot key's press is taken before Qt sees it); ours
+    // follows with the right time, and the user time is written after Qt's.
+    window->requestActivate();
+    if (time == 0)
+        return;
+    setUserTime(window, time);
+    x->sendToRoot(static_cast<xcb_window_t>(window->winId()), (*x)[ActiveWindow],
+                  {sourceApplication, time, 0, 0, 0});
+    xcb_flush(x->qt);
+}
+
+void X11WindowHints::releaseKeyboard(QWindow* window)
+{
+    window->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+}
+
+// The server's time now: a property change on a window of our own comes back as an event
+// that carries it (ICCCM's way to get a timestamp without user input). 0 when it cannot be
+// had.
+quint32 X11WindowHints::serverTime()
+{
+    if (!x->clock) {
+        xcb_connection_t* clock = xcb_connect(nullptr, nullptr);
+        if (xcb_connection_has_error(clock)) {
+            xcb_disconnect(clock);
+            return 0;
+        }
+        x->clock = clock;
+        x->clockWindow = xcb_generate_id(clock);
+        const quint32 mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+        xcb_create_window(clock, XCB_COPY_FROM_PARENT, x->clockWindow,
+                          xcb_setup_roots_iterator(xcb_get_setup(clock)).data->root, -1, -1, 1, 1,
+                          0, XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK,
+                          &mask);
+    }
+    if (xcb_connection_has_error(x->clock))
+        return 0;
+    xcb_change_property(x->clock, XCB_PROP_MODE_APPEND, x->clockWindow, XCB_ATOM_WM_NAME,
+                        XCB_ATOM_STRING, 8, 0, nullptr);
+    xcb_flush(x->clock);
+    // Nothing else is selected on this connection, so the next event is the answer.
+    while (xcb_generic_event_t* event = xcb_wait_for_event(x->clock)) {
+        const bool answer = (event->response_type & 0x7f) == XCB_PROPERTY_NOTIFY;
+        const quint32 time =
+            answer ? reinterpret_cast<xcb_property_notify_event_t*>(event)->time : 0;
+        std::free(event);
+        if (answer)
+            return time;
+    }
+    return 0;
+}

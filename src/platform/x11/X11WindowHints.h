@@ -1,0 +1,30 @@
+#pragma once
+
+#include "platform/WindowHints.h"
+
+#include <memory>
+
+// The panel hints on X11, through the EWMH properties and client messages that Qt's own
+// window flags do not reach: _NET_WM_STATE (sticky, skip taskbar, skip pager, above),
+// _NET_WM_DESKTOP for every workspace, _NET_WM_USER_TIME and _NET_ACTIVE_WINDOW.
+//
+// REQUIRES: the windows passed keep Qt::WindowStaysOnTopHint in their flags. Qt restates
+// "above" from that flag whenever a shown window's flags change, and taking or releasing the
+// keyboard changes them.
+class X11WindowHints final : public WindowHints {
+public:
+    // Absent when the application does not run on Qt's xcb platform.
+    static std::unique_ptr<X11WindowHints> open();
+    ~X11WindowHints() override;
+
+    void makePanel(QWindow* window) override;
+    void setUserTime(QWindow* window, quint32 time) override;
+    void takeKeyboard(QWindow* window, quint32 time) override;
+    void releaseKeyboard(QWindow* window) override;
+
+private:
+    struct Connection;
+    explicit X11WindowHints(std::unique_ptr<Connection> connection);
+    quint32 serverTime();
+    std::unique_ptr<Connection> x;
+};

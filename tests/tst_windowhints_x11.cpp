@@ -1,0 +1,281 @@
+#include "platform/DisplayIds.h"
+#include "platform/qt/QtDisplays.h"
+#include "platform/x11/X11WindowHints.h"
+
+#include <QDeadlineTimer>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QTest>
+#include <QWindow>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// Focus, workspaces and the window state are the window manager's decisions, so the test runs
+// its own X server with openbox on it, apart from the server other tests share.
+class Desktop {
+public:
+    bool start()
+    {
+        server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-nolisten"_s, u"tcp"_s,
+                                 u"-screen"_s, u"0"_s, u"1600x900x24"_s});
+        if (!server.waitForStarted())
+            return false;
+        QByteArray number;
+        const QDeadlineTimer deadline(30000);
+        while (!number.endsWith('\n') && !deadline.hasExpired()
+               && server.state() == QProcess::Running) {
+            server.waitForReadyRead(100);
+            number += server.readAllStandardOutput();
+        }
+        if (!number.endsWith('\n'))
+            return false;
+        display = ":" + number.trimmed();
+        qputenv("DISPLAY", display);
+        windowManager.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        windowManager.start(u"openbox"_s, {u"--sm-disable"_s});
+        return windowManager.waitForStarted();
+    }
+    ~Desktop()
+    {
+        for (QProcess* p : {&windowManager, &server}) {
+            if (p->state() != QProcess::NotRunning) {
+                p->terminate();
+                p->waitForFinished(10000);
+            }
+        }
+    }
+
+    QByteArray display;
+
+private:
+    QProcess server;
+    QProcess windowManager;
+};
+
+template <typename T>
+struct FreeReply {
+    void operator()(T* reply) const { std::free(reply); }
+};
+
+xcb_connection_t* connection()
+{
+    return qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+}
+
+xcb_atom_t atom(const char* name)
+{
+    std::unique_ptr<xcb_intern_atom_reply_t, FreeReply<xcb_intern_atom_reply_t>> reply(
+        xcb_intern_atom_reply(
+            connection(), xcb_intern_atom(connection(), false, std::strlen(name), name), nullptr));
+    return reply ? reply->atom : XCB_NONE;
+}
+
+// A 32-bit property's values, read from the server.
+QList<quint32> windowProperty(xcb_window_t window, const char* name)
+{
+    std::unique_ptr<xcb_get_property_reply_t, FreeReply<xcb_get_property_reply_t>> reply(
+        xcb_get_property_reply(connection(),
+                               xcb_get_property(connection(), false, window, atom(name),
+                                                XCB_GET_PROPERTY_TYPE_ANY, 0, 1024),
+                               nullptr));
+    if (!reply || reply->format != 32)
+        return {};
+    const auto* values = static_cast<const quint32*>(xcb_get_property_value(reply.get()));
+    return QList<quint32>(values, values + xcb_get_property_value_length(reply.get()) / 4);
+}
+
+xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(connection())).data->root; }
+
+// Openbox states stickiness as the window's desktop (every one), not as a state.
+bool hasPanelState(const QWindow& window)
+{
+    const QList<quint32> state = windowProperty(window.winId(), "_NET_WM_STATE");
+    for (const char* name :
+         {"_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER", "_NET_WM_STATE_ABOVE"}) {
+        if (!state.contains(atom(name)))
+            return false;
+    }
+    return true;
+}
+
+bool onEveryDesktop(const QWindow& window)
+{
+    return windowProperty(window.winId(), "_NET_WM_DESKTOP") == QList<quint32>{0xFFFFFFFFu};
+}
+
+// WM_HINTS: flags, then input; the input field counts only with its flag (bit 0) set.
+bool takesInput(const QWindow& window)
+{
+    const QList<quint32> hints = windowProperty(window.winId(), "WM_HINTS");
+    return hints.size() >= 2 && (hints[0] & 1u) && hints[1] != 0;
+}
+
+bool viewable(const QWindow& window)
+{
+    std::unique_ptr<xcb_get_window_attributes_reply_t, FreeReply<xcb_get_window_attributes_reply_t>>
+        reply(xcb_get_window_attributes_reply(
+            connection(), xcb_get_window_attributes(connection(), window.winId()), nullptr));
+    return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
+// Asks the window manager to show another workspace, as a pager would.
+void showDesktop(quint32 desktop)
+{
+    xcb_client_message_event_t event;
+    std::memset(&event, 0, sizeof event);
+    event.response_type = XCB_CLIENT_MESSAGE;
+    event.format = 32;
+    event.window = root();
+    event.type = atom("_NET_CURRENT_DESKTOP");
+    event.data.data32[0] = desktop;
+    xcb_send_event(connection(), false, root(),
+                   XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                   reinterpret_cast<const char*>(&event));
+    xcb_flush(connection());
+}
+
+void makePanelWindow(QWindow& window)
+{
+    window.setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint
+                    | Qt::WindowDoesNotAcceptFocus);
+    window.setGeometry(1570, 300, 30, 200);
+    window.winId();
+}
+
+enum class When { BeforeTheFirstShow, BeforeShowingAgain, WhileShown };
+
+} // namespace
+
+Q_DECLARE_METATYPE(When)
+
+class TestWindowHintsX11 : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<X11WindowHints> hints;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QCOMPARE(QGuiApplication::platformName(), u"xcb"_s);
+        hints = X11WindowHints::open();
+        QVERIFY(hints);
+        // Windows shown before the window manager runs would never be managed.
+        QTRY_VERIFY_WITH_TIMEOUT(!windowProperty(root(), "_NET_SUPPORTING_WM_CHECK").isEmpty(),
+                                 30000);
+    }
+
+    void aPanelIsStickyOutOfTaskbarAndPagerAndAbove_data()
+    {
+        QTest::addColumn<When>("when");
+        QTest::newRow("hinted before the first show") << When::BeforeTheFirstShow;
+        // The window manager forgets a window's state when it is hidden.
+        QTest::newRow("hinted again before it shows again") << When::BeforeShowingAgain;
+        QTest::newRow("hinted while it is shown") << When::WhileShown;
+    }
+
+    void aPanelIsStickyOutOfTaskbarAndPagerAndAbove()
+    {
+        QFETCH(When, when);
+        QWindow panel;
+        makePanelWindow(panel);
+        switch (when) {
+        case When::BeforeTheFirstShow:
+            hints->makePanel(&panel);
+            panel.show();
+            break;
+        case When::BeforeShowingAgain:
+            hints->makePanel(&panel);
+            panel.show();
+            QTRY_VERIFY(hasPanelState(panel));
+            panel.hide();
+            QTRY_VERIFY(!hasPanelState(panel));
+            hints->makePanel(&panel);
+            panel.show();
+            break;
+        case When::WhileShown:
+            panel.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&panel));
+            // Managed now: the window manager has written its own view of the state.
+            QTRY_VERIFY(windowProperty(panel.winId(), "_NET_WM_STATE")
+                            .contains(atom("_NET_WM_STATE_ABOVE")));
+            QVERIFY(!hasPanelState(panel));
+            hints->makePanel(&panel);
+            break;
+        }
+        QTRY_VERIFY(hasPanelState(panel));
+        QTRY_VERIFY(onEveryDesktop(panel));
+
+        // What the user sees of it: the panel stays when another workspace shows, which
+        // also proves the window manager took the hints rather than the test reading back
+        // what was written.
+        QWindow ordinary;
+        ordinary.setGeometry(100, 100, 200, 200);
+        ordinary.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&ordinary));
+        showDesktop(1);
+        QTRY_VERIFY(windowProperty(root(), "_NET_CURRENT_DESKTOP") == QList<quint32>{1});
+        QTRY_VERIFY(!viewable(ordinary));
+        QVERIFY(viewable(panel));
+        showDesktop(0);
+        QTRY_VERIFY(viewable(ordinary));
+    }
+
+    void aPanelTakesTheKeyboardOnlyWhenAsked()
+    {
+        QWindow other;
+        other.setGeometry(100, 100, 400, 300);
+        other.show();
+        other.requestActivate();
+        QTRY_VERIFY(other.isActive());
+
+        QWindow panel;
+        makePanelWindow(panel);
+        hints->makePanel(&panel);
+        panel.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&panel));
+        QVERIFY(!takesInput(panel));
+
+        hints->takeKeyboard(&panel, 0);
+        QTRY_VERIFY(panel.isActive());
+        QVERIFY(takesInput(panel));
+        QVERIFY(hasPanelState(panel));
+
+        hints->releaseKeyboard(&panel);
+        QTRY_VERIFY(!takesInput(panel));
+        QVERIFY(hasPanelState(panel));
+        other.requestActivate();
+        QTRY_VERIFY(other.isActive());
+    }
+
+    void theServersScreenIsTheMainDisplay()
+    {
+        const QList<DisplayInfo> displays = QtDisplays().list();
+        QCOMPARE(displays.size(), 1);
+        QVERIFY(displays[0].isMain);
+        QCOMPARE(displays[0].frame, QRectF(0, 0, 1600, 900));
+        QCOMPARE(displays[0].visibleFrame, QRectF(0, 0, 1600, 900));
+        QCOMPARE(displays[0].id, DisplayIds::hash(QGuiApplication::primaryScreen()->name()));
+    }
+};
+
+int main(int argc, char** argv)
+{
+    Desktop desktop;
+    if (!desktop.start()) {
+        qWarning("no X server or window manager of the test's own could be started");
+        return 1;
+    }
+    QGuiApplication app(argc, argv);
+    TestWindowHintsX11 test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_windowhints_x11.moc"
