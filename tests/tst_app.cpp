@@ -2,11 +2,14 @@
 #include "app/AppLifecycle.h"
 #include "app/AppServices.h"
 #include "app/ui/UnsavedQuitDialog.h"
+#include "deck/DeckController.h"
+#include "deck/DeckManager.h"
 #include "l10n/L10n.h"
 #include "platform/Log.h"
 #include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QtScheduler.h"
 #include "settings/Settings.h"
+#include "support/FakeDeckWindow.h"
 #include "support/FakeDisplays.h"
 #include "support/FakePointer.h"
 #include "support/FaultyFiles.h"
@@ -39,6 +42,8 @@ struct Program {
     ManualScheduler* clock = nullptr;
     MemoryDefaults* defaults = nullptr;
     FaultyFiles* files = nullptr;
+    FakePointer* pointer = nullptr;
+    QMap<quint32, FakeDeckWindow*> deckWindows;
     QStringList alerts;
     std::unique_ptr<AppServices> services;
 
@@ -66,8 +71,16 @@ struct Program {
         backends.fonts = std::make_unique<TableFonts>();
         backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
         backends.pointer = std::make_unique<FakePointer>();
+        pointer = static_cast<FakePointer*>(backends.pointer.get());
         backends.displays = std::make_unique<FakeDisplays>(
-            QList{FakeDisplays::make(1, QRectF(0, 0, 1920, 1080), true)});
+            QList{FakeDisplays::make(1, QRectF(0, 0, 1920, 1080), true),
+                  FakeDisplays::make(2, QRectF(1920, 0, 1920, 1080))});
+        deckWindows.clear();
+        backends.makeDeckWindow = [this](quint32 id) {
+            auto window = std::make_unique<FakeDeckWindow>();
+            deckWindows.insert(id, window.get());
+            return window;
+        };
         backends.windowHints = std::make_unique<RecordingWindowHints>();
         backends.storageAlert = [this](const LocalizedError& e) { alerts << e.description(); };
         services = std::make_unique<AppServices>(std::move(backends),
@@ -129,7 +142,8 @@ private Q_SLOTS:
         program.services->openNotes();
         int quits = 0;
         AppActions actions(*program.services, [&] { ++quits; });
-        QCOMPARE(actions.ids(), (QStringList{u"newNote"_s, u"quit"_s}));
+        QCOMPARE(actions.ids(), (QStringList{u"biggerText"_s, u"newNote"_s, u"quit"_s,
+                                             u"refreshDecks"_s, u"smallerText"_s}));
         QVERIFY(actions.run(u"newNote"_s));
         QCOMPARE(program.services->noteStore().notes().size(), 2);
         QCOMPARE(program.services->noteStore().active().first().body, QString());
@@ -322,6 +336,35 @@ private Q_SLOTS:
         });
         QVERIFY(lifecycle.shouldTerminate());
         QCOMPARE(asked.size(), 1);
+    }
+
+    // A new note from the menu, a hot key or the deck opens in the deck on the screen under
+    // the pointer; the text size keys step the size within its range and reach the decks.
+    void aNewNoteOpensInTheDeckUnderThePointer()
+    {
+        Program program;
+        program.services->openNotes();
+        AppActions actions(*program.services, [] {});
+        program.services->openDecks(actions.forDecks());
+        DeckManager* decks = program.services->deckManager();
+        QVERIFY(decks);
+        QCOMPARE(decks->decks().size(), 2);
+        program.pointer->setLocation({2500, 400});
+        QVERIFY(actions.run(u"newNote"_s));
+        const QString id = program.services->noteStore().active().first().id;
+        program.clock->advance(1);
+        QCOMPARE(decks->deck(2)->state(), DeckState::expanded(id));
+        QCOMPARE(decks->deck(1)->state(), DeckState::rest());
+
+        const int levelsBefore = program.deckWindows.value(1)->levelApplications;
+        QVERIFY(actions.run(u"biggerText"_s));
+        QCOMPARE(Settings::noteFontSize(), 15.0);
+        QCOMPARE(decks->deck(1)->model().fontSize(), 15.0);
+        QCOMPARE(program.deckWindows.value(1)->levelApplications, levelsBefore + 1);
+        for (int i = 0; i < 40; ++i)
+            actions.run(u"smallerText"_s);
+        QVERIFY2(Settings::noteFontSize() > 0, "the size stays in its range");
+        program.services->closeDecks();
     }
 
     // With the key file gone the notes cannot be opened; a new note (from the menu, a hot

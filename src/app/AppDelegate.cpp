@@ -65,6 +65,7 @@ AppDelegate::AppDelegate(AppServices& services)
 
 AppDelegate::~AppDelegate()
 {
+    services.closeDecks();
     for (const int signal : endingSignals)
         std::signal(signal, SIG_DFL);
 }
@@ -91,12 +92,13 @@ void AppDelegate::runMigration() {}
 // The application and edit menus; come with the menus and actions.
 void AppDelegate::buildMainMenu() {}
 
-// The decks come here. Until they do, this step makes the first use of the note store
-// itself, which opens the database, reads the key, loads every note and seeds the welcome
-// note; storage failures are alerts from here on.
+// The first use of the note store, which opens the database, reads the key, loads every note
+// and seeds the welcome note (storage failures are alerts from here on), then the decks,
+// where the program has a deck window to show them in.
 void AppDelegate::createDeckManager()
 {
     services.openNotes();
+    services.openDecks(commands.forDecks());
     quitPath.setFlushAll([this] { return services.noteStore().flushAll(); });
     quitPath.setUnsavedWork([this] { return unsavedWork(); });
 }

@@ -1,5 +1,7 @@
 #include "app/AppServices.h"
 
+#include "deck/DeckManager.h"
+#include "deck/DeckWindow.h"
 #include "images/ImageStore.h"
 #include "l10n/L10n.h"
 #include "notes/Ink.h"
@@ -39,6 +41,7 @@ AppServices::AppServices(Backends given, Paths data, QString home)
 // The engine and the store go before the backends they hold on to.
 AppServices::~AppServices()
 {
+    decks.reset();
     sync.reset();
     syncFolder.reset();
     notes.reset();
@@ -55,6 +58,23 @@ void AppServices::openNotes()
     notes =
         std::make_unique<NoteStore>(*database, scheduler(), *images, true, backends.storageAlert);
 }
+
+void AppServices::openDecks(DeckActions& actions)
+{
+    if (decks || !notes || !backends.makeDeckWindow)
+        return;
+    decks = std::make_unique<DeckManager>(DeckManager::Collaborators{
+        .displays = displays(),
+        .pointer = pointer(),
+        .scheduler = scheduler(),
+        .notes = *notes,
+        .actions = actions,
+        .detachTarget = nullptr,
+        .makeWindow = backends.makeDeckWindow,
+    });
+}
+
+void AppServices::closeDecks() { decks.reset(); }
 
 void AppServices::makeSync()
 {

@@ -10,6 +10,9 @@
 
 class CloudFolder;
 class CloudSync;
+class DeckActions;
+class DeckManager;
+class DeckWindow;
 class Defaults;
 class Desktop;
 class Displays;
@@ -56,6 +59,9 @@ public:
         std::unique_ptr<Displays> displays;
         // What panels ask of the window manager beyond Qt's flags.
         std::unique_ptr<WindowHints> windowHints;
+        // The window of a deck on the display with that id. Absent where the program has no
+        // deck window to show; then no deck is made.
+        std::function<std::unique_ptr<DeckWindow>(quint32 displayID)> makeDeckWindow;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
@@ -75,6 +81,12 @@ public:
     // Opens the database, reads the key, loads every note and seeds the welcome note.
     // Once; later calls do nothing.
     void openNotes();
+    // Makes the decks, one per display the settings ask for, asking the program's commands
+    // through actions, which must outlive them. REQUIRES: openNotes. Once; later calls do
+    // nothing, and so does a program without a deck window.
+    void openDecks(DeckActions& actions);
+    // Takes the decks down before the commands they ask for go away.
+    void closeDecks();
     // Makes the sync engine over the folder, stopped; it follows the setting from its first
     // reload on. REQUIRES: openNotes. Once; later calls do nothing.
     void makeSync();
@@ -103,6 +115,8 @@ public:
     ImageStore& imageStore() { return *images; }
     // Absent until makeSync.
     CloudSync* cloudSync() { return sync.get(); }
+    // Absent until openDecks, and without a deck window.
+    DeckManager* deckManager() { return decks.get(); }
 
     // The sync root the settings name, else the one found in the home folder.
     QString syncRoot() const;
@@ -116,4 +130,5 @@ private:
     std::unique_ptr<NoteStore> notes;
     std::unique_ptr<CloudFolder> syncFolder;
     std::unique_ptr<CloudSync> sync;
+    std::unique_ptr<DeckManager> decks;
 };

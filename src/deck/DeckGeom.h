@@ -102,7 +102,7 @@ QRectF panelFrame(const DeckState& state, const QRectF& frame, const QRectF& vis
 QRectF restFrame(const QRectF& frame, const QRectF& visibleFrame, int activeCount);
 QRectF wideFrame(const QRectF& frame, const QRectF& visibleFrame);
 
-// The same for a Display, or any record with its frame and visibleFrame. A template so that
+// The same for a DisplayInfo, or any record with its frame and visibleFrame. A template so that
 // this header need not name the platform's display type, whose name X11's headers take too.
 template <class D>
 QRectF panelFrame(const DeckState& state, const D& display, int activeCount)
