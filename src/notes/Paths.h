@@ -13,6 +13,8 @@ struct Paths {
     QString images() const { return support + QStringLiteral("/Images"); }
     // The sync's memory of the folder.
     QString syncIndex() const { return support + QStringLiteral("/cloud-index.json"); }
+    // The last text of notes that the sync deleted here, as documents, for a month.
+    QString trash() const { return support + QStringLiteral("/Trash"); }
 
     // The per-user data folder plus "Pondrift". Only named here: the first store that writes
     // in it (the database, the pictures, the sync index) makes it, private, so that other
