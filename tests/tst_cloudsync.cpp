@@ -653,6 +653,82 @@ private Q_SLOTS:
         QCOMPARE(m->names().size(), left);
     }
 
+    // Many notes gone here at once (a database replaced, a store gone wrong) would take
+    // their documents from every other machine: those deletions wait for the same answer as
+    // documents gone from the folder.
+    void notesGoneHereWaitForTheUsersAnswer_data()
+    {
+        QTest::addColumn<Answer>("answer");
+        QTest::newRow("delete: the documents go too") << Answer::DeleteHere;
+        QTest::newRow("restore: the notes come back from their documents")
+            << Answer::RestoreToFolder;
+    }
+    void notesGoneHereWaitForTheUsersAnswer()
+    {
+        QFETCH(Answer, answer);
+        QStringList ids;
+        for (int i = 0; i < 6; ++i)
+            ids << m->notes->create(u"text %1"_s.arg(i), u"Note %1"_s.arg(i)).id;
+        QVERIFY(m->engine->syncNow());
+        for (int i = 0; i < 5; ++i)
+            m->notes->deleteNote(ids[i]);
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->prompt.counts, QList<int>{5});
+        QVERIFY(log.contains(u"Pondrift cloud: 5 of 6 notes are gone here \u2014 "
+                             "holding back their deletions until confirmed"_s));
+        QCOMPARE(m->names().size(), 6);
+        QCOMPARE(m->engine->heldDeletions().size(), 5);
+        m->prompt.reply(answer);
+        clock.advance(0.1);
+        clock.advance(CloudSync::undoHold + 1);
+        QVERIFY(m->engine->syncNow());
+        const int left = answer == Answer::DeleteHere ? 1 : 6;
+        QCOMPARE(m->names().size(), left);
+        QCOMPARE(m->notes->notes().size(), left);
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
+    // A question asked about a folder that is then made again belongs to that folder's past:
+    // its answer must not delete what later vanished from the new one, which gets a question
+    // of its own.
+    void recreatedFolderAsksAnew()
+    {
+        for (int i = 0; i < 6; ++i)
+            m->notes->create(u"text %1"_s.arg(i), u"Note %1"_s.arg(i));
+        QVERIFY(m->engine->syncNow());
+        for (const QString& name : m->names())
+            QVERIFY(QFile::remove(m->file(name)));
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->prompt.counts, QList<int>{6});
+        auto first = std::exchange(m->prompt.waiting, nullptr);
+        QVERIFY(first);
+
+        QVERIFY(QDir(m->folder.path()).removeRecursively());
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->names().size(), 6);
+        QCOMPARE(m->engine->heldDeletions(), QSet<QString>{});
+        const QStringList names = m->names();
+        for (int i = 0; i < 4; ++i)
+            QVERIFY(QFile::remove(m->file(names[i])));
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->prompt.counts, (QList<int>{6, 4}));
+
+        first(Answer::DeleteHere);
+        clock.advance(0.1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 6);
+        m->prompt.reply(Answer::RestoreToFolder);
+        clock.advance(0.1);
+        QCOMPARE(m->notes->notes().size(), 6);
+        QCOMPARE(m->names().size(), 6);
+    }
+
     void brakeTrips_data()
     {
         QTest::addColumn<int>("deletions");
