@@ -37,15 +37,17 @@ public:
         const auto it = byID.constFind(id);
         return it == byID.cend() ? std::nullopt : std::optional<Note>(list[*it]);
     }
-    void absorb(const Note& note) override
+    bool isWritable() const override { return true; }
+    bool absorb(const Note& note) override
     {
         const auto it = byID.constFind(note.id);
         if (it != byID.cend()) {
             list[*it] = note;
-            return;
+            return true;
         }
         byID.insert(note.id, list.size());
         list.append(note);
+        return true;
     }
     void deleteNote(const QString&) override {}
     void observeNotes(QObject*, std::function<void()>) override {}

@@ -1,5 +1,6 @@
 #include "exchange/NoteDocument.h"
 #include "platform/Log.h"
+#include "support/FaultInjectingVfs.h"
 #include "support/ManualScheduler.h"
 #include "support/NoteBuilder.h"
 #include "support/SyncMachine.h"
@@ -135,17 +136,19 @@ private Q_SLOTS:
     }
 
     // A pulled note is as new as the later of the date its document declares and the date
-    // the file was written: a hand edit leaves the declared date behind, and a machine whose
-    // clock runs ahead declares a date the file has not reached. Either way the note, the
+    // the file was written, but never newer than now: a hand edit leaves the declared date
+    // behind, and a machine whose clock runs ahead declares a date not reached here yet,
+    // which would win every conflict against edits made meanwhile. Either way the note, the
     // database and the index agree on it, so that the next pass sees no change.
     void pulledNoteTakesTheLaterOfItsDeclaredAndFileDates_data()
     {
         QTest::addColumn<bool>("known");           // the note was synced here before
         QTest::addColumn<double>("declaredAhead"); // of the file's date, in whole seconds
         QTest::newRow("a hand edit: the file's date is later") << true << -100.0;
-        QTest::newRow("a clock ahead elsewhere: the declared date is later") << true << 60.0;
+        QTest::newRow("a clock ahead elsewhere: the declared date is later, cut to now")
+            << true << 60.0;
         QTest::newRow("a note never seen here, dated behind its file") << false << -100.0;
-        QTest::newRow("a note never seen here, dated ahead of its file") << false << 60.0;
+        QTest::newRow("a note never seen here, dated ahead of now") << false << 60.0;
     }
     void pulledNoteTakesTheLaterOfItsDeclaredAndFileDates()
     {
@@ -168,7 +171,7 @@ private Q_SLOTS:
 
         QVERIFY(m->engine->syncNow());
         QCOMPARE(plan(), u"pull(%1)"_s.arg(name));
-        const Date expected = declaredAhead > 0 ? declared : written;
+        const Date expected = declaredAhead > 0 ? clock.now() : written;
         QCOMPARE(m->notes->note(id)->body, u"edited there"_s);
         QCOMPARE(m->notes->note(id)->modified, expected);
         QCOMPARE(m->engine->index().entry(id)->syncedModified, expected);
@@ -431,6 +434,193 @@ private Q_SLOTS:
             QVERIFY(m->notes->note(idIn(name)));
     }
 
+    // A store that cannot keep notes (its key file gone) shows none. Syncing it would read
+    // every indexed document as a note deleted here, and on a first sync would record
+    // documents it pulled but never kept, to delete them on the pass after. No pass runs:
+    // the folder and the index stay as they were, and once the key is back every note is
+    // there and every document with it.
+    void storeThatCannotKeepNotesRunsNoPass_data()
+    {
+        QTest::addColumn<bool>("indexed");
+        QTest::newRow("over a folder the index knows") << true;
+        QTest::newRow("on a first sync") << false;
+    }
+    void storeThatCannotKeepNotesRunsNoPass()
+    {
+        QFETCH(bool, indexed);
+        for (int i = 0; i < 2; ++i)
+            m->notes->create(u"text %1"_s.arg(i), u"Note %1"_s.arg(i));
+        QVERIFY(m->engine->syncNow());
+        const QString indexFile = m->data.filePath(u"cloud-index.json"_s);
+        if (!indexed)
+            QVERIFY(QFile::remove(indexFile));
+        drop(u"loose.md"_s, "- [ ] eggs");
+        const QString keyFile = m->data.filePath(u"note.key"_s);
+        const QByteArray key = TestFiles::read(keyFile);
+        QVERIFY(QFile::remove(keyFile));
+        m->storageFailuresExpected = true;
+        m->restart();
+        QVERIFY(!m->notes->isWritable());
+        const auto folderBefore = TestFiles::snapshot(m->folder.path());
+        const QByteArray indexBefore = TestFiles::read(indexFile);
+        log.clear();
+        for (int pass = 0; pass < 3; ++pass) {
+            clock.advance(5);
+            m->engine->syncNow();
+        }
+        QCOMPARE(TestFiles::snapshot(m->folder.path()), folderBefore);
+        QCOMPARE(TestFiles::read(indexFile), indexBefore);
+        QCOMPARE(QFile::exists(indexFile), indexed);
+        QCOMPARE(m->engine->blocked(), CloudSync::Blocked::StoreReadOnly);
+        QCOMPARE(log, QStringList{u"Pondrift cloud: the notes could not be read, so none can be "
+                                  "kept \u2014 no sync until they can"_s});
+
+        QVERIFY(TestFiles::write(keyFile, key));
+        m->restart();
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 3);
+        QCOMPARE(m->names().size(), 3);
+        for (const QString& name : m->names())
+            QVERIFY(m->notes->note(idIn(name)));
+    }
+
+    // A document pulled while the database cannot take it is not recorded as synced: after a
+    // forced end it is not read as "a note deleted here", and it comes in once the store can
+    // save. An edit of a known note that could not be saved is pulled again the same way.
+    void pulledNoteTheStoreCannotSaveIsNotRecorded_data()
+    {
+        QTest::addColumn<bool>("known");
+        QTest::newRow("a note this machine has not seen") << false;
+        QTest::newRow("an edit of a known note") << true;
+    }
+    void pulledNoteTheStoreCannotSaveIsNotRecorded()
+    {
+        QFETCH(bool, known);
+        FaultInjectingVfs::install();
+        m->restart();
+        const QString id = u"5E1F0A1C-0000-4000-8000-000000000001"_s;
+        Note note = NoteBuilder().id(id).title(u"Arrived"_s).body(u"first"_s).build();
+        note.created = note.modified = Date{std::floor(clock.now().seconds) - 60};
+        if (known) {
+            drop(u"Arrived.md"_s, NoteDocument::render(note).toUtf8());
+            QVERIFY(m->engine->syncNow());
+            QVERIFY(m->notes->note(id));
+            clock.advance(1);
+        }
+        note.body = u"second"_s;
+        drop(u"Arrived.md"_s, NoteDocument::render(note).toUtf8());
+        m->storageFailuresExpected = true;
+        FaultInjectingVfs::setWriteFault(FaultInjectingVfs::Fault::IoError);
+        m->engine->syncNow();
+        FaultInjectingVfs::setWriteFault(FaultInjectingVfs::Fault::None);
+        QVERIFY(!m->storageFailures.isEmpty());
+        m->restart(false);
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->names(), QStringList{u"Arrived.md"_s});
+        QVERIFY(m->notes->note(id));
+        QCOMPARE(m->notes->note(id)->body, u"second"_s);
+        m->restart();
+        QCOMPARE(m->notes->note(id)->body, u"second"_s);
+    }
+
+    // A listing that fails looks like an empty folder; read as such, every indexed note
+    // would be taken for deleted. The pass is skipped, and the next good one finds nothing
+    // to do.
+    void failedListingDeletesNothing()
+    {
+        for (int i = 0; i < 2; ++i)
+            m->notes->create(u"text %1"_s.arg(i), u"Note %1"_s.arg(i));
+        QVERIFY(m->engine->syncNow());
+        const auto before = TestFiles::snapshot(m->folder.path());
+        log.clear();
+        m->folder.files.failListings();
+        for (int pass = 0; pass < 2; ++pass) {
+            clock.advance(5);
+            m->engine->syncNow();
+        }
+        QCOMPARE(m->notes->notes().size(), 2);
+        QCOMPARE(TestFiles::snapshot(m->folder.path()), before);
+        QCOMPARE(m->engine->blocked(), CloudSync::Blocked::FolderUnlisted);
+        QCOMPARE(log, QStringList{u"Pondrift cloud: cannot list Pondrift \u2014 skipping passes "
+                                  "until the listing succeeds"_s});
+        m->folder.files.heal();
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        QCOMPARE(m->engine->blocked(), CloudSync::Blocked::None);
+        QCOMPARE(m->notes->notes().size(), 2);
+        QCOMPARE(TestFiles::snapshot(m->folder.path()), before);
+    }
+
+    // Values no note of this program can hold come in as the nearest it can: a colour by
+    // the palette's wrap-around, an order that is not a number not at all (a new note goes
+    // first on the deck, a known one keeps its place), a date ahead of now as now.
+    void pulledValuesAreMadeSafe_data()
+    {
+        QTest::addColumn<QString>("line");
+        QTest::addColumn<bool>("known");
+        QTest::addColumn<qint64>("color");
+        QTest::addColumn<bool>("keepsOrder"); // else first on the deck
+        QTest::newRow("color 12 wraps to 4") << u"color: 12"_s << false << qint64(4) << true;
+        QTest::newRow("color -1 wraps to 7") << u"color: -1"_s << false << qint64(7) << true;
+        QTest::newRow("order inf on a new note puts it first")
+            << u"order: inf"_s << false << qint64(2) << false;
+        QTest::newRow("order nan on a new note puts it first")
+            << u"order: nan"_s << false << qint64(2) << false;
+        QTest::newRow("order inf on a known note keeps its place")
+            << u"order: inf"_s << true << qint64(2) << true;
+        QTest::newRow("order -nan on a known note keeps its place")
+            << u"order: -nan"_s << true << qint64(2) << true;
+        QTest::newRow("modified a year ahead is now")
+            << u"modified: 2027-03-14T09:26:53Z"_s << false << qint64(2) << true;
+    }
+    void pulledValuesAreMadeSafe()
+    {
+        QFETCH(QString, line);
+        QFETCH(bool, known);
+        QFETCH(qint64, color);
+        QFETCH(bool, keepsOrder);
+        m->notes->create(u"text"_s, u"Other"_s);
+        const QString id = u"5E1F0A1C-0000-4000-8000-000000000002"_s;
+        Note note = NoteBuilder().id(id).title(u"Odd"_s).body(u"first"_s).build();
+        note.color = 2;
+        note.order = 5.0;
+        note.created = note.modified = Date{std::floor(clock.now().seconds) - 60};
+        if (known) {
+            drop(u"Odd.md"_s, NoteDocument::render(note).toUtf8());
+            QVERIFY(m->engine->syncNow());
+            clock.advance(1);
+        }
+        note.body = u"second"_s;
+        const QString key = line.section(u':', 0, 0);
+        QStringList lines = NoteDocument::render(note).split(u'\n');
+        for (QString& l : lines) {
+            if (l.startsWith(key + u':'))
+                l = line;
+        }
+        drop(u"Odd.md"_s, lines.join(u'\n').toUtf8());
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        const auto pulled = m->notes->note(id);
+        QVERIFY(pulled);
+        QCOMPARE(pulled->body, u"second"_s);
+        QCOMPARE(pulled->color, color);
+        QVERIFY(std::isfinite(pulled->order));
+        if (keepsOrder)
+            QCOMPARE(pulled->order, 5.0);
+        else
+            QCOMPARE(m->notes->active().front().id, id);
+        QVERIFY(pulled->modified <= clock.now());
+        QCOMPARE(m->engine->index().entry(id)->syncedModified, pulled->modified);
+        m->restart();
+        QCOMPARE(*m->notes->note(id), *pulled);
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
     void emptiedFolderWaitsForTheUsersAnswer_data()
     {
         QTest::addColumn<Answer>("answer");
@@ -461,6 +651,82 @@ private Q_SLOTS:
         clock.advance(0.1);
         QCOMPARE(m->notes->notes().size(), left);
         QCOMPARE(m->names().size(), left);
+    }
+
+    // Many notes gone here at once (a database replaced, a store gone wrong) would take
+    // their documents from every other machine: those deletions wait for the same answer as
+    // documents gone from the folder.
+    void notesGoneHereWaitForTheUsersAnswer_data()
+    {
+        QTest::addColumn<Answer>("answer");
+        QTest::newRow("delete: the documents go too") << Answer::DeleteHere;
+        QTest::newRow("restore: the notes come back from their documents")
+            << Answer::RestoreToFolder;
+    }
+    void notesGoneHereWaitForTheUsersAnswer()
+    {
+        QFETCH(Answer, answer);
+        QStringList ids;
+        for (int i = 0; i < 6; ++i)
+            ids << m->notes->create(u"text %1"_s.arg(i), u"Note %1"_s.arg(i)).id;
+        QVERIFY(m->engine->syncNow());
+        for (int i = 0; i < 5; ++i)
+            m->notes->deleteNote(ids[i]);
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->prompt.counts, QList<int>{5});
+        QVERIFY(log.contains(u"Pondrift cloud: 5 of 6 notes are gone here \u2014 "
+                             "holding back their deletions until confirmed"_s));
+        QCOMPARE(m->names().size(), 6);
+        QCOMPARE(m->engine->heldDeletions().size(), 5);
+        m->prompt.reply(answer);
+        clock.advance(0.1);
+        clock.advance(CloudSync::undoHold + 1);
+        QVERIFY(m->engine->syncNow());
+        const int left = answer == Answer::DeleteHere ? 1 : 6;
+        QCOMPARE(m->names().size(), left);
+        QCOMPARE(m->notes->notes().size(), left);
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
+    // A question asked about a folder that is then made again belongs to that folder's past:
+    // its answer must not delete what later vanished from the new one, which gets a question
+    // of its own.
+    void recreatedFolderAsksAnew()
+    {
+        for (int i = 0; i < 6; ++i)
+            m->notes->create(u"text %1"_s.arg(i), u"Note %1"_s.arg(i));
+        QVERIFY(m->engine->syncNow());
+        for (const QString& name : m->names())
+            QVERIFY(QFile::remove(m->file(name)));
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->prompt.counts, QList<int>{6});
+        auto first = std::exchange(m->prompt.waiting, nullptr);
+        QVERIFY(first);
+
+        QVERIFY(QDir(m->folder.path()).removeRecursively());
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->names().size(), 6);
+        QCOMPARE(m->engine->heldDeletions(), QSet<QString>{});
+        const QStringList names = m->names();
+        for (int i = 0; i < 4; ++i)
+            QVERIFY(QFile::remove(m->file(names[i])));
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->prompt.counts, (QList<int>{6, 4}));
+
+        first(Answer::DeleteHere);
+        clock.advance(0.1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 6);
+        m->prompt.reply(Answer::RestoreToFolder);
+        clock.advance(0.1);
+        QCOMPARE(m->notes->notes().size(), 6);
+        QCOMPARE(m->names().size(), 6);
     }
 
     void brakeTrips_data()

@@ -338,20 +338,38 @@ int NoteStore::ingest(QList<Note> incoming)
     return stored;
 }
 
-void NoteStore::absorb(const Note& note)
+bool NoteStore::absorb(const Note& note)
 {
     if (!writable)
-        return;
+        return false;
     const qsizetype index = indexOf(note.id);
+    std::optional<Note> previous;
     if (index >= 0) {
         if (allNotes.at(index) == note)
-            return;
+            return true;
+        previous = allNotes.at(index);
         allNotes[index] = note;
     } else {
         allNotes.append(note);
     }
+    const bool hadUnsavedEdits = unsaved.contains(note.id);
     Q_EMIT notesChanged();
-    persist(note);
+    if (!persist(note)) {
+        // Held only in memory, the arrival would be gone after a forced end while the sync
+        // had taken it for kept, and then read its document as a note deleted here. The
+        // store goes back to what it held; the sync brings the note again next time.
+        const qsizetype at = indexOf(note.id);
+        if (previous)
+            allNotes[at] = *previous;
+        else
+            allNotes.removeAt(at);
+        if (hadUnsavedEdits)
+            scheduleSave(note.id);
+        else
+            markSaved(note.id);
+        Q_EMIT notesChanged();
+        return false;
+    }
     // The same note came back from outside while its deletion could still be undone: the
     // arrival supersedes the deleted copy, so that an undo can never make a second record
     // with this id. Pictures the arrival still shows stay.
@@ -361,6 +379,7 @@ void NoteStore::absorb(const Note& note)
         pending.reset();
         Q_EMIT pendingUndoChanged();
     }
+    return true;
 }
 
 // Saving.

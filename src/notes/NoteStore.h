@@ -63,7 +63,7 @@ public:
     const QSet<QString>& unsavedIDs() const { return unsaved; }
     // The description of the last reported failure; cleared once every note is saved.
     const std::optional<QString>& lastError() const { return lastFailure; }
-    bool isWritable() const { return writable; }
+    bool isWritable() const override { return writable; }
 
     // A new note ahead of all others. Without a colour, the colours rotate with the size of
     // the library. In read-only mode the record is returned but goes nowhere, and the
@@ -99,8 +99,8 @@ public:
     // gets a new one. Answers how many were stored.
     int ingest(QList<Note> incoming);
     // Inserts or replaces a note from outside (sync) as it stands; an identical record
-    // writes nothing.
-    void absorb(const Note& note) override;
+    // writes nothing. A save that fails is reported and leaves the notes as they were.
+    bool absorb(const Note& note) override;
 
     // Saves the note now if it is unsaved; false when the save failed.
     bool flush(const QString& id);

@@ -19,8 +19,13 @@ public:
     // Not archived, sorted by order ascending.
     virtual QList<Note> active() const = 0;
     virtual std::optional<Note> note(const QString& id) const = 0;
-    // Inserts or replaces by id, keeping the record's own dates.
-    virtual void absorb(const Note& note) = 0;
+    // Whether changes can be kept at all. A store that could not read its notes shows none
+    // and keeps none: syncing against it would read every document as a note deleted here.
+    virtual bool isWritable() const = 0;
+    // Inserts or replaces by id, keeping the record's own dates. True when the note is kept
+    // (saved, or already held as it stands); false leaves the store as it was, so that the
+    // caller records nothing it would later take for a note deleted here.
+    virtual bool absorb(const Note& note) = 0;
     virtual void deleteNote(const QString& id) = 0;
     // Calls back on the main thread after every change of notes, until context goes.
     virtual void observeNotes(QObject* context, std::function<void()> callback) = 0;

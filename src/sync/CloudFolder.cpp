@@ -72,8 +72,10 @@ FolderScan CloudFolder::scan()
 {
     FolderScan result;
     const auto entries = files.list(path());
-    if (!entries)
+    if (!entries) {
+        result.complete = false;
         return result;
+    }
     result.documents.reserve(entries->size());
     for (const Files::Entry& entry : *entries) {
         const auto resolved = DocumentNames::resolvedName(entry.name);

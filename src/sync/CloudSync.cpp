@@ -9,6 +9,7 @@
 #include "platform/Log.h"
 #include "sync/DocumentNames.h"
 
+#include <cmath>
 #include <cstdlib>
 
 using namespace Qt::Literals::StringLiterals;
@@ -26,6 +27,34 @@ QString withoutExtension(const QString& name)
 QString conflictDocument(const Note& note)
 {
     return u"# "_s + NoteText::displayTitle(note) + u"\n\n"_s + Tasks::toMarkdown(note.body);
+}
+
+// Where a new note stands first on the deck.
+double headOrder(const QList<Note>& active)
+{
+    if (active.isEmpty())
+        return -1.0;
+    double lowest = active.front().order;
+    for (const Note& n : active)
+        lowest = std::min(lowest, n.order);
+    return lowest - 1.0;
+}
+
+// A document is anyone's text: what it declares is made into values a note can hold before
+// the store sees it. A colour outside the palette wraps around as the palette reads any
+// index; an order that is not a finite number would leave the deck without an order and
+// every later archive unreadable, so the note keeps its place (a new one goes first); a date
+// ahead of now would win every later conflict against edits made meanwhile.
+Note madeSafe(Note note, const std::optional<Note>& known, const std::function<double()>& head,
+              Date now)
+{
+    const auto colors = static_cast<qint64>(NoteColor::all().size());
+    note.color = ((note.color % colors) + colors) % colors;
+    if (!std::isfinite(note.order))
+        note.order = known ? known->order : head();
+    note.modified = std::min(note.modified, now);
+    note.created = std::min(note.created, note.modified);
+    return note;
 }
 
 } // namespace
@@ -84,17 +113,55 @@ void CloudSync::scheduleLocalPush()
     triggers.pending = scheduler.after(debounce, [this] { syncNow(); });
 }
 
+void CloudSync::block(Blocked reason)
+{
+    if (reason == blockedBy)
+        return;
+    blockedBy = reason;
+    switch (reason) {
+    case Blocked::None:
+        break;
+    case Blocked::FolderUnavailable:
+        Log::cloud(u"iCloud Drive is unavailable"_s, u"skipping this pass"_s);
+        break;
+    case Blocked::StoreReadOnly:
+        Log::cloud(u"the notes could not be read, so none can be kept"_s,
+                   u"no sync until they can"_s);
+        break;
+    case Blocked::FolderUnlisted:
+        Log::cloud(u"cannot list "_s + DocumentNames::folder,
+                   u"skipping passes until the listing succeeds"_s);
+        break;
+    }
+    Q_EMIT blockedChanged();
+}
+
 bool CloudSync::syncNow()
 {
     if (!enabled() || pass)
         return false;
+    // A store that could not read its notes shows none: every indexed document would read
+    // as a note deleted here, and whatever a pass pulled would not be kept.
+    if (!store.isWritable()) {
+        block(Blocked::StoreReadOnly);
+        return false;
+    }
     const auto ensured =
         folder.isAvailable() ? folder.ensure() : SyncFolderGateway::Ensured::Unavailable;
     if (ensured == SyncFolderGateway::Ensured::Unavailable) {
-        Log::cloud(u"iCloud Drive is unavailable"_s, u"skipping this pass"_s);
+        block(Blocked::FolderUnavailable);
         return false;
     }
+    FolderScan scan = folder.scan();
+    // An empty scan from a failed listing is not an emptied folder; only a listing that
+    // succeeded may delete anything.
+    if (!scan.complete) {
+        block(Blocked::FolderUnlisted);
+        return false;
+    }
+    block(Blocked::None);
     pass.emplace();
+    pass->scan = std::move(scan);
 
     if (ensured == SyncFolderGateway::Ensured::Created && !syncIndex.isEmpty()) {
         // The folder we remembered is gone as a whole. Reading that as "every document
@@ -103,11 +170,10 @@ bool CloudSync::syncNow()
         Log::cloud(u"the sync folder was missing and has been made again"_s,
                    u"writing every note out afresh"_s);
         syncIndex.forgetAll();
-        brake.release();
+        brake.reset();
         pass->indexChanged = true;
     }
 
-    pass->scan = folder.scan();
     const QList<Note> notes = store.notes();
     vanished.expire(scheduler.now());
     settleRestoredDates(notes);
@@ -218,7 +284,9 @@ QSet<QString> CloudSync::unresolvedNames(const QList<SyncPlan::RemoteFile>& remo
 
 QList<Action> CloudSync::hold(const QList<Action>& planned)
 {
-    QList<Action> kept = brake.hold(planned, syncIndex.size());
+    QList<Action> kept = brake.hold(planned, syncIndex.size(), [this](const QString& fileName) {
+        return idOfDocument(fileName).value_or(fileName);
+    });
     // Taking in a note that left the store within the undo window, and undoing later, would
     // give two records. A file this pass did not read is not pulled anyway.
     const Date now = scheduler.now();
@@ -353,7 +421,12 @@ void CloudSync::pull(const QString& fileName)
         return;
     Note note = found.value();
     note.modified = std::max(*date, note.modified);
-    store.absorb(note);
+    note = madeSafe(
+        note, store.note(note.id), [this] { return headOrder(store.active()); }, scheduler.now());
+    // An entry for a note the store did not keep would read, after a restart, as a note
+    // deleted here, and its document would go.
+    if (!store.absorb(note))
+        return;
     syncIndex.record(note.id, fileName, note.modified, *date);
 }
 
@@ -376,17 +449,17 @@ void CloudSync::adopt(const QString& fileName)
     note.created = *date;
     note.modified = *date;
     // First on the deck, as a new note would stand.
-    const QList<Note> active = store.active();
-    note.order = -1.0;
-    if (!active.isEmpty()) {
-        double lowest = active.front().order;
-        for (const Note& n : active)
-            lowest = std::min(lowest, n.order);
-        note.order = lowest - 1.0;
-    }
+    note.order = headOrder(store.active());
     const auto colors = static_cast<qint64>(NoteColor::all().size());
     note.color = std::llabs(static_cast<long long>(qHash(fileName) % colors));
-    store.absorb(note);
+    note = madeSafe(
+        note, std::nullopt, [] { return -1.0; }, scheduler.now());
+    // Without the note kept, the document keeps no identity either: the next pass adopts it
+    // again, under the same id.
+    if (!store.absorb(note)) {
+        pendingAdoptions.insert(fileName, note.id);
+        return;
+    }
     if (!folder.write(NoteDocument::render(note), fileName)) {
         pendingAdoptions.insert(fileName, note.id);
         return;
@@ -413,11 +486,15 @@ void CloudSync::deleteRemote(const QString& fileName)
     // The entry of the id the document declares, even when it still names an older file
     // (a document renamed by hand keeps its entry's name until the next push): left behind,
     // it would delete the note again when another machine brings it back.
-    const auto read = pass->scanned.constFind(fileName);
-    const auto id = read != pass->scanned.cend() ? std::optional<QString>(read->id)
-                                                 : syncIndex.idForFileName(fileName);
-    if (id)
+    if (const auto id = idOfDocument(fileName))
         syncIndex.forget(*id);
+}
+
+std::optional<QString> CloudSync::idOfDocument(const QString& fileName) const
+{
+    const auto read = pass->scanned.constFind(fileName);
+    return read != pass->scanned.cend() ? std::optional<QString>(read->id)
+                                        : syncIndex.idForFileName(fileName);
 }
 
 void CloudSync::resolve(const QString& noteID, const QString& fileName, bool localWins)

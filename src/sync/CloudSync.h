@@ -42,6 +42,14 @@ public:
     // The store's undo window, plus a second for the timers' own order.
     static constexpr double undoHold = 11.0;
 
+    // Why passes are not running, for the settings' sync status.
+    enum class Blocked {
+        None,
+        FolderUnavailable, // no sync root, or the folder could not be made
+        StoreReadOnly,     // the notes could not be read, so none can be kept either
+        FolderUnlisted,    // the folder's listing failed: nothing in it can be told apart
+    };
+
     // `enabled` is asked at every pass and by reload(). The index is loaded from indexPath
     // once, here, and saved there through files. The references must outlive the engine.
     CloudSync(SyncFolderGateway& folder, NoteStoring& store, Scheduler& scheduler, Files& files,
@@ -67,9 +75,12 @@ public:
     const QList<SyncPlan::Action>& lastPlan() const { return lastPass.carriedOut; }
     // Deletions held back for the user's answer, by note id.
     const QSet<QString>& heldDeletions() const { return brake.held(); }
+    // Why the last attempted pass did not run; None once one runs.
+    Blocked blocked() const { return blockedBy; }
 
 Q_SIGNALS:
     void lastSyncChanged();
+    void blockedChanged();
 
 private:
     // What one pass knows while it runs.
@@ -104,6 +115,9 @@ private:
     };
 
     void scheduleLocalPush();
+    // Logs once per change of reason, not on every pass that is turned away.
+    void block(Blocked reason);
+    std::optional<QString> idOfDocument(const QString& fileName) const;
     void settleRestoredDates(const QList<Note>& notes);
     QList<SyncPlan::RemoteFile> remoteFiles();
     QSet<QString> unresolvedNames(const QList<SyncPlan::RemoteFile>& remote) const;
@@ -136,6 +150,7 @@ private:
     LastPass lastPass;
     DeletionBrake brake;
     VanishedNotes vanished{undoHold};
+    Blocked blockedBy = Blocked::None;
     // Files adopted in a pass whose write failed: the next attempt keeps the same new id,
     // so a retry replaces the note instead of making a second one.
     QHash<QString, QString> pendingAdoptions;

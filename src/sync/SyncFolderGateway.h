@@ -15,6 +15,9 @@ struct FolderScan {
     // Documents that exist but cannot be looked at yet (placeholders of undownloaded files,
     // a directory wearing a document's name, a file whose date cannot be had).
     QSet<QString> unresolved;
+    // False when the folder could not be listed: the scan is then empty, which must not be
+    // read as a folder whose documents were all deleted.
+    bool complete = true;
 
     QSet<QString> allNames() const
     {

@@ -19,6 +19,7 @@ void FaultyFiles::heal()
     successesLeft.reset();
     fragment.clear();
     syncError = 0;
+    listingsFail = false;
 }
 
 std::optional<Files::Result> FaultyFiles::fault(const QString& path)

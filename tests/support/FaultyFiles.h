@@ -12,7 +12,7 @@
 
 // The real disk, with writes that fail on demand the way a full disk or a folder without
 // rights fails them: "the disk fills up on the third image write" is failAfter(2). Reads,
-// listings and removals pass through.
+// removals pass through; listings fail on demand.
 class FaultyFiles final : public Files {
 public:
     // From now on, after `successes` more writes have gone through, every write and creation
@@ -22,6 +22,8 @@ public:
     void failPathsContaining(const QString& fragment, int error = EACCES);
     // Every folder sync fails with `error` until heal().
     void failFolderSyncs(int error = EIO);
+    // Every listing of a folder fails, as an unreadable folder fails it, until heal().
+    void failListings() { listingsFail = true; }
     // Every write goes through again.
     void heal();
 
@@ -49,6 +51,8 @@ public:
     std::optional<Entry> stat(const QString& path) override { return disk.stat(path); }
     std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) override
     {
+        if (listingsFail)
+            return std::nullopt;
         return disk.list(folder, withDates);
     }
 
@@ -62,4 +66,5 @@ private:
     QString fragment;
     int fragmentError = 0;
     int syncError = 0;
+    bool listingsFail = false;
 };

@@ -84,8 +84,8 @@ private:
 struct SyncMachine {
     SyncMachine(const QString& root, Scheduler& clock);
     // A relaunch: everything saved, then database, store, index and engine read back from
-    // disk.
-    void restart();
+    // disk. Unflushed, it is a forced end: what the store holds only in memory is lost.
+    void restart(bool flushFirst = true);
 
     QString file(const QString& name) const { return folder.path() + u'/' + name; }
     // The documents in the synced folder, or in a folder of it, sorted.
@@ -96,6 +96,10 @@ struct SyncMachine {
     Scheduler& clock;
     ScriptedPrompt prompt;
     bool enabled = true;
+    // Storage failures fail the running test unless a test expects them: then they are
+    // collected here.
+    bool storageFailuresExpected = false;
+    QStringList storageFailures;
     std::unique_ptr<Store> database;
     std::unique_ptr<ImageStore> images;
     std::unique_ptr<NoteStore> notes;
