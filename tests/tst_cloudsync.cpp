@@ -81,6 +81,41 @@ private Q_SLOTS:
         QCOMPARE(away.engine->lastSync(), std::nullopt);
     }
 
+    // A document gone from the folder deletes its note here; the note's last text waits in the
+    // local trash. When the trash cannot be written, the note stays until it can.
+    void aNoteDeletedBySyncLeavesItsTextInTheTrash_data()
+    {
+        QTest::addColumn<bool>("trashWritable");
+        QTest::newRow("kept in the trash, then deleted") << true;
+        QTest::newRow("a trash that cannot be written keeps the note") << false;
+    }
+    void aNoteDeletedBySyncLeavesItsTextInTheTrash()
+    {
+        QFETCH(bool, trashWritable);
+        const Note a = m->notes->create(u"call Ana at 5"_s, u"Plans"_s);
+        QVERIFY(m->engine->syncNow());
+        QVERIFY(QFile::remove(m->file(u"Plans.md"_s)));
+        if (!trashWritable)
+            m->folder.files.failPathsContaining(u"(deleted "_s, ENOSPC);
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        const QStringList kept =
+            QDir(m->trash.folder()).entryList({u"*.md"_s}, QDir::Files, QDir::Name);
+        QCOMPARE(m->notes->note(a.id).has_value(), !trashWritable);
+        QCOMPARE(kept.size(), trashWritable ? 1 : 0);
+        if (trashWritable) {
+            const QString text =
+                QString::fromUtf8(TestFiles::read(m->trash.folder() + u'/' + kept.first()));
+            QCOMPARE(NoteDocument::parse(text, {}).note.body, u"call Ana at 5"_s);
+            return;
+        }
+        m->folder.files.heal();
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QVERIFY(!m->notes->note(a.id));
+        QCOMPARE(QDir(m->trash.folder()).entryList({u"*.md"_s}, QDir::Files).size(), 1);
+    }
+
     // An unchanged document is not read again; one renamed by hand keeps its note, and its
     // new name through later pushes.
     void documentRenamedByHandKeepsItsName()

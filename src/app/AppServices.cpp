@@ -20,6 +20,7 @@
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
 #include "sync/DocumentNames.h"
+#include "sync/LocalTrash.h"
 #include "sync/MassDeletePrompt.h"
 
 AppServices::Backends::Backends() = default;
@@ -43,6 +44,7 @@ AppServices::~AppServices()
 {
     decks.reset();
     sync.reset();
+    trash.reset();
     syncFolder.reset();
     notes.reset();
     images.reset();
@@ -85,6 +87,10 @@ void AppServices::makeSync()
         *syncFolder, *notes, scheduler(), files(), data.syncIndex(),
         [] { return Settings::cloudSyncEnabled(); }, *backends.massDeletePrompt,
         Settings::cloudSyncInterval);
+    // A month of what the sync deleted here; older documents go at launch.
+    trash = std::make_unique<LocalTrash>(data.trash(), files());
+    trash->prune(scheduler().now());
+    sync->keepDeletedIn(trash.get());
 }
 
 QString AppServices::syncRoot() const

@@ -13,6 +13,7 @@ class CloudSync;
 class DeckActions;
 class DeckManager;
 class DeckWindow;
+class LocalTrash;
 class Defaults;
 class Desktop;
 class Displays;
@@ -129,6 +130,7 @@ private:
     std::unique_ptr<ImageStore> images;
     std::unique_ptr<NoteStore> notes;
     std::unique_ptr<CloudFolder> syncFolder;
+    std::unique_ptr<LocalTrash> trash;
     std::unique_ptr<CloudSync> sync;
     std::unique_ptr<DeckManager> decks;
 };

@@ -8,6 +8,7 @@
 #include "notes/Tasks.h"
 #include "platform/Log.h"
 #include "sync/DocumentNames.h"
+#include "sync/LocalTrash.h"
 
 #include <cmath>
 #include <cstdlib>
@@ -472,6 +473,12 @@ void CloudSync::adopt(const QString& fileName)
 
 void CloudSync::deleteLocal(const QString& noteID)
 {
+    // A deletion from elsewhere may be one nobody meant; without its last text kept, the note
+    // waits for a later pass (the index still names it, so the deletion is planned again).
+    if (const std::optional<Note> note = store.note(noteID); note && deletedNotes) {
+        if (!deletedNotes->keep(*note, scheduler.now()))
+            return;
+    }
     store.deleteNote(noteID);
     syncIndex.forget(noteID);
     vanished.deleted(noteID, scheduler.now());

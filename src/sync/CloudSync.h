@@ -17,6 +17,7 @@
 #include <optional>
 
 class Files;
+class LocalTrash;
 class NoteStoring;
 
 // Runs sync passes: looks at the folder, asks SyncPlan what to do, holds back what must wait,
@@ -56,6 +57,10 @@ public:
               QString indexPath, std::function<bool()> enabled, MassDeletePrompt& prompt,
               double interval = defaultInterval, QObject* parent = nullptr);
     ~CloudSync() override;
+
+    // Where the last text of a note goes before a pass deletes the note here. Without one,
+    // notes are deleted with nothing kept. The trash must outlive the engine.
+    void keepDeletedIn(LocalTrash* trash) { deletedNotes = trash; }
 
     // Starts when enabled, stops otherwise. Called at launch and when the setting changes.
     void reload();
@@ -143,6 +148,7 @@ private:
     std::function<bool()> enabled;
     double interval;
     QString indexPath;
+    LocalTrash* deletedNotes = nullptr;
     CloudSyncIndex syncIndex;
     Triggers triggers;
     // Present for the length of a pass.

@@ -89,6 +89,7 @@ void SyncMachine::restart(bool flushFirst)
     engine = std::make_unique<CloudSync>(
         folder, *notes, clock, folder.files, data.filePath(u"cloud-index.json"_s),
         [this] { return enabled; }, prompt);
+    engine->keepDeletedIn(&trash);
 }
 
 QStringList SyncMachine::names(const QString& under) const

@@ -10,6 +10,7 @@
 #include "support/FaultyFiles.h"
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
+#include "sync/LocalTrash.h"
 #include "sync/MassDeletePrompt.h"
 
 #include <QStringList>
@@ -95,6 +96,8 @@ struct SyncMachine {
     ClockedFolder folder;
     Scheduler& clock;
     ScriptedPrompt prompt;
+    // What the sync deleted here, in the data folder.
+    LocalTrash trash{data.filePath(QStringLiteral("Trash")), folder.files};
     bool enabled = true;
     // Storage failures fail the running test unless a test expects them: then they are
     // collected here.
