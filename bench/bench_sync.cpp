@@ -78,6 +78,8 @@ public:
     bool isAvailable() const override { return folder.isAvailable(); }
     Ensured ensure() override { return folder.ensure(); }
     FolderScan scan() override { return folder.scan(); }
+    Identity identity() override { return folder.identity(); }
+    std::optional<QString> mark() override { return folder.mark(); }
     std::optional<QString> read(const QString& name) override
     {
         ++reads;

@@ -136,6 +136,92 @@ private Q_SLOTS:
         QVERIFY(QFile::exists(program.services->paths().syncIndex()));
     }
 
+    // The sync root is chosen once, when sync is on and none is stored, and kept: while it
+    // is away (a disk unmounted) no pass runs anywhere else, so nothing written meanwhile is
+    // taken for deleted when it comes back.
+    void rootThatGoesAwayAndComesBackKeepsTheNotesWrittenMeanwhile_data()
+    {
+        QTest::addColumn<bool>("anotherClient");
+        QTest::newRow("with another client's folder beside it") << true;
+        QTest::newRow("alone in the home folder") << false;
+    }
+    void rootThatGoesAwayAndComesBackKeepsTheNotesWrittenMeanwhile()
+    {
+        QFETCH(bool, anotherClient);
+        Program program;
+        const QString home = program.dir.path();
+        const QString chosen = home + u"/Nextcloud"_s;
+        QVERIFY(QDir().mkpath(chosen));
+        if (anotherClient)
+            QVERIFY(QDir().mkpath(home + u"/Sync"_s));
+        Settings::setCloudSyncEnabled(true);
+        program.services->openNotes();
+        program.services->makeSync();
+        CloudSync& sync = *program.services->cloudSync();
+        sync.reload();
+
+        QVERIFY(QDir().rename(chosen, home + u"/away"_s));
+        const Note written = program.services->noteStore().create(u"meanwhile"_s, u"Meanwhile"_s);
+        program.clock->advance(6);
+        const bool ranWhileAway = sync.syncNow();
+        QVERIFY(QDir().rename(home + u"/away"_s, chosen));
+        program.clock->advance(6);
+        QVERIFY(sync.syncNow());
+        QVERIFY(program.services->noteStore().note(written.id));
+        QCOMPARE(program.services->noteStore().notes().size(), 2);
+        QVERIFY(!ranWhileAway);
+        QCOMPARE(QDir(chosen + u"/Pondrift"_s).entryList({u"*.md"_s}, QDir::Files).size(), 2);
+        QVERIFY(!QFileInfo::exists(home + u"/Sync/Pondrift"_s));
+        QVERIFY(!QFileInfo::exists(home + u"/Pondrift"_s));
+        QCOMPARE(Settings::cloudSyncRoot(), chosen);
+    }
+
+    void secondClientsFolderDoesNotMoveTheSync()
+    {
+        Program program;
+        const QString home = program.dir.path();
+        QVERIFY(QDir().mkpath(home + u"/Dropbox"_s));
+        Settings::setCloudSyncEnabled(true);
+        program.services->openNotes();
+        program.services->makeSync();
+        CloudSync& sync = *program.services->cloudSync();
+        sync.reload();
+        QVERIFY(QDir().mkpath(home + u"/Nextcloud"_s));
+        program.services->noteStore().create(u"later"_s, u"Later"_s);
+        program.clock->advance(6);
+        QVERIFY(sync.syncNow());
+        QVERIFY(!QFileInfo::exists(home + u"/Nextcloud/Pondrift"_s));
+        QCOMPARE(QDir(home + u"/Dropbox/Pondrift"_s).entryList({u"*.md"_s}, QDir::Files).size(), 2);
+        QCOMPARE(Settings::cloudSyncRoot(), home + u"/Dropbox"_s);
+    }
+
+    // Without a sync client's folder there is nothing to propose: no pass runs, the home
+    // folder is not used in its place, and the program says that a folder must be chosen,
+    // until one appears.
+    void syncWithNoFolderToProposeRunsNoPass()
+    {
+        Program program;
+        const QString home = program.dir.path();
+        QStringList log;
+        Log::Capture capture([&](const QString& line) { log << line; });
+        Settings::setCloudSyncEnabled(true);
+        program.services->openNotes();
+        program.services->makeSync();
+        CloudSync& sync = *program.services->cloudSync();
+        sync.reload();
+        QVERIFY(!sync.syncNow());
+        QVERIFY(program.services->syncNeedsAFolder());
+        QVERIFY(!QFileInfo::exists(home + u"/Pondrift"_s));
+        QCOMPARE(Settings::cloudSyncRoot(), QString());
+        QCOMPARE(log.filter(u"Pondrift cloud: no sync folder is chosen"_s).size(), 1);
+
+        QVERIFY(QDir().mkpath(home + u"/Sync"_s));
+        QVERIFY(sync.syncNow());
+        QVERIFY(!program.services->syncNeedsAFolder());
+        QCOMPARE(Settings::cloudSyncRoot(), home + u"/Sync"_s);
+        QCOMPARE(QDir(home + u"/Sync/Pondrift"_s).entryList({u"*.md"_s}, QDir::Files).size(), 1);
+    }
+
     void actionsRunByTheirId()
     {
         Program program;

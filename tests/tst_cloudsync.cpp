@@ -8,6 +8,8 @@
 
 #include <QDir>
 #include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
@@ -840,6 +842,107 @@ private Q_SLOTS:
         for (const QString& id : ids)
             seen << vanished.keepsOut(id, *m->notes, clock.now());
         QCOMPARE(seen, out);
+    }
+    // The index belongs to one folder. Over any other (another root, the folder made again
+    // without its marker, another folder put in its place, an index written before folders
+    // were recorded), a document it names and cannot find is no sign of a deletion: the pass
+    // is a first sync that deletes nothing, and from then on the index belongs to the folder
+    // it found, so that deletions count again.
+    void unknownFolderIsAFirstSyncNotADeletion_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::newRow("the index of folder A over folder B") << u"another root"_s;
+        QTest::newRow("a folder made again without its marker") << u"recreated"_s;
+        QTest::newRow("another folder, with a marker of its own, in its place") << u"replaced"_s;
+        QTest::newRow("an index from before folders were recorded") << u"old index"_s;
+    }
+    void unknownFolderIsAFirstSyncNotADeletion()
+    {
+        QFETCH(QString, change);
+        const Note kept = m->notes->create(u"kept"_s, u"Kept"_s);
+        const Note other = m->notes->create(u"other"_s, u"Other"_s);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->names(), (QStringList{u"Kept.md"_s, u"Other.md"_s}));
+        const QByteArray keptDocument = TestFiles::read(m->file(u"Kept.md"_s));
+        clock.advance(1);
+        // Each leaves a folder that holds Kept.md only.
+        const auto freshFolder = [&] {
+            QVERIFY(QDir(m->folder.path()).removeRecursively());
+            QVERIFY(QDir().mkpath(m->folder.path()));
+            QVERIFY(TestFiles::write(m->file(u"Kept.md"_s), keptDocument));
+        };
+        if (change == u"another root"_s) {
+            const QString other = root->filePath(u"B"_s);
+            QVERIFY(QDir().mkpath(other + u"/Pondrift"_s));
+            QVERIFY(TestFiles::write(other + u"/Pondrift/Kept.md"_s, keptDocument));
+            m->folder.setRoot(other);
+        } else if (change == u"recreated"_s) {
+            freshFolder();
+        } else if (change == u"replaced"_s) {
+            freshFolder();
+            QVERIFY(TestFiles::write(m->file(u".pondrift-sync"_s), "another folder\n"));
+        } else {
+            const QString path = m->data.filePath(u"cloud-index.json"_s);
+            QJsonObject saved = QJsonDocument::fromJson(TestFiles::read(path)).object();
+            saved.remove(u"folder"_s);
+            QVERIFY(TestFiles::write(path, QJsonDocument(saved).toJson()));
+            QVERIFY(QFile::remove(m->file(u"Other.md"_s)));
+            m->restart();
+        }
+        QVERIFY(m->engine->syncNow());
+        QVERIFY2(!plan().contains(u"delete"_s), qPrintable(plan()));
+        QVERIFY(m->notes->note(kept.id));
+        QVERIFY(m->notes->note(other.id));
+        QCOMPARE(m->names(), (QStringList{u"Kept.md"_s, u"Other.md"_s}));
+        QCOMPARE(idIn(u"Other.md"_s), other.id);
+        QCOMPARE(log.filter(u"Pondrift cloud: the sync memory belongs to another folder"_s).size(),
+                 1);
+
+        const auto tied = m->engine->index().folder();
+        QVERIFY(tied);
+        QCOMPARE(tied->path, m->folder.path());
+        QCOMPARE(tied->id,
+                 QString::fromUtf8(TestFiles::read(m->file(u".pondrift-sync"_s))).trimmed());
+        clock.advance(1);
+        QVERIFY(QFile::remove(m->file(u"Other.md"_s)));
+        QVERIFY(m->engine->syncNow());
+        QVERIFY(!m->notes->note(other.id));
+    }
+
+    // A root that is away (a disk unmounted) runs no pass and deletes nothing; back with its
+    // marker, it is the same folder: a note deleted here meanwhile takes its document along
+    // instead of coming back, and a note written meanwhile goes out.
+    void rootThatComesBackIsTheSameFolder()
+    {
+        const Note gone = m->notes->create(u"gone"_s, u"Gone"_s);
+        QVERIFY(m->engine->syncNow());
+        const QString away = root->path() + u".away"_s;
+        QVERIFY(QDir().rename(root->path(), away));
+        clock.advance(1);
+        m->notes->deleteNote(gone.id);
+        const Note written = m->notes->create(u"meanwhile"_s, u"Meanwhile"_s);
+        QVERIFY(!m->engine->syncNow());
+        QVERIFY(QDir().rename(away, root->path()));
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->names(), QStringList{u"Meanwhile.md"_s});
+        QVERIFY(m->notes->note(written.id));
+        QVERIFY(!m->notes->note(gone.id));
+    }
+
+    // The marker that ties the index to its folder is the sync's own, private, and never
+    // taken for a document.
+    void folderMarkerIsNeverADocument()
+    {
+        m->notes->create(u"text"_s, u"A"_s);
+        QVERIFY(m->engine->syncNow());
+        const QFileInfo marker(m->file(u".pondrift-sync"_s));
+        QVERIFY(marker.isFile());
+        QCOMPARE(marker.permissions() & (QFile::ReadGroup | QFile::ReadOther), 0);
+        QVERIFY(!m->folder.scan().allNames().contains(marker.fileName()));
+        clock.advance(1);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->engine->lastPlan(), QList<Action>{});
     }
 };
 

@@ -12,6 +12,7 @@
 #include "platform/Files.h"
 #include "platform/Fonts.h"
 #include "platform/KeyboardLayout.h"
+#include "platform/Log.h"
 #include "platform/LoginItem.h"
 #include "platform/Pointer.h"
 #include "platform/Scheduler.h"
@@ -22,6 +23,8 @@
 #include "sync/DocumentNames.h"
 #include "sync/LocalTrash.h"
 #include "sync/MassDeletePrompt.h"
+
+using namespace Qt::Literals::StringLiterals;
 
 AppServices::Backends::Backends() = default;
 AppServices::Backends::~Backends() = default;
@@ -93,8 +96,29 @@ void AppServices::makeSync()
     sync->keepDeletedIn(trash.get());
 }
 
-QString AppServices::syncRoot() const
+QString AppServices::syncRoot()
 {
-    const QString chosen = Settings::cloudSyncRoot();
-    return chosen.isEmpty() ? DocumentNames::discoveredRoot(home) : chosen;
+    if (QString stored = Settings::cloudSyncRoot(); !stored.isEmpty())
+        return stored;
+    if (!Settings::cloudSyncEnabled())
+        return {};
+    // Proposed once and stored: chosen again on every pass, a second client installed later,
+    // or the first one's folder away for a while, would move the sync to another folder.
+    const QString found = DocumentNames::discoveredRoot(home);
+    if (found == home) {
+        // Never the home folder itself, which no client carries anywhere.
+        if (!toldNoRoot)
+            Log::cloud(u"no sync folder is chosen"_s,
+                       u"set cloudSyncRoot in the settings to the folder a sync client carries"_s);
+        toldNoRoot = true;
+        return {};
+    }
+    Settings::setCloudSyncRoot(found);
+    Log::cloud(u"syncing into "_s + found, u"set cloudSyncRoot in the settings to change it"_s);
+    return found;
+}
+
+bool AppServices::syncNeedsAFolder() const
+{
+    return Settings::cloudSyncEnabled() && Settings::cloudSyncRoot().isEmpty();
 }

@@ -72,7 +72,7 @@ public:
         std::function<void(std::function<void()>)> whenDisplayIsLost;
     };
 
-    // data: where the program's own files live. home: the folder the sync client's folders
+    // data: where the program's own files live. home: the folder the sync clients' folders
     // are looked for in when the settings name no sync root.
     AppServices(Backends backends, Paths data, QString home);
     ~AppServices();
@@ -119,8 +119,12 @@ public:
     // Absent until openDecks, and without a deck window.
     DeckManager* deckManager() { return decks.get(); }
 
-    // The sync root the settings name, else the one found in the home folder.
-    QString syncRoot() const;
+    // The sync root the settings name. With none named and sync on, the first sync client's
+    // folder found in the home folder is stored as the root and given; with none found,
+    // empty, and no pass runs. So the root changes only when the setting does.
+    QString syncRoot();
+    // Sync is on and has no folder to go to: the user must choose one.
+    bool syncNeedsAFolder() const;
 
 private:
     Backends backends;
@@ -133,4 +137,6 @@ private:
     std::unique_ptr<LocalTrash> trash;
     std::unique_ptr<CloudSync> sync;
     std::unique_ptr<DeckManager> decks;
+    // The missing sync root is logged once, not on every pass.
+    bool toldNoRoot = false;
 };

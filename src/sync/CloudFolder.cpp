@@ -4,7 +4,9 @@
 #include "platform/Log.h"
 #include "sync/DocumentNames.h"
 
+#include <QDir>
 #include <QStringDecoder>
+#include <QUuid>
 
 #include <cerrno>
 
@@ -78,6 +80,8 @@ FolderScan CloudFolder::scan()
     }
     result.documents.reserve(entries->size());
     for (const Files::Entry& entry : *entries) {
+        if (entry.name == markerName)
+            continue;
         const auto resolved = DocumentNames::resolvedName(entry.name);
         if (!resolved)
             continue;
@@ -92,6 +96,37 @@ FolderScan CloudFolder::scan()
     for (auto it = result.documents.cbegin(); it != result.documents.cend(); ++it)
         result.unresolved.remove(it.key());
     return result;
+}
+
+SyncFolderGateway::Identity CloudFolder::identity()
+{
+    Identity identity{QDir::cleanPath(path()), std::nullopt};
+    QByteArray data;
+    // Far more than an identity takes: anything longer is not our marker.
+    constexpr qint64 longest = 256;
+    if (const Files::Result read = files.read(filePath(markerName), data, longest + 1); !read) {
+        if (read.error != ENOENT) {
+            Log::cloud(u"cannot read the folder's marker "_s + markerName, read.description());
+            identity.readable = false;
+        }
+        return identity;
+    }
+    // Anything else in its place is an identity no index holds, which gives a first sync.
+    const QString id = QString::fromUtf8(data).trimmed();
+    identity.id = id.isEmpty() || data.size() > longest ? u"-"_s : id;
+    return identity;
+}
+
+std::optional<QString> CloudFolder::mark()
+{
+    const QString id = QUuid::createUuid().toString(QUuid::WithoutBraces);
+    if (const Files::Result written =
+            files.write(filePath(markerName), (id + u'\n').toUtf8(), Files::Access::Private);
+        !written) {
+        Log::cloud(u"cannot write the folder's marker "_s + markerName, written.description());
+        return std::nullopt;
+    }
+    return id;
 }
 
 std::optional<QString> CloudFolder::read(const QString& name)

@@ -15,9 +15,12 @@ class Files;
 // through, and whole-file reads and writes through Files. Main thread only.
 class CloudFolder final : public SyncFolderGateway {
 public:
+    // The file inside the folder that holds its identity; never a document.
+    static inline const QString markerName = QStringLiteral(".pondrift-sync");
+
     // root is asked for again whenever availability is checked, which every pass begins
     // with, so a changed setting takes effect at the next pass; in between, every file of the
-    // pass uses the answer it gave (asking may look at the disk). files must outlive the
+    // pass uses the answer it gave. An empty root is never available. files must outlive the
     // folder; clock dates the conflict copies.
     CloudFolder(std::function<QString()> root, Files& files,
                 std::function<Date()> clock = &Date::now);
@@ -31,6 +34,8 @@ public:
     bool isAvailable() const override;
     Ensured ensure() override;
     FolderScan scan() override;
+    Identity identity() override;
+    std::optional<QString> mark() override;
     std::optional<QString> read(const QString& name) override;
     std::optional<Date> modificationDate(const QString& name) override;
     bool write(const QString& text, const QString& name) override;

@@ -175,6 +175,11 @@ bool CloudSync::syncNow()
         pass->indexChanged = true;
     }
 
+    if (!tieIndexToFolder()) {
+        pass.reset();
+        return false;
+    }
+
     const QList<Note> notes = store.notes();
     vanished.expire(scheduler.now());
     settleRestoredDates(notes);
@@ -196,6 +201,32 @@ bool CloudSync::syncNow()
     for (const Action& action : kept)
         carryOut(action);
     return finishPass(kept, notes, planned.isEmpty());
+}
+
+bool CloudSync::tieIndexToFolder()
+{
+    const SyncFolderGateway::Identity here = folder.identity();
+    if (!here.readable)
+        return false;
+    const auto& known = syncIndex.folder();
+    if (known && here.id && known->path == here.path && known->id == *here.id)
+        return true;
+    // Another root, a folder made again or put in its place, or an index from before folders
+    // were recorded: what the index remembers is no evidence about this folder, and a
+    // document it names that is missing here was never deleted. Start over as a first sync,
+    // which deletes nothing.
+    if (!syncIndex.isEmpty()) {
+        Log::cloud(u"the sync memory belongs to another folder"_s,
+                   u"syncing "_s + here.path + u" afresh, deleting nothing"_s);
+        syncIndex.forgetAll();
+        brake.reset();
+    }
+    const std::optional<QString> id = here.id ? here.id : folder.mark();
+    if (!id)
+        return false;
+    syncIndex.tie({here.path, *id});
+    pass->indexChanged = true;
+    return true;
 }
 
 void CloudSync::settleRestoredDates(const QList<Note>& notes)

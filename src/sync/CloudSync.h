@@ -26,8 +26,10 @@ class NoteStoring;
 // user's answer to a held deletion, or an explicit call.
 //
 // Beyond carrying out the plan, the engine keeps three promises:
-// - A folder that had to be made again (deleted, another drive mounted) is not read as
-//   "every document deleted": the index is forgotten and the pass is a first sync.
+// - A folder that is not the one the index was made over (another root, a folder deleted
+//   and made again, another one put in its place: told by the marker file the folder keeps)
+//   is not read as "every document deleted": the index is forgotten, the pass is a first
+//   sync, and the index is tied to the folder it found.
 // - When one pass would delete here more than half of the notes the index knows, and more
 //   than three, those deletions wait for the user's answer; everything else goes on
 //   (DeletionBrake).
@@ -123,6 +125,9 @@ private:
     // Logs once per change of reason, not on every pass that is turned away.
     void block(Blocked reason);
     std::optional<QString> idOfDocument(const QString& fileName) const;
+    // Makes sure the index speaks of the folder this pass looks at; false when the folder
+    // cannot say which it is, and then the pass must not run.
+    bool tieIndexToFolder();
     void settleRestoredDates(const QList<Note>& notes);
     QList<SyncPlan::RemoteFile> remoteFiles();
     QSet<QString> unresolvedNames(const QList<SyncPlan::RemoteFile>& remote) const;

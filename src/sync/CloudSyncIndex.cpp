@@ -28,6 +28,14 @@ std::optional<CloudSyncIndex> CloudSyncIndex::decode(const QByteArray& data)
     if (!entries.isObject())
         return std::nullopt;
     CloudSyncIndex index;
+    // Older indexes have no folder record; they still load, tied to no folder.
+    if (const QJsonValue folder = document.object().value(u"folder"_s); !folder.isUndefined()) {
+        const QJsonValue path = folder.toObject().value(u"path"_s);
+        const QJsonValue id = folder.toObject().value(u"id"_s);
+        if (!path.isString() || !id.isString())
+            return std::nullopt;
+        index.tiedTo = Folder{path.toString(), id.toString()};
+    }
     const QJsonObject object = entries.toObject();
     for (auto it = object.begin(); it != object.end(); ++it) {
         if (!it.value().isObject())
@@ -61,8 +69,11 @@ QByteArray CloudSyncIndex::encode() const
                                      {u"syncedModified"_s, IsoStamp::format(it->syncedModified)},
                                  });
     }
+    QJsonObject top{{u"entries"_s, entries}};
+    if (tiedTo)
+        top.insert(u"folder"_s, QJsonObject{{u"id"_s, tiedTo->id}, {u"path"_s, tiedTo->path}});
     // QJsonObject keeps its keys sorted, so the output is sorted at every level.
-    return QJsonDocument(QJsonObject{{u"entries"_s, entries}}).toJson(QJsonDocument::Indented);
+    return QJsonDocument(top).toJson(QJsonDocument::Indented);
 }
 
 bool CloudSyncIndex::save(const QString& path, Files& files) const
@@ -98,6 +109,12 @@ void CloudSyncIndex::record(const QString& noteID, const QString& fileName, Date
     ++changes;
     table.insert(noteID, Entry{fileName, noteModified, fileModified});
     byFileName.insert(fileName, noteID);
+}
+
+void CloudSyncIndex::tie(Folder folder)
+{
+    ++changes;
+    tiedTo = std::move(folder);
 }
 
 void CloudSyncIndex::forget(const QString& noteID)

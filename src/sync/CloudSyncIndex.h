@@ -31,8 +31,19 @@ public:
         friend bool operator==(const Entry&, const Entry&) = default;
     };
 
-    // Never fails: a missing, unreadable or undecodable file (a single entry lacking a key
-    // is enough) gives an empty index, which the sync treats as its first run.
+    // The folder the entries describe: where it was, and the identity its marker file held.
+    // Entries are evidence only about that folder; over any other, a missing document says
+    // nothing about a deletion.
+    struct Folder {
+        QString path;
+        QString id;
+
+        friend bool operator==(const Folder&, const Folder&) = default;
+    };
+
+    // Never fails: a missing, unreadable or undecodable file (a single entry lacking a key,
+    // or a folder record lacking one, is enough) gives an empty index, which the sync treats
+    // as its first run.
     static CloudSyncIndex load(const QString& path, Files& files);
     // Replaces the file in one step; on failure logs one line and returns false, leaving the
     // old file and this index as they are.
@@ -51,6 +62,11 @@ public:
     // Moves on with every change, so that a caller can tell that nothing changed.
     quint64 revision() const { return changes; }
 
+    // Absent for a new index and for one saved before folders were recorded.
+    const std::optional<Folder>& folder() const { return tiedTo; }
+    // Says which folder the entries belong to from now on; the entries stay as they are.
+    void tie(Folder folder);
+
     // The id whose entry names exactly this file (case sensitive); which one when two do is
     // unspecified.
     std::optional<QString> idForFileName(const QString& name) const;
@@ -65,11 +81,12 @@ public:
 
     friend bool operator==(const CloudSyncIndex& a, const CloudSyncIndex& b)
     {
-        return a.table == b.table;
+        return a.table == b.table && a.tiedTo == b.tiedTo;
     }
 
 private:
     QHash<QString, Entry> table;
+    std::optional<Folder> tiedTo;
     // fileName -> ids, so that looking up every scanned name stays linear in the folder.
     QMultiHash<QString, QString> byFileName;
     qsizetype coarse = 0;

@@ -42,6 +42,17 @@ public:
         Created,
     };
 
+    // Which folder this is: its path, and the identity kept in its marker file. A folder
+    // deleted and made again, or another one put in its place, has another identity or none.
+    struct Identity {
+        QString path;
+        // Absent when the folder has no marker.
+        std::optional<QString> id;
+        // False when a marker is there but cannot be read: the folder cannot be told apart
+        // from another one.
+        bool readable = true;
+    };
+
     virtual ~SyncFolderGateway() = default;
     SyncFolderGateway() = default;
     SyncFolderGateway(const SyncFolderGateway&) = delete;
@@ -51,6 +62,11 @@ public:
     virtual bool isAvailable() const = 0;
     virtual Ensured ensure() = 0;
     virtual FolderScan scan() = 0;
+    // REQUIRES: ensure() gave a folder.
+    virtual Identity identity() = 0;
+    // Gives the folder a marker with a new identity, which it returns; absent when the
+    // marker cannot be written.
+    virtual std::optional<QString> mark() = 0;
     // Absent when the file cannot be read or is not UTF-8.
     virtual std::optional<QString> read(const QString& name) = 0;
     virtual std::optional<Date> modificationDate(const QString& name) = 0;

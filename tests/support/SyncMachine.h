@@ -52,10 +52,14 @@ public:
     QString path() const { return folder.path(); }
     // Sets a file's modification date to the next distinct moment of virtual time.
     void stamp(const QString& filePath);
+    // Points the folder at another root from the next pass on, as a changed setting does.
+    void setRoot(const QString& root) { rootPath = root; }
 
     bool isAvailable() const override { return folder.isAvailable(); }
     Ensured ensure() override { return folder.ensure(); }
     FolderScan scan() override { return folder.scan(); }
+    Identity identity() override { return folder.identity(); }
+    std::optional<QString> mark() override { return folder.mark(); }
     std::optional<QString> read(const QString& name) override;
     std::optional<Date> modificationDate(const QString& name) override
     {
