@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 // The folder on disk: names, placeholders, and what each operation does when the disk says no.
@@ -163,6 +165,81 @@ private Q_SLOTS:
         const QDateTime exact = QFileInfo(dir + u"/a.md"_s).lastModified();
         QCOMPARE(static_cast<qint64>(folder.modificationDate(u"a.md"_s)->seconds * 1000),
                  exact.toMSecsSinceEpoch());
+    }
+
+    // What another program put under a document's name is never read as a document, written
+    // through, replaced or deleted: the file a link leads to stays byte for byte, the link
+    // stays a link.
+    void otherProgramsEntriesAreLeftAlone_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("a link to a file outside the folder") << u"link"_s;
+        QTest::newRow("a link leading nowhere") << u"dangling"_s;
+        QTest::newRow("a pipe") << u"pipe"_s;
+        QTest::newRow("a folder") << u"folder"_s;
+    }
+    void otherProgramsEntriesAreLeftAlone()
+    {
+        QFETCH(QString, kind);
+        QTemporaryDir root;
+        QTemporaryDir outside;
+        CloudFolder folder(root.path(), files);
+        folder.ensure();
+        const QString entry = folder.path() + u"/Theirs.md"_s;
+        const QString target = outside.filePath(u"theirs.md"_s);
+        const QByteArray bytes = "---\nid: THEIRS\n---\n\ntheir text\n";
+        QVERIFY(TestFiles::write(target, bytes));
+        if (kind == u"link"_s)
+            QVERIFY(QFile::link(target, entry));
+        else if (kind == u"dangling"_s)
+            QVERIFY(QFile::link(outside.filePath(u"nowhere.md"_s), entry));
+        else if (kind == u"pipe"_s)
+            QCOMPARE(::mkfifo(QFile::encodeName(entry).constData(), 0600), 0);
+        else
+            QVERIFY(QDir().mkpath(entry));
+        QStringList log;
+        Log::Capture capture([&](const QString& l) { log << l; });
+
+        const FolderScan scan = folder.scan();
+        QCOMPARE(scan.unresolved, QSet<QString>{u"Theirs.md"_s});
+        QVERIFY(scan.documents.isEmpty());
+        QVERIFY(!folder.write(u"ours"_s, u"Theirs.md"_s));
+        QVERIFY(!folder.remove(u"Theirs.md"_s));
+
+        QCOMPARE(TestFiles::read(target), bytes);
+        QCOMPARE(QDir(outside.path()).entryList(QDir::Files), QStringList{u"theirs.md"_s});
+        const QFileInfo after(entry);
+        QCOMPARE(after.isSymLink(), kind == u"link"_s || kind == u"dangling"_s);
+        QCOMPARE(after.isDir(), kind == u"folder"_s);
+        QCOMPARE(log.size(), 2);
+        QVERIFY2(log[0].startsWith(u"Pondrift cloud: write Theirs.md \u2014 "_s), qPrintable(log[0]));
+        QVERIFY2(log[1].startsWith(u"Pondrift cloud: delete Theirs.md \u2014 "_s), qPrintable(log[1]));
+    }
+
+    // A conflicts folder that is a link to a folder elsewhere gets no copies, and a link
+    // under a copy's name keeps it.
+    void conflictCopiesAreNotWrittenThroughLinks()
+    {
+        QTemporaryDir root;
+        QTemporaryDir outside;
+        const Date at = Date::fromDateTime(QDateTime(QDate(2026, 3, 14), QTime(9, 26, 53)));
+        CloudFolder folder([&] { return root.path(); }, files, [at] { return at; });
+        folder.ensure();
+        QVERIFY(QFile::link(outside.path(), folder.path() + u"/Conflicts"_s));
+        QVERIFY(!folder.writeConflict(u"copy"_s, u"Plans.md"_s));
+        QCOMPARE(QDir(outside.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList{});
+
+        QVERIFY(QFile::remove(folder.path() + u"/Conflicts"_s));
+        QVERIFY(QDir().mkpath(folder.path() + u"/Conflicts"_s));
+        const QString taken = folder.path() + u"/Conflicts/Plans (conflict 2026-03-14-092653).md"_s;
+        QVERIFY(QFile::link(outside.filePath(u"nowhere.md"_s), taken));
+        QVERIFY(folder.writeConflict(u"copy"_s, u"Plans.md"_s));
+        QVERIFY(QFileInfo(taken).isSymLink());
+        QVERIFY(!QFile::exists(outside.filePath(u"nowhere.md"_s)));
+        QCOMPARE(TestFiles::read(folder.path()
+                                 + u"/Conflicts/Plans (conflict 2026-03-14-092653) 2.md"_s),
+                 "copy"_ba);
     }
 
     void failuresLogAndAnswerFalse()
