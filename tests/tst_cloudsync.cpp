@@ -624,6 +624,40 @@ private Q_SLOTS:
         QCOMPARE(m->engine->lastPlan(), QList<Action>{});
         QCOMPARE(m->names(u"Conflicts"_s).size(), 1);
     }
+
+    // Another program rewrites a document with its id in another Unicode form of the same
+    // text (decomposed accents): it is still the same note, edited, not a second one.
+    void idInAnotherUnicodeFormIsTheSameNote()
+    {
+        const QString composed = u"CAF\u00C9-0001"_s;
+        const QString decomposed = u"CAFE\u0301-0001"_s;
+        m->notes->absorb(aNote().id(composed).title(u"Caf\u00e9"_s).body(u"espresso"_s)
+                             .modified(clock.now().seconds));
+        QVERIFY(m->engine->syncNow());
+        const QStringList names = m->names();
+        QCOMPARE(names.size(), 1);
+        clock.advance(5);
+        Note there = *m->notes->note(composed);
+        there.id = decomposed;
+        there.body = u"ristretto"_s;
+        there.modified = Date{clock.now().seconds};
+        drop(names.front(), NoteDocument::render(there).toUtf8());
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, composed);
+        QCOMPARE(m->notes->notes().front().body, u"ristretto"_s);
+        QCOMPARE(m->names(u"Conflicts"_s), QStringList{});
+        for (int pass = 0; pass < 2; ++pass) {
+            clock.advance(5);
+            QVERIFY(m->engine->syncNow());
+            QCOMPARE(m->engine->lastPlan(), QList<Action>{});
+        }
+        m->restart();
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().body, u"ristretto"_s);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestCloudSync)
