@@ -46,8 +46,7 @@ private Q_SLOTS:
         QTest::newRow("80 user-perceived characters, not code units")
             << u"\u00e9"_s.repeated(100) << QString() << u"\u00e9"_s.repeated(80) + u".md"_s;
         QTest::newRow("200 bytes at most: 70 emoji keep 50")
-            << u"\U0001F600"_s.repeated(70) << QString()
-            << u"\U0001F600"_s.repeated(50) + u".md"_s;
+            << u"\U0001F600"_s.repeated(70) << QString() << u"\U0001F600"_s.repeated(50) + u".md"_s;
         QTest::newRow("200 bytes at most: 80 Chinese characters keep 66")
             << u"\u4e2d"_s.repeated(80) << QString() << u"\u4e2d"_s.repeated(66) + u".md"_s;
         // Each family is 18 bytes: eleven fill the 200 with "ab" exactly.
@@ -212,8 +211,10 @@ private Q_SLOTS:
         QCOMPARE(after.isSymLink(), kind == u"link"_s || kind == u"dangling"_s);
         QCOMPARE(after.isDir(), kind == u"folder"_s);
         QCOMPARE(log.size(), 2);
-        QVERIFY2(log[0].startsWith(u"Pondrift cloud: write Theirs.md \u2014 "_s), qPrintable(log[0]));
-        QVERIFY2(log[1].startsWith(u"Pondrift cloud: delete Theirs.md \u2014 "_s), qPrintable(log[1]));
+        QVERIFY2(log[0].startsWith(u"Pondrift cloud: write Theirs.md \u2014 "_s),
+                 qPrintable(log[0]));
+        QVERIFY2(log[1].startsWith(u"Pondrift cloud: delete Theirs.md \u2014 "_s),
+                 qPrintable(log[1]));
     }
 
     // A conflicts folder that is a link to a folder elsewhere gets no copies, and a link

@@ -12,7 +12,6 @@
 #include <QTest>
 
 #include <cmath>
-
 #include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
@@ -631,7 +630,10 @@ private Q_SLOTS:
     {
         const QString composed = u"CAF\u00C9-0001"_s;
         const QString decomposed = u"CAFE\u0301-0001"_s;
-        m->notes->absorb(aNote().id(composed).title(u"Caf\u00e9"_s).body(u"espresso"_s)
+        m->notes->absorb(aNote()
+                             .id(composed)
+                             .title(u"Caf\u00e9"_s)
+                             .body(u"espresso"_s)
                              .modified(clock.now().seconds));
         QVERIFY(m->engine->syncNow());
         const QStringList names = m->names();

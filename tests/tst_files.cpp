@@ -101,10 +101,8 @@ private Q_SLOTS:
         QCOMPARE(::mkfifo(QFile::encodeName(dir.filePath(u"pipe"_s)).constData(), 0600), 0);
         QVERIFY(QDir().mkpath(dir.filePath(u"folder"_s)));
         const QMap<QString, std::pair<Files::Kind, bool>> expected{
-            {u"file"_s, {Files::Kind::File, false}},
-            {u"link"_s, {Files::Kind::File, true}},
-            {u"dangling"_s, {Files::Kind::Other, true}},
-            {u"pipe"_s, {Files::Kind::Other, false}},
+            {u"file"_s, {Files::Kind::File, false}},     {u"link"_s, {Files::Kind::File, true}},
+            {u"dangling"_s, {Files::Kind::Other, true}}, {u"pipe"_s, {Files::Kind::Other, false}},
             {u"folder"_s, {Files::Kind::Folder, false}},
         };
         for (const bool withDates : {true, false}) {

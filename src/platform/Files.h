@@ -75,8 +75,8 @@ public:
     // set, kind Other and the link's own date.
     virtual std::optional<Entry> lstat(const QString& path) = 0;
     // The entries of a folder, "." and ".." left out, in no particular order, each as stat
-    // gives it, links flagged (an entry that vanished while listing is left out). Without dates, only names
-    // and kinds are filled, which spares a look at every file where the folder's own listing
-    // tells the kind. Absent when the folder cannot be read.
+    // gives it, links flagged (an entry that vanished while listing is left out). Without dates,
+    // only names and kinds are filled, which spares a look at every file where the folder's own
+    // listing tells the kind. Absent when the folder cannot be read.
     virtual std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) = 0;
 };

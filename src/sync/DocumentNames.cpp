@@ -122,8 +122,8 @@ QString conflictName(const QString& name, Date at)
 {
     const qsizetype dot = name.lastIndexOf(u'.');
     // Another program may have named the document longer than a copy's name can grow.
-    const QString stem = leftFitting(dot > 0 ? name.left(dot) : name,
-                                     std::numeric_limits<int>::max(), stemBytes);
+    const QString stem =
+        leftFitting(dot > 0 ? name.left(dot) : name, std::numeric_limits<int>::max(), stemBytes);
     return stem + u" (conflict "_s + Fmt::fileStamp(at) + u")."_s + extension;
 }
 
@@ -134,7 +134,8 @@ std::optional<Resolved> resolvedName(const QString& entry)
     bool downloaded = true;
     if (name.startsWith(u'.')) {
         // Shorter than "." + "X.md" + ".icloud" is a name no document can have.
-        if (!name.endsWith(hiddenPlaceholderSuffix) || name.size() <= hiddenPlaceholderSuffix.size() + 1)
+        if (!name.endsWith(hiddenPlaceholderSuffix)
+            || name.size() <= hiddenPlaceholderSuffix.size() + 1)
             return std::nullopt;
         name = name.sliced(1).chopped(hiddenPlaceholderSuffix.size());
         downloaded = false;
