@@ -10,6 +10,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <sys/stat.h>
+
 using namespace Qt::Literals::StringLiterals;
 
 // The folder on disk: names, placeholders, and what each operation does when the disk says no.
@@ -42,8 +44,15 @@ private Q_SLOTS:
         QTest::newRow("the 80th character may be a dash")
             << QString(79, u'x') + u"/yyy"_s << QString() << QString(79, u'x') + u"-.md"_s;
         QTest::newRow("80 user-perceived characters, not code units")
-            << u"\U0001F600"_s.repeated(100) << QString()
-            << u"\U0001F600"_s.repeated(80) + u".md"_s;
+            << u"\u00e9"_s.repeated(100) << QString() << u"\u00e9"_s.repeated(80) + u".md"_s;
+        QTest::newRow("200 bytes at most: 70 emoji keep 50")
+            << u"\U0001F600"_s.repeated(70) << QString() << u"\U0001F600"_s.repeated(50) + u".md"_s;
+        QTest::newRow("200 bytes at most: 80 Chinese characters keep 66")
+            << u"\u4e2d"_s.repeated(80) << QString() << u"\u4e2d"_s.repeated(66) + u".md"_s;
+        // Each family is 18 bytes: eleven fill the 200 with "ab" exactly.
+        QTest::newRow("cut between characters, never inside one")
+            << u"ab"_s + u"\U0001F468\u200D\U0001F469\u200D\U0001F467"_s.repeated(20) << QString()
+            << u"ab"_s + u"\U0001F468\u200D\U0001F469\u200D\U0001F467"_s.repeated(11) + u".md"_s;
     }
     void fileNames()
     {
@@ -54,6 +63,86 @@ private Q_SLOTS:
             aNote().id(u"ABCDEF12-3456-7890-ABCD-EF1234567890"_s).title(title).body(body);
         QCOMPARE(DocumentNames::fileName(note, {u"ideas.md"_s, u"plans.md"_s, u"plans-2.md"_s}),
                  name);
+    }
+
+    // Every name the sync makes, a conflict copy's with its number included, leaves room for
+    // the atomic write's temporary name ("." + name + "." + 12 characters) in 255 bytes, and
+    // is whole UTF-8.
+    void namesTooLongForTheFileSystem_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("document"); // a name another program gave, or empty
+        QTest::newRow("300 letters") << u"x"_s.repeated(300) << QString();
+        QTest::newRow("70 emoji") << u"\U0001F600"_s.repeated(70) << QString();
+        QTest::newRow("80 Chinese characters") << u"\u4e2d"_s.repeated(80) << QString();
+        QTest::newRow("families of four code points each")
+            << u"\U0001F468\u200D\U0001F469\u200D\U0001F467"_s.repeated(40) << QString();
+        QTest::newRow("one letter under 300 combining marks")
+            << u"e"_s + u"\u0301"_s.repeated(300) << QString();
+        QTest::newRow("astral letters under combining marks")
+            << u"\U0001D400"_s + u"\u0301"_s.repeated(150) + u"\U0001D400"_s.repeated(10)
+            << QString();
+        QTest::newRow("a 250-byte name from another program")
+            << u"x"_s << u"\u4e2d"_s.repeated(82) + u"ab.md"_s;
+    }
+    void namesTooLongForTheFileSystem()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, document);
+        const Note note = aNote().title(title);
+        const QString name = document.isEmpty() ? DocumentNames::fileName(note, {}) : document;
+        const Date at = Date::fromDateTime(QDateTime(QDate(2026, 3, 14), QTime(9, 26, 53)));
+        const QString conflict = DocumentNames::conflictName(name, at);
+        const QString numbered = conflict.chopped(3) + u" 99999.md"_s;
+        for (const QString& made : {document.isEmpty() ? name : QString(u"x.md"_s), numbered}) {
+            const QByteArray bytes = made.toUtf8();
+            QVERIFY2(bytes.size() + 14 <= 255, qPrintable(made));
+            QCOMPARE(QString::fromUtf8(bytes), made);
+            QVERIFY(!made.contains(QChar(QChar::ReplacementCharacter)));
+        }
+        QVERIFY(conflict.endsWith(u" (conflict 2026-03-14-092653).md"_s));
+    }
+
+    // Placeholders stand for documents; names a document cannot have are not ours, and none
+    // of them trips anything.
+    void resolvedNames_data()
+    {
+        QTest::addColumn<QString>("entry");
+        QTest::addColumn<QString>("name"); // empty: not a document
+        QTest::addColumn<bool>("downloaded");
+        QTest::newRow("a document") << u"Plans.md"_s << u"Plans.md"_s << true;
+        QTest::newRow("any letter case") << u"notes.MD"_s << u"notes.MD"_s << true;
+        QTest::newRow("iCloud's placeholder") << u".Plans.md.icloud"_s << u"Plans.md"_s << false;
+        QTest::newRow("Nextcloud's virtual file")
+            << u"Plans.md.nextcloud"_s << u"Plans.md"_s << false;
+        QTest::newRow("ownCloud's virtual file")
+            << u"Plans.md.owncloud"_s << u"Plans.md"_s << false;
+        QTest::newRow("a placeholder of another kind of file")
+            << u".Plans.txt.icloud"_s << QString() << false;
+        QTest::newRow("a virtual file of another kind of file")
+            << u"Plans.txt.nextcloud"_s << QString() << false;
+        QTest::newRow(".icloud alone") << u".icloud"_s << QString() << false;
+        QTest::newRow("..icloud") << u"..icloud"_s << QString() << false;
+        QTest::newRow(".md.icloud") << u".md.icloud"_s << QString() << false;
+        QTest::newRow("..md.icloud") << u"..md.icloud"_s << QString() << false;
+        QTest::newRow("...md.icloud") << u"...md.icloud"_s << QString() << false;
+        QTest::newRow(".md.nextcloud") << u".md.nextcloud"_s << QString() << false;
+        QTest::newRow("md.nextcloud") << u"md.nextcloud"_s << QString() << false;
+        QTest::newRow(".nextcloud") << u".nextcloud"_s << QString() << false;
+        QTest::newRow(".md.owncloud") << u".md.owncloud"_s << QString() << false;
+        QTest::newRow(".md") << u".md"_s << QString() << false;
+        QTest::newRow("a hidden document") << u".Plans.md"_s << QString() << false;
+    }
+    void resolvedNames()
+    {
+        QFETCH(QString, entry);
+        QFETCH(QString, name);
+        QFETCH(bool, downloaded);
+        const auto resolved = DocumentNames::resolvedName(entry);
+        if (name.isEmpty())
+            QCOMPARE(resolved, std::nullopt);
+        else
+            QCOMPARE(resolved, (DocumentNames::Resolved{name, downloaded}));
     }
 
     void scanSeesDocumentsAndPlaceholdersOnly()
@@ -75,6 +164,83 @@ private Q_SLOTS:
         const QDateTime exact = QFileInfo(dir + u"/a.md"_s).lastModified();
         QCOMPARE(static_cast<qint64>(folder.modificationDate(u"a.md"_s)->seconds * 1000),
                  exact.toMSecsSinceEpoch());
+    }
+
+    // What another program put under a document's name is never read as a document, written
+    // through, replaced or deleted: the file a link leads to stays byte for byte, the link
+    // stays a link.
+    void otherProgramsEntriesAreLeftAlone_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("a link to a file outside the folder") << u"link"_s;
+        QTest::newRow("a link leading nowhere") << u"dangling"_s;
+        QTest::newRow("a pipe") << u"pipe"_s;
+        QTest::newRow("a folder") << u"folder"_s;
+    }
+    void otherProgramsEntriesAreLeftAlone()
+    {
+        QFETCH(QString, kind);
+        QTemporaryDir root;
+        QTemporaryDir outside;
+        CloudFolder folder(root.path(), files);
+        folder.ensure();
+        const QString entry = folder.path() + u"/Theirs.md"_s;
+        const QString target = outside.filePath(u"theirs.md"_s);
+        const QByteArray bytes = "---\nid: THEIRS\n---\n\ntheir text\n";
+        QVERIFY(TestFiles::write(target, bytes));
+        if (kind == u"link"_s)
+            QVERIFY(QFile::link(target, entry));
+        else if (kind == u"dangling"_s)
+            QVERIFY(QFile::link(outside.filePath(u"nowhere.md"_s), entry));
+        else if (kind == u"pipe"_s)
+            QCOMPARE(::mkfifo(QFile::encodeName(entry).constData(), 0600), 0);
+        else
+            QVERIFY(QDir().mkpath(entry));
+        QStringList log;
+        Log::Capture capture([&](const QString& l) { log << l; });
+
+        const FolderScan scan = folder.scan();
+        QCOMPARE(scan.unresolved, QSet<QString>{u"Theirs.md"_s});
+        QVERIFY(scan.documents.isEmpty());
+        QVERIFY(!folder.write(u"ours"_s, u"Theirs.md"_s));
+        QVERIFY(!folder.remove(u"Theirs.md"_s));
+
+        QCOMPARE(TestFiles::read(target), bytes);
+        QCOMPARE(QDir(outside.path()).entryList(QDir::Files), QStringList{u"theirs.md"_s});
+        const QFileInfo after(entry);
+        QCOMPARE(after.isSymLink(), kind == u"link"_s || kind == u"dangling"_s);
+        QCOMPARE(after.isDir(), kind == u"folder"_s);
+        QCOMPARE(log.size(), 2);
+        QVERIFY2(log[0].startsWith(u"Pondrift cloud: write Theirs.md \u2014 "_s),
+                 qPrintable(log[0]));
+        QVERIFY2(log[1].startsWith(u"Pondrift cloud: delete Theirs.md \u2014 "_s),
+                 qPrintable(log[1]));
+    }
+
+    // A conflicts folder that is a link to a folder elsewhere gets no copies, and a link
+    // under a copy's name keeps it.
+    void conflictCopiesAreNotWrittenThroughLinks()
+    {
+        QTemporaryDir root;
+        QTemporaryDir outside;
+        const Date at = Date::fromDateTime(QDateTime(QDate(2026, 3, 14), QTime(9, 26, 53)));
+        CloudFolder folder([&] { return root.path(); }, files, [at] { return at; });
+        folder.ensure();
+        QVERIFY(QFile::link(outside.path(), folder.path() + u"/Conflicts"_s));
+        QVERIFY(!folder.writeConflict(u"copy"_s, u"Plans.md"_s));
+        QCOMPARE(QDir(outside.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot),
+                 QStringList{});
+
+        QVERIFY(QFile::remove(folder.path() + u"/Conflicts"_s));
+        QVERIFY(QDir().mkpath(folder.path() + u"/Conflicts"_s));
+        const QString taken = folder.path() + u"/Conflicts/Plans (conflict 2026-03-14-092653).md"_s;
+        QVERIFY(QFile::link(outside.filePath(u"nowhere.md"_s), taken));
+        QVERIFY(folder.writeConflict(u"copy"_s, u"Plans.md"_s));
+        QVERIFY(QFileInfo(taken).isSymLink());
+        QVERIFY(!QFile::exists(outside.filePath(u"nowhere.md"_s)));
+        QCOMPARE(TestFiles::read(folder.path()
+                                 + u"/Conflicts/Plans (conflict 2026-03-14-092653) 2.md"_s),
+                 "copy"_ba);
     }
 
     void failuresLogAndAnswerFalse()

@@ -15,6 +15,7 @@
 #include <QTest>
 
 #include <cmath>
+#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 using Answer = MassDeletePrompt::Answer;
@@ -943,6 +944,125 @@ private Q_SLOTS:
         clock.advance(1);
         QVERIFY(m->engine->syncNow());
         QCOMPARE(m->engine->lastPlan(), QList<Action>{});
+    }
+
+    // A note whose document became a placeholder, or something of another program's under
+    // its name, keeps its note and its entry through passes and a local edit; nothing in or
+    // outside the folder changes.
+    void otherProgramsFilesKeepTheirNotes_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("Nextcloud's virtual file") << u"nextcloud"_s;
+        QTest::newRow("ownCloud's virtual file") << u"owncloud"_s;
+        QTest::newRow("a link to a file outside the folder") << u"link"_s;
+        QTest::newRow("a pipe") << u"pipe"_s;
+        QTest::newRow("a folder") << u"folder"_s;
+    }
+    void otherProgramsFilesKeepTheirNotes()
+    {
+        QFETCH(QString, kind);
+        QTemporaryDir outside;
+        const Note a = m->notes->create(u"text"_s, u"Keep"_s);
+        QVERIFY(m->engine->syncNow());
+        const QString document = m->file(u"Keep.md"_s);
+        const QByteArray theirs = "plain text of another program\n";
+        const QString target = outside.filePath(u"theirs.md"_s);
+        QVERIFY(TestFiles::write(target, theirs));
+        if (kind == u"nextcloud"_s || kind == u"owncloud"_s) {
+            QVERIFY(QFile::rename(document, document + u'.' + kind));
+        } else {
+            QVERIFY(QFile::remove(document));
+            if (kind == u"link"_s)
+                QVERIFY(QFile::link(target, document));
+            else if (kind == u"pipe"_s)
+                QCOMPARE(::mkfifo(QFile::encodeName(document).constData(), 0600), 0);
+            else
+                QVERIFY(QDir().mkpath(document));
+        }
+        const auto before = TestFiles::snapshot(m->folder.path());
+        for (int pass = 0; pass < 3; ++pass) {
+            clock.advance(5);
+            if (pass == 1)
+                m->notes->updateBody(a.id, u"edited here"_s);
+            QVERIFY(m->engine->syncNow());
+            QCOMPARE(m->notes->notes().size(), 1);
+            QVERIFY(m->notes->note(a.id));
+            const auto* entry = m->engine->index().entry(a.id);
+            QVERIFY(entry);
+            QCOMPARE(entry->fileName, u"Keep.md"_s);
+        }
+        QCOMPARE(TestFiles::snapshot(m->folder.path()), before);
+        QCOMPARE(TestFiles::read(target), theirs);
+        QCOMPARE(QFileInfo(document).isSymLink(), kind == u"link"_s);
+    }
+
+    // Titles whose characters take several bytes each: the document is written, and a
+    // conflict on it leaves its copy, so the same conflict does not come back every pass.
+    void longTitlesInWideScriptsSyncAndKeepTheirConflictCopies_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::newRow("70 emoji") << u"\U0001F600"_s.repeated(70);
+        QTest::newRow("80 Chinese characters") << u"\u4e2d"_s.repeated(80);
+    }
+    void longTitlesInWideScriptsSyncAndKeepTheirConflictCopies()
+    {
+        QFETCH(QString, title);
+        const Note a = m->notes->create(u"original"_s, title);
+        QVERIFY(m->engine->syncNow());
+        const QStringList names = m->names();
+        QCOMPARE(names.size(), 1);
+        QCOMPARE(idIn(names.front()), a.id);
+        clock.advance(1);
+        m->notes->updateBody(a.id, u"edited here"_s);
+        clock.advance(1);
+        Note there = *m->notes->note(a.id);
+        there.body = u"edited there"_s;
+        there.modified = Date{clock.now().seconds};
+        drop(names.front(), NoteDocument::render(there).toUtf8());
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->note(a.id)->body, u"edited there"_s);
+        QCOMPARE(m->names(u"Conflicts"_s).size(), 1);
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->engine->lastPlan(), QList<Action>{});
+        QCOMPARE(m->names(u"Conflicts"_s).size(), 1);
+    }
+
+    // Another program rewrites a document with its id in another Unicode form of the same
+    // text (decomposed accents): it is still the same note, edited, not a second one.
+    void idInAnotherUnicodeFormIsTheSameNote()
+    {
+        const QString composed = u"CAF\u00C9-0001"_s;
+        const QString decomposed = u"CAFE\u0301-0001"_s;
+        m->notes->absorb(aNote()
+                             .id(composed)
+                             .title(u"Caf\u00e9"_s)
+                             .body(u"espresso"_s)
+                             .modified(clock.now().seconds));
+        QVERIFY(m->engine->syncNow());
+        const QStringList names = m->names();
+        QCOMPARE(names.size(), 1);
+        clock.advance(5);
+        Note there = *m->notes->note(composed);
+        there.id = decomposed;
+        there.body = u"ristretto"_s;
+        there.modified = Date{clock.now().seconds};
+        drop(names.front(), NoteDocument::render(there).toUtf8());
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, composed);
+        QCOMPARE(m->notes->notes().front().body, u"ristretto"_s);
+        QCOMPARE(m->names(u"Conflicts"_s), QStringList{});
+        for (int pass = 0; pass < 2; ++pass) {
+            clock.advance(5);
+            QVERIFY(m->engine->syncNow());
+            QCOMPARE(m->engine->lastPlan(), QList<Action>{});
+        }
+        m->restart();
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().body, u"ristretto"_s);
     }
 };
 

@@ -89,6 +89,41 @@ private Q_SLOTS:
         QCOMPARE(TestFiles::permissions(path("sync/Pondrift/Note.md")), 0666 & ~umask);
     }
 
+    // Links are told apart from what they lead to, in a listing and by lstat, so that a
+    // caller can leave another program's link alone; stat still follows them.
+    void linksAreToldApartFromWhatTheyLeadTo()
+    {
+        QTemporaryDir dir;
+        QtFiles files;
+        QVERIFY(TestFiles::write(dir.filePath(u"file"_s), "data"));
+        QVERIFY(QFile::link(dir.filePath(u"file"_s), dir.filePath(u"link"_s)));
+        QVERIFY(QFile::link(dir.filePath(u"nowhere"_s), dir.filePath(u"dangling"_s)));
+        QCOMPARE(::mkfifo(QFile::encodeName(dir.filePath(u"pipe"_s)).constData(), 0600), 0);
+        QVERIFY(QDir().mkpath(dir.filePath(u"folder"_s)));
+        const QMap<QString, std::pair<Files::Kind, bool>> expected{
+            {u"file"_s, {Files::Kind::File, false}},     {u"link"_s, {Files::Kind::File, true}},
+            {u"dangling"_s, {Files::Kind::Other, true}}, {u"pipe"_s, {Files::Kind::Other, false}},
+            {u"folder"_s, {Files::Kind::Folder, false}},
+        };
+        for (const bool withDates : {true, false}) {
+            const auto listed = files.list(dir.path(), withDates);
+            QVERIFY(listed);
+            QMap<QString, std::pair<Files::Kind, bool>> seen;
+            for (const Files::Entry& entry : *listed)
+                seen.insert(entry.name, {entry.kind, entry.link});
+            QCOMPARE(seen, expected);
+        }
+        for (const QString& name : {u"link"_s, u"dangling"_s}) {
+            const auto entry = files.lstat(dir.filePath(name));
+            QVERIFY(entry && entry->link && entry->kind == Files::Kind::Other);
+        }
+        const auto followed = files.stat(dir.filePath(u"link"_s));
+        QVERIFY(followed && !followed->link && followed->kind == Files::Kind::File);
+        const auto plain = files.lstat(dir.filePath(u"file"_s));
+        QVERIFY(plain && !plain->link && plain->kind == Files::Kind::File);
+        QCOMPARE(files.lstat(dir.filePath(u"missing"_s)), std::nullopt);
+    }
+
     void aFolderSyncReportsWhatItCouldNotReach()
     {
         QtFiles files;

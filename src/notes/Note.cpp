@@ -71,6 +71,23 @@ Note::Note(QString id, QString title, QString body, qint64 color, Date created, 
 
 QString Note::newID() { return QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper(); }
 
+QString canonicalText(const QString& text)
+{
+    // Nothing below U+0200 composes or decomposes under NFC, and file names and ids are
+    // nearly always plain ASCII: skip the normaliser for them. One OR over the units keeps
+    // this test cheap enough to run on every id of every pass.
+    const ushort* units = text.utf16();
+    ushort any = 0;
+    for (qsizetype i = 0, n = text.size(); i < n; ++i)
+        any |= units[i];
+    return (any & ~0x1FFu) == 0 ? text : text.normalized(QString::NormalizationForm_C);
+}
+
+bool sameNoteID(const QString& a, const QString& b)
+{
+    return a == b || canonicalText(a) == canonicalText(b);
+}
+
 size_t qHash(const Note& note, size_t seed) noexcept
 {
     QtPrivate::QHashCombine combine;

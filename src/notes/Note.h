@@ -48,6 +48,12 @@ struct Note {
 
 size_t qHash(const Note& note, size_t seed = 0) noexcept;
 
+// The one rule by which ids (and the sync's file names) are compared: equal text in the
+// canonical (NFC) Unicode form, so that an id another program wrote with decomposed accents
+// names the same note. The store finds notes by it and the sync plans by it.
+QString canonicalText(const QString& text);
+bool sameNoteID(const QString& a, const QString& b);
+
 // An error that can be shown to a person: everything the storage layer throws derives from it.
 class LocalizedError : public std::exception {
 public:

@@ -90,6 +90,13 @@ qsizetype NoteStore::indexOf(const QString& id) const
         if (allNotes.at(i).id == id)
             return i;
     }
+    // The same id in another Unicode form (a document another program rewrote) is the same
+    // note; ids are nearly always ASCII, so this second look is rare and cheap.
+    const QString wanted = canonicalText(id);
+    for (qsizetype i = 0; i < allNotes.size(); ++i) {
+        if (canonicalText(allNotes.at(i).id) == wanted)
+            return i;
+    }
     return -1;
 }
 
@@ -338,13 +345,17 @@ int NoteStore::ingest(QList<Note> incoming)
     return stored;
 }
 
-bool NoteStore::absorb(const Note& note)
+bool NoteStore::absorb(const Note& arriving)
 {
     if (!writable)
         return false;
-    const qsizetype index = indexOf(note.id);
+    const qsizetype index = indexOf(arriving.id);
+    Note note = arriving;
     std::optional<Note> previous;
     if (index >= 0) {
+        // The id keeps the form it was stored under, so that its record is replaced, not
+        // doubled.
+        note.id = allNotes.at(index).id;
         if (allNotes.at(index) == note)
             return true;
         previous = allNotes.at(index);
@@ -373,7 +384,7 @@ bool NoteStore::absorb(const Note& note)
     // The same note came back from outside while its deletion could still be undone: the
     // arrival supersedes the deleted copy, so that an undo can never make a second record
     // with this id. Pictures the arrival still shows stay.
-    if (pending && pending->note.id == note.id) {
+    if (pending && sameNoteID(pending->note.id, note.id)) {
         undoTimer.reset();
         finalizePendingDelete();
         pending.reset();

@@ -37,6 +37,9 @@ public:
         Kind kind = Kind::Other;
         Date modified;
         qint64 size = 0;
+        // A symbolic link: kind, date and size are those of what it leads to (Other for a
+        // link that leads nowhere). Other programs' links are theirs to change.
+        bool link = false;
     };
 
     virtual ~Files() = default;
@@ -68,9 +71,12 @@ public:
     virtual Result syncFolder(const QString& path) = 0;
     // Absent when nothing is at the path. Links are followed.
     virtual std::optional<Entry> stat(const QString& path) = 0;
+    // As stat, but a link at the path is not followed: it comes back as itself, with link
+    // set, kind Other and the link's own date.
+    virtual std::optional<Entry> lstat(const QString& path) = 0;
     // The entries of a folder, "." and ".." left out, in no particular order, each as stat
-    // gives it (an entry that vanished while listing is left out). Without dates, only names
-    // and kinds are filled, which spares a look at every file where the folder's own listing
-    // tells the kind. Absent when the folder cannot be read.
+    // gives it, links flagged (an entry that vanished while listing is left out). Without dates,
+    // only names and kinds are filled, which spares a look at every file where the folder's own
+    // listing tells the kind. Absent when the folder cannot be read.
     virtual std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) = 0;
 };

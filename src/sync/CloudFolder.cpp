@@ -12,6 +12,23 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+// Why the sync must leave what is at the path alone, if it must: another program's link,
+// pipe or folder under a document's name. A write would put a file in place of the link (or
+// change a file outside the folder through it), a removal would take the link away.
+std::optional<QString> notOurs(Files& files, const QString& path)
+{
+    const auto entry = files.lstat(path);
+    if (!entry || entry->kind == Files::Kind::File)
+        return std::nullopt;
+    if (entry->link)
+        return u"a symbolic link is there; it is left to the program that made it"_s;
+    return u"something other than a file is there; it is left to the program that made it"_s;
+}
+
+} // namespace
+
 CloudFolder::CloudFolder(std::function<QString()> root, Files& files, std::function<Date()> clock)
     : rootProvider(std::move(root))
     , files(files)
@@ -85,9 +102,10 @@ FolderScan CloudFolder::scan()
         const auto resolved = DocumentNames::resolvedName(entry.name);
         if (!resolved)
             continue;
-        // A placeholder only protects its note until the download lands. A folder wearing a
-        // document's name or a dangling link exists, but cannot be read as a document.
-        if (!resolved->downloaded || entry.kind != Files::Kind::File)
+        // A placeholder only protects its note until the download lands. A folder, a pipe or
+        // a link wearing a document's name exists, but is not a document of ours: reading
+        // a pipe would block, and a link leads out of the folder.
+        if (!resolved->downloaded || entry.link || entry.kind != Files::Kind::File)
             result.unresolved.insert(resolved->name);
         else
             result.documents.insert(resolved->name, entry.modified);
@@ -162,12 +180,22 @@ bool CloudFolder::writeFile(const QString& text, const QString& target, const QS
 
 bool CloudFolder::write(const QString& text, const QString& name)
 {
-    return writeFile(text, filePath(name), name);
+    const QString target = filePath(name);
+    if (const auto why = notOurs(files, target)) {
+        Log::cloud(u"write "_s + name, *why);
+        return false;
+    }
+    return writeFile(text, target, name);
 }
 
 bool CloudFolder::remove(const QString& name)
 {
-    if (const Files::Result removed = files.remove(filePath(name)); !removed) {
+    const QString target = filePath(name);
+    if (const auto why = notOurs(files, target)) {
+        Log::cloud(u"delete "_s + name, *why);
+        return false;
+    }
+    if (const Files::Result removed = files.remove(target); !removed) {
         Log::cloud(u"delete "_s + name, removed.description());
         return false;
     }
@@ -177,6 +205,11 @@ bool CloudFolder::remove(const QString& name)
 bool CloudFolder::writeConflict(const QString& text, const QString& name)
 {
     const QString folder = path() + u'/' + DocumentNames::conflictsFolder;
+    if (const auto entry = files.lstat(folder); entry && entry->link) {
+        Log::cloud(u"cannot create the conflicts folder"_s,
+                   u"a symbolic link is there; it is left to the program that made it"_s);
+        return false;
+    }
     if (const Files::Result made = files.makeFolder(folder, false); !made) {
         Log::cloud(u"cannot create the conflicts folder"_s, made.description());
         return false;
@@ -185,7 +218,8 @@ bool CloudFolder::writeConflict(const QString& text, const QString& name)
     // a number rather than replace the first.
     QString copy = DocumentNames::conflictName(name, clock());
     const QString stem = copy.chopped(DocumentNames::extension.size() + 1);
-    for (int n = 2; files.stat(folder + u'/' + copy); ++n)
+    // Whatever is there, a link that leads nowhere too, keeps its name.
+    for (int n = 2; files.lstat(folder + u'/' + copy); ++n)
         copy = stem + u' ' + QString::number(n) + u'.' + DocumentNames::extension;
     return writeFile(text, folder + u'/' + copy, copy);
 }

@@ -281,7 +281,9 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
         const auto text = folder.read(name);
         if (!text)
             continue;
-        const auto parsed = NoteDocument::parse(*text, withoutExtension(name));
+        auto parsed = NoteDocument::parse(*text, withoutExtension(name));
+        // The index and the plan know ids in one form, whatever form the document spells.
+        parsed.note.id = canonicalText(parsed.note.id);
         pass->scanned.insert(name, parsed.note);
         if (parsed.hasIdentity) {
             // A file renamed by hand keeps its date but not the name the entry knows, so

@@ -7,26 +7,81 @@
 #include <QRegularExpression>
 #include <QTextBoundaryFinder>
 
+#include <limits>
+
 using namespace Qt::Literals::StringLiterals;
 
 namespace DocumentNames {
 namespace {
 
-constexpr QStringView placeholderSuffix = u".icloud";
-constexpr int stemLimit = 80;
+// iCloud hides the placeholder of an undownloaded "X.md" as ".X.md.icloud"; the virtual files
+// of Nextcloud's and ownCloud's desktop clients sit beside it as "X.md.nextcloud" and
+// "X.md.owncloud".
+constexpr QStringView hiddenPlaceholderSuffix = u".icloud";
+constexpr QStringView visiblePlaceholderSuffixes[] = {u".nextcloud", u".owncloud"};
+constexpr QStringView documentSuffix = u".md";
 
-// The first `limit` user-perceived characters.
-QString leftCharacters(const QString& text, int limit)
+// File systems cap a name at 255 bytes, and the atomic write parks the data under
+// "." + name + "." + 12 characters before renaming it over the name. A conflict copy adds
+// " (conflict yyyy-MM-dd-HHmmss)" (29 bytes), a number (" 12345") and ".md" to the stem:
+// 200 + 29 + 6 + 3 + 14 leaves a few bytes to spare.
+constexpr qsizetype stemBytes = 200;
+// Beyond this a name is no easier to read, whatever the script.
+constexpr int stemCharacters = 80;
+
+// UTF-8 length of UTF-16 text: a surrogate pair is one four-byte scalar.
+qsizetype utf8Length(QStringView text)
+{
+    qsizetype bytes = 0;
+    for (const QChar c : text) {
+        const char16_t u = c.unicode();
+        if (u < 0x80)
+            bytes += 1;
+        else if (u < 0x800)
+            bytes += 2;
+        else if (QChar::isHighSurrogate(u))
+            bytes += 4;
+        else if (!QChar::isLowSurrogate(u))
+            bytes += 3;
+    }
+    return bytes;
+}
+
+// Where the longest start of `text` that fits in `bytes` ends, cut between code points and
+// never inside a surrogate pair.
+qsizetype fittingCodePoints(QStringView text, qsizetype bytes)
+{
+    qsizetype position = 0;
+    while (position < text.size()) {
+        const qsizetype width =
+            text[position].isHighSurrogate() && position + 1 < text.size() ? 2 : 1;
+        bytes -= utf8Length(text.sliced(position, width));
+        if (bytes < 0)
+            break;
+        position += width;
+    }
+    return position;
+}
+
+// The longest start of `text` of at most `characters` user-perceived characters and `bytes`
+// UTF-8 bytes, cut between characters. A single character longer than the bytes allowed (a
+// letter under hundreds of combining marks) is cut between its code points instead.
+QString leftFitting(const QString& text, int characters, qsizetype bytes)
 {
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-    int count = 0;
     qsizetype position = 0;
-    while (count < limit) {
+    for (int count = 0; count < characters; ++count) {
         const qsizetype next = finder.toNextBoundary();
         if (next < 0)
-            return text;
+            break;
+        const qsizetype size = utf8Length(QStringView(text).sliced(position, next - position));
+        if (size > bytes) {
+            if (position == 0)
+                position = fittingCodePoints(text, bytes);
+            break;
+        }
+        bytes -= size;
         position = next;
-        ++count;
     }
     return text.left(position);
 }
@@ -51,7 +106,7 @@ QString fileName(const Note& note, const QSet<QString>& claimed)
         ++from;
     while (to > from && stem[to - 1] == u'-')
         --to;
-    stem = leftCharacters(stem.sliced(from, to - from), stemLimit);
+    stem = leftFitting(stem.sliced(from, to - from), stemCharacters, stemBytes);
     // A leading dot would hide the file, and a placeholder would look like one.
     if (stem.isEmpty() || stem.startsWith(u'.'))
         stem = u"note-"_s + note.id.left(8);
@@ -66,26 +121,39 @@ QString fileName(const Note& note, const QSet<QString>& claimed)
 QString conflictName(const QString& name, Date at)
 {
     const qsizetype dot = name.lastIndexOf(u'.');
-    const QString stem = dot > 0 ? name.left(dot) : name;
+    // Another program may have named the document longer than a copy's name can grow.
+    const QString stem =
+        leftFitting(dot > 0 ? name.left(dot) : name, std::numeric_limits<int>::max(), stemBytes);
     return stem + u" (conflict "_s + Fmt::fileStamp(at) + u")."_s + extension;
 }
 
 std::optional<Resolved> resolvedName(const QString& entry)
 {
-    // Called for every entry of every scan: no allocation on the way.
-    static const QString md = u".md"_s;
-    if (entry.startsWith(u'.')) {
-        if (!entry.endsWith(placeholderSuffix))
+    // Called for every entry of every scan: no allocation until the answer.
+    QStringView name(entry);
+    bool downloaded = true;
+    if (name.startsWith(u'.')) {
+        // Shorter than "." + "X.md" + ".icloud" is a name no document can have.
+        if (!name.endsWith(hiddenPlaceholderSuffix)
+            || name.size() <= hiddenPlaceholderSuffix.size() + 1)
             return std::nullopt;
-        const QStringView name =
-            QStringView(entry).sliced(1, entry.size() - 1 - placeholderSuffix.size());
-        if (!name.endsWith(md, Qt::CaseInsensitive))
-            return std::nullopt;
-        return Resolved{name.toString(), false};
+        name = name.sliced(1).chopped(hiddenPlaceholderSuffix.size());
+        downloaded = false;
+    } else {
+        for (const QStringView suffix : visiblePlaceholderSuffixes) {
+            if (name.endsWith(suffix)) {
+                name.chop(suffix.size());
+                downloaded = false;
+                break;
+            }
+        }
     }
-    if (entry.endsWith(md, Qt::CaseInsensitive))
-        return Resolved{entry, true};
-    return std::nullopt;
+    // A document has a name before its extension, and one that starts with a dot would be
+    // hidden.
+    if (name.size() <= documentSuffix.size() || name.startsWith(u'.')
+        || !name.endsWith(documentSuffix, Qt::CaseInsensitive))
+        return std::nullopt;
+    return Resolved{name.toString(), downloaded};
 }
 
 QString discoveredRoot(const QString& home)

@@ -90,17 +90,7 @@ QString Action::toString() const
     return {};
 }
 
-QString canonical(const QString& text)
-{
-    // Nothing below U+0200 composes or decomposes under NFC, and file names and ids are
-    // nearly always plain ASCII: skip the normaliser for them. One OR over the units keeps
-    // this test cheap enough to run on every id of every pass.
-    const ushort* units = text.utf16();
-    ushort any = 0;
-    for (qsizetype i = 0, n = text.size(); i < n; ++i)
-        any |= units[i];
-    return (any & ~0x1FFu) == 0 ? text : text.normalized(QString::NormalizationForm_C);
-}
+QString canonical(const QString& text) { return canonicalText(text); }
 
 bool scalarLess(QStringView a, QStringView b)
 {

@@ -74,9 +74,9 @@ struct Action {
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                       const QSet<QString>& unresolved, const CloudSyncIndex& index);
 
-// The order and equality of names and ids: canonical (NFC) forms, compared by Unicode
-// scalar values. QString's own operator< compares UTF-16 units, which puts U+E000..U+FFFF
-// after the astral planes.
+// The order and equality of names and ids: canonical (NFC) forms (canonicalText, the rule the
+// store finds ids by too), compared by Unicode scalar values. QString's own operator< compares
+// UTF-16 units, which puts U+E000..U+FFFF after the astral planes.
 QString canonical(const QString& text);
 // Both arguments already canonical.
 bool scalarLess(QStringView a, QStringView b);

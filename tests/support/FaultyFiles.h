@@ -49,6 +49,7 @@ public:
     }
     Result syncFolder(const QString& path) override;
     std::optional<Entry> stat(const QString& path) override { return disk.stat(path); }
+    std::optional<Entry> lstat(const QString& path) override { return disk.lstat(path); }
     std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) override
     {
         if (listingsFail)

@@ -29,6 +29,7 @@ Files::Entry entryOf(const QString& name, const struct stat& st)
     entry.modified = Date{static_cast<double>(st.st_mtim.tv_sec)
                           + static_cast<double>(st.st_mtim.tv_nsec) / 1e9};
     entry.size = st.st_size;
+    entry.link = S_ISLNK(st.st_mode);
     return entry;
 }
 
@@ -259,6 +260,14 @@ std::optional<Files::Entry> QtFiles::stat(const QString& path)
     return entryOf(QFileInfo(path).fileName(), st);
 }
 
+std::optional<Files::Entry> QtFiles::lstat(const QString& path)
+{
+    struct stat st {};
+    if (::lstat(QFile::encodeName(path).constData(), &st) != 0)
+        return std::nullopt;
+    return entryOf(QFileInfo(path).fileName(), st);
+}
+
 std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder, bool withDates)
 {
     DIR* dir = ::opendir(QFile::encodeName(folder).constData());
@@ -277,13 +286,19 @@ std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder, bool wit
             entries.append(std::move(entry));
             continue;
         }
+        // Most file systems say in the listing what is a link; the rest are asked.
+        bool link = found->d_type == DT_LNK;
         struct stat st {};
+        if (found->d_type == DT_UNKNOWN && ::fstatat(fd, name, &st, AT_SYMLINK_NOFOLLOW) == 0)
+            link = S_ISLNK(st.st_mode);
         if (::fstatat(fd, name, &st, 0) != 0) {
             // A dangling link is still an entry that exists; one that vanished is not.
             if (errno != ENOENT || ::fstatat(fd, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
                 continue;
         }
-        entries.append(entryOf(QFile::decodeName(name), st));
+        Entry entry = entryOf(QFile::decodeName(name), st);
+        entry.link = entry.link || link;
+        entries.append(std::move(entry));
     }
     ::closedir(dir);
     return entries;

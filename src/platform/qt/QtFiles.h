@@ -24,6 +24,7 @@ public:
                       Access access = Access::Shared) override;
     Result syncFolder(const QString& path) override;
     std::optional<Entry> stat(const QString& path) override;
+    std::optional<Entry> lstat(const QString& path) override;
     std::optional<QList<Entry>> list(const QString& folder, bool withDates = true) override;
 
 private:
