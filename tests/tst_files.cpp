@@ -98,12 +98,14 @@ private Q_SLOTS:
         QVERIFY(TestFiles::write(dir.filePath(u"file"_s), "data"));
         QVERIFY(QFile::link(dir.filePath(u"file"_s), dir.filePath(u"link"_s)));
         QVERIFY(QFile::link(dir.filePath(u"nowhere"_s), dir.filePath(u"dangling"_s)));
+        // A link that leads to itself cannot be followed, yet it is there.
+        QVERIFY(QFile::link(dir.filePath(u"loop"_s), dir.filePath(u"loop"_s)));
         QCOMPARE(::mkfifo(QFile::encodeName(dir.filePath(u"pipe"_s)).constData(), 0600), 0);
         QVERIFY(QDir().mkpath(dir.filePath(u"folder"_s)));
         const QMap<QString, std::pair<Files::Kind, bool>> expected{
             {u"file"_s, {Files::Kind::File, false}},     {u"link"_s, {Files::Kind::File, true}},
             {u"dangling"_s, {Files::Kind::Other, true}}, {u"pipe"_s, {Files::Kind::Other, false}},
-            {u"folder"_s, {Files::Kind::Folder, false}},
+            {u"folder"_s, {Files::Kind::Folder, false}}, {u"loop"_s, {Files::Kind::Other, true}},
         };
         for (const bool withDates : {true, false}) {
             const auto listed = files.list(dir.path(), withDates);

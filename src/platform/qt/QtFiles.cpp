@@ -275,6 +275,9 @@ std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder, bool wit
         return std::nullopt;
     const int fd = ::dirfd(dir);
     QList<Entry> entries;
+    // readdir says "no more" and "failed" alike, apart from errno: a listing cut short must
+    // not read as a folder whose other files were deleted.
+    errno = 0;
     while (const dirent* found = ::readdir(dir)) {
         const char* name = found->d_name;
         if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0)))
@@ -284,6 +287,7 @@ std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder, bool wit
             entry.name = QFile::decodeName(name);
             entry.kind = found->d_type == DT_REG ? Kind::File : Kind::Folder;
             entries.append(std::move(entry));
+            errno = 0;
             continue;
         }
         // Most file systems say in the listing what is a link; the rest are asked.
@@ -292,14 +296,32 @@ std::optional<QList<Files::Entry>> QtFiles::list(const QString& folder, bool wit
         if (found->d_type == DT_UNKNOWN && ::fstatat(fd, name, &st, AT_SYMLINK_NOFOLLOW) == 0)
             link = S_ISLNK(st.st_mode);
         if (::fstatat(fd, name, &st, 0) != 0) {
-            // A dangling link is still an entry that exists; one that vanished is not.
-            if (errno != ENOENT || ::fstatat(fd, name, &st, AT_SYMLINK_NOFOLLOW) != 0)
+            // One that vanished since the listing is no entry. A dangling link, a loop of
+            // links or an entry that cannot be looked at still exists: it is listed as
+            // something other than a file, which keeps whatever it stands for.
+            const bool vanished = errno == ENOENT;
+            struct stat own {};
+            const bool present = ::fstatat(fd, name, &own, AT_SYMLINK_NOFOLLOW) == 0;
+            if (vanished && !present) {
+                errno = 0;
                 continue;
+            }
+            Entry entry;
+            entry.name = QFile::decodeName(name);
+            entry.kind = Kind::Other;
+            entry.link = link || (present && S_ISLNK(own.st_mode));
+            entries.append(std::move(entry));
+            errno = 0;
+            continue;
         }
         Entry entry = entryOf(QFile::decodeName(name), st);
         entry.link = entry.link || link;
         entries.append(std::move(entry));
+        errno = 0;
     }
+    const int failure = errno;
     ::closedir(dir);
+    if (failure != 0)
+        return std::nullopt;
     return entries;
 }
