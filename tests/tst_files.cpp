@@ -42,6 +42,15 @@ private Q_SLOTS:
         QCOMPARE(TestFiles::read(key), QByteArray("key"));
         QCOMPARE(TestFiles::permissions(key), 0600);
 
+        // Another program may give a file a name at the limit of 255 bytes; its new data
+        // still needs a name of its own beside it until it takes the file's place.
+        const QString longest = dir.filePath(QString(125, QChar(0xE9)) + u"xx.md"_s);
+        QCOMPARE(QFile::encodeName(QFileInfo(longest).fileName()).size(), 255);
+        QVERIFY(TestFiles::write(longest, "theirs"));
+        QVERIFY(files.write(longest, "ours"));
+        QCOMPARE(TestFiles::read(longest), QByteArray("ours"));
+        QVERIFY(QFile::remove(longest));
+
         QVERIFY(QDir().mkdir(dir.filePath(u"folder.md"_s)));
         QVERIFY(!files.write(dir.filePath(u"folder.md"_s), "x"));
         QCOMPARE(files.write(dir.filePath(u"gone/note.md"_s), "x").error, ENOENT);

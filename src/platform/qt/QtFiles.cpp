@@ -50,11 +50,24 @@ int writeAll(int fd, const QByteArray& data)
 }
 
 // A hidden name beside the target that no other file has.
+// A hidden name beside the target for its new data. The target's own name may already be
+// near the file system's limit of 255 bytes, so only as much of it is kept as leaves room for
+// the dot in front and the random tail; the name is only ever seen by a crash's leftovers.
 QByteArray nameBeside(const QString& target)
 {
     const QFileInfo info(target);
-    return QFile::encodeName(info.path() + u"/."_s + info.fileName() + u'.'
-                             + QUuid::createUuid().toString(QUuid::Id128).left(12));
+    const QByteArray tail = '.' + QUuid::createUuid().toString(QUuid::Id128).left(12).toLatin1();
+    QByteArray name = QFile::encodeName(info.fileName());
+    const qsizetype room = 255 - 1 - tail.size();
+    if (name.size() > room) {
+        name.truncate(room);
+        // Whole characters only, so that the name stays valid text.
+        while (!name.isEmpty() && (uchar(name.back()) & 0xC0) == 0x80)
+            name.chop(1);
+        if (!name.isEmpty() && uchar(name.back()) >= 0xC0)
+            name.chop(1);
+    }
+    return QFile::encodeName(info.path()) + "/." + name + tail;
 }
 
 // New data for a target, on the disk in a file of its own before it takes the target's name:
