@@ -1064,6 +1064,41 @@ private Q_SLOTS:
         QCOMPARE(m->notes->notes().size(), 1);
         QCOMPARE(m->notes->notes().front().body, u"ristretto"_s);
     }
+
+    // Two machines find the same dropped file before either sees the other's adoption: both
+    // make the same note, under one id, and write the same document, so the file that wins at
+    // the sync client is the other's too and nothing is deleted on either machine.
+    void sameFileAdoptedOnTwoMachinesIsOneNote()
+    {
+        SyncMachine b(root->path(), clock);
+        const QByteArray dropped = "buy milk\n- [ ] eggs";
+        drop(u"Dropped.md"_s, dropped);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), u"adopt(Dropped.md)"_s);
+        const QString id = idIn(u"Dropped.md"_s);
+        const QByteArray here = TestFiles::read(m->file(u"Dropped.md"_s));
+
+        // The other machine still has the file as it was dropped, with its date.
+        QVERIFY(TestFiles::write(b.file(u"Dropped.md"_s), dropped));
+        b.folder.stamp(b.file(u"Dropped.md"_s));
+        QVERIFY(b.engine->syncNow());
+        QCOMPARE(b.notes->notes().size(), 1);
+        QCOMPARE(b.notes->notes().front().id, id);
+        QCOMPARE(TestFiles::read(b.file(u"Dropped.md"_s)), here);
+
+        for (int pass = 0; pass < 3; ++pass) {
+            clock.advance(5);
+            QVERIFY(m->engine->syncNow());
+            QVERIFY(b.engine->syncNow());
+        }
+        for (SyncMachine* side : {m.get(), &b}) {
+            QCOMPARE(side->notes->notes().size(), 1);
+            QCOMPARE(side->notes->notes().front().id, id);
+            QCOMPARE(side->engine->lastPlan(), QList<Action>{});
+            QCOMPARE(QDir(side->trash.folder()).entryList({u"*.md"_s}, QDir::Files), QStringList{});
+        }
+        QCOMPARE(m->names(), QStringList{u"Dropped.md"_s});
+    }
 };
 
 QTEST_GUILESS_MAIN(TestCloudSync)

@@ -10,8 +10,9 @@
 #include "sync/DocumentNames.h"
 #include "sync/LocalTrash.h"
 
+#include <QUuid>
+
 #include <cmath>
-#include <cstdlib>
 
 using namespace Qt::Literals::StringLiterals;
 using SyncPlan::Action;
@@ -56,6 +57,18 @@ Note madeSafe(Note note, const std::optional<Note>& known, const std::function<d
     note.modified = std::min(note.modified, now);
     note.created = std::min(note.created, note.modified);
     return note;
+}
+
+// Pondrift's own namespace for the ids of adopted files. Never to be changed: machines running
+// another version would give the same file another id.
+constexpr QUuid adoptionSpace(0x2bdff3bd, 0x656f, 0x4d64, 0x92, 0x49, 0xc1, 0xee, 0x91, 0x8a, 0xa4,
+                              0xe1);
+
+// The id a file adopted as a new note gets: a name-based UUID of the file's name and text, so
+// that machines adopting the same file at once write the same document instead of two notes.
+QUuid adoptionID(const QString& fileName, const QString& body)
+{
+    return QUuid::createUuidV5(adoptionSpace, canonicalText(fileName) + QChar(0) + body);
 }
 
 } // namespace
@@ -479,26 +492,23 @@ void CloudSync::adopt(const QString& fileName)
     if (found == pass->scanned.cend() || !date)
         return;
     Note note = found.value();
-    note.id = pendingAdoptions.value(fileName, Note::newID());
+    // Every machine that adopts this file, and this one again after a failed write or a
+    // restart, makes the same note: one id, one colour, one document.
+    const QUuid id = adoptionID(fileName, note.body);
+    note.id = id.toString(QUuid::WithoutBraces).toUpper();
     note.created = *date;
     note.modified = *date;
     // First on the deck, as a new note would stand.
     note.order = headOrder(store.active());
-    const auto colors = static_cast<qint64>(NoteColor::all().size());
-    note.color = std::llabs(static_cast<long long>(qHash(fileName) % colors));
+    note.color = id.data1 % static_cast<quint32>(NoteColor::all().size());
     note = madeSafe(
         note, std::nullopt, [] { return -1.0; }, scheduler.now());
     // Without the note kept, the document keeps no identity either: the next pass adopts it
     // again, under the same id.
-    if (!store.absorb(note)) {
-        pendingAdoptions.insert(fileName, note.id);
+    if (!store.absorb(note))
         return;
-    }
-    if (!folder.write(NoteDocument::render(note), fileName)) {
-        pendingAdoptions.insert(fileName, note.id);
+    if (!folder.write(NoteDocument::render(note), fileName))
         return;
-    }
-    pendingAdoptions.remove(fileName);
     pass->adopted.insert(fileName);
     syncIndex.record(note.id, fileName, note.modified,
                      folder.modificationDate(fileName).value_or(*date));

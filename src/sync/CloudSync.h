@@ -162,7 +162,4 @@ private:
     DeletionBrake brake;
     VanishedNotes vanished{undoHold};
     Blocked blockedBy = Blocked::None;
-    // Files adopted in a pass whose write failed: the next attempt keeps the same new id,
-    // so a retry replaces the note instead of making a second one.
-    QHash<QString, QString> pendingAdoptions;
 };
