@@ -1,4 +1,5 @@
 #include "support/NoteBuilder.h"
+#include "sync/ClientConflicts.h"
 #include "sync/CloudSyncIndex.h"
 #include "sync/SyncPlan.h"
 
@@ -113,6 +114,37 @@ private Q_SLOTS:
                     composed}
             << u"adopt(z.md)"_s;
     }
+    void clientConflictNames_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("original"); // empty: not a client's copy
+        QTest::newRow("Syncthing")
+            << u"Plans.sync-conflict-20260314-092653-ABCDEFG.md"_s << u"Plans.md"_s;
+        QTest::newRow("Syncthing, a name with dots")
+            << u"v1.2 notes.sync-conflict-20260314-092653-ABCDEFG.md"_s << u"v1.2 notes.md"_s;
+        QTest::newRow("Nextcloud and ownCloud")
+            << u"Plans (conflicted copy 2026-03-14 092653).md"_s << u"Plans.md"_s;
+        QTest::newRow("an older ownCloud")
+            << u"Plans_conflict-20260314-092653.md"_s << u"Plans.md"_s;
+        QTest::newRow("Dropbox") << u"Plans (Ana's conflicted copy 2026-03-14).md"_s
+                                 << u"Plans.md"_s;
+        QTest::newRow("Dropbox, a typographic apostrophe and a number")
+            << u"Plans (Ana Lima\u2019s conflicted copy 2026-03-14) (1).md"_s << u"Plans.md"_s;
+        QTest::newRow("Dropbox, a title with brackets")
+            << u"Plans (draft) (Ana's conflicted copy 2026-03-14).md"_s << u"Plans (draft).md"_s;
+        QTest::newRow("our own conflict copy is no client's")
+            << u"Plans (conflict 2026-03-14-092653).md"_s << QString();
+        QTest::newRow("a title that speaks of conflicts")
+            << u"conflict resolution.md"_s << QString();
+        QTest::newRow("a mark with no stamp") << u"Plans.sync-conflict.md"_s << QString();
+    }
+    void clientConflictNames()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, original);
+        QCOMPARE(ClientConflicts::originalName(name).value_or(QString()), original);
+    }
+
     void rows()
     {
         QFETCH(Case, input);
