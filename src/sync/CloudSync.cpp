@@ -287,7 +287,7 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
             const auto* entry = syncIndex.entry(*id);
             if (entry->fileModified == date) {
                 // Unchanged since the last sync: not read.
-                remote.append({name, *id, entry->syncedModified, date});
+                remote.append({name, *id, entry->syncedModified, date, std::nullopt});
                 continue;
             }
         }
@@ -304,9 +304,11 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
             const auto* entry = syncIndex.entry(parsed.note.id);
             if (entry && entry->coarseFile && IsoStamp::wholeSecond(date) == entry->fileModified)
                 syncIndex.refine(parsed.note.id, std::nullopt, date);
-            remote.append({name, parsed.note.id, parsed.note.modified, date});
+            remote.append({name, parsed.note.id, parsed.note.modified, date,
+                           SyncPlan::textKey(parsed.note.body)});
         } else {
-            remote.append({name, std::nullopt, Date::distantPast(), date});
+            remote.append({name, std::nullopt, Date::distantPast(), date,
+                           SyncPlan::textKey(parsed.note.body)});
         }
     }
     return remote;
@@ -417,6 +419,9 @@ void CloudSync::carryOut(const Action& action)
         return;
     case Action::Kind::Conflict:
         resolve(action.noteID, action.fileName, action.localWins);
+        return;
+    case Action::Kind::Discard:
+        discard(action.fileName);
         return;
     }
 }
@@ -538,6 +543,13 @@ void CloudSync::deleteRemote(const QString& fileName)
     // it would delete the note again when another machine brings it back.
     if (const auto id = idOfDocument(fileName))
         syncIndex.forget(*id);
+}
+
+void CloudSync::discard(const QString& fileName)
+{
+    if (folder.remove(fileName))
+        Log::cloud(u"removed "_s + fileName,
+                   u"a sync client's copy of a note with the same text"_s);
 }
 
 std::optional<QString> CloudSync::idOfDocument(const QString& fileName) const

@@ -144,6 +144,7 @@ private:
     void deleteLocal(const QString& noteID);
     void deleteRemote(const QString& fileName);
     void resolve(const QString& noteID, const QString& fileName, bool localWins);
+    void discard(const QString& fileName);
     QSet<QString>& claimed();
 
     SyncFolderGateway& folder;
