@@ -1099,6 +1099,28 @@ private Q_SLOTS:
         QCOMPARE(m->names(), QStringList{u"Dropped.md"_s});
     }
 
+    // An adoption whose document cannot be written keeps its note; the program then ends
+    // before a pass could write it. The next launch adopts the file under the same id, so
+    // the note is there once, with its document.
+    void adoptionRetriedAfterARestartMakesNoSecondNote()
+    {
+        drop(u"loose.md"_s, "- [ ] eggs");
+        m->folder.files.failPathsContaining(u"loose"_s);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        m->restart();
+        m->folder.files.heal();
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        // The note's first push may name its document after it; one either way.
+        const QStringList names = m->names();
+        QCOMPARE(names.size(), 1);
+        QCOMPARE(idIn(names.front()), m->notes->notes().front().id);
+    }
+
     // A rename elsewhere arrives in two steps: the new document first, the removal of the old
     // one a moment later. A pass in between adopts nothing and deletes nothing; once the old
     // name is gone, the note is the same, under its id, in one document.
