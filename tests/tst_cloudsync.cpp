@@ -1064,6 +1064,204 @@ private Q_SLOTS:
         QCOMPARE(m->notes->notes().size(), 1);
         QCOMPARE(m->notes->notes().front().body, u"ristretto"_s);
     }
+    // Two machines find the same dropped file before either sees the other's adoption: both
+    // make the same note, under one id, and write the same document, so the file that wins at
+    // the sync client is the other's too and nothing is deleted on either machine.
+    void sameFileAdoptedOnTwoMachinesIsOneNote()
+    {
+        SyncMachine b(root->path(), clock);
+        const QByteArray dropped = "buy milk\n- [ ] eggs";
+        drop(u"Dropped.md"_s, dropped);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), u"adopt(Dropped.md)"_s);
+        const QString id = idIn(u"Dropped.md"_s);
+        const QByteArray here = TestFiles::read(m->file(u"Dropped.md"_s));
+
+        // The other machine still has the file as it was dropped, with its date.
+        QVERIFY(TestFiles::write(b.file(u"Dropped.md"_s), dropped));
+        b.folder.stamp(b.file(u"Dropped.md"_s));
+        QVERIFY(b.engine->syncNow());
+        QCOMPARE(b.notes->notes().size(), 1);
+        QCOMPARE(b.notes->notes().front().id, id);
+        QCOMPARE(TestFiles::read(b.file(u"Dropped.md"_s)), here);
+
+        for (int pass = 0; pass < 3; ++pass) {
+            clock.advance(5);
+            QVERIFY(m->engine->syncNow());
+            QVERIFY(b.engine->syncNow());
+        }
+        for (SyncMachine* side : {m.get(), &b}) {
+            QCOMPARE(side->notes->notes().size(), 1);
+            QCOMPARE(side->notes->notes().front().id, id);
+            QCOMPARE(side->engine->lastPlan(), QList<Action>{});
+            QCOMPARE(QDir(side->trash.folder()).entryList({u"*.md"_s}, QDir::Files), QStringList{});
+        }
+        QCOMPARE(m->names(), QStringList{u"Dropped.md"_s});
+    }
+
+    // An adoption whose document cannot be written keeps its note; the program then ends
+    // before a pass could write it. The next launch adopts the file under the same id, so
+    // the note is there once, with its document.
+    void adoptionRetriedAfterARestartMakesNoSecondNote()
+    {
+        drop(u"loose.md"_s, "- [ ] eggs");
+        m->folder.files.failPathsContaining(u"loose"_s);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        m->restart();
+        m->folder.files.heal();
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        // The note's first push may name its document after it; one either way.
+        const QStringList names = m->names();
+        QCOMPARE(names.size(), 1);
+        QCOMPARE(idIn(names.front()), m->notes->notes().front().id);
+    }
+
+    // A rename elsewhere arrives in two steps: the new document first, the removal of the old
+    // one a moment later. A pass in between adopts nothing and deletes nothing; once the old
+    // name is gone, the note is the same, under its id, in one document.
+    void renameArrivingInTwoStepsKeepsTheNote_data()
+    {
+        QTest::addColumn<QString>("title"); // of the note elsewhere, which names the new file
+        QTest::addColumn<QString>("renamed");
+        QTest::newRow("a title changed elsewhere") << u"Ideas"_s << u"Ideas.md"_s;
+        QTest::newRow("a file renamed by hand elsewhere") << u"Plans"_s << u"By hand.md"_s;
+    }
+    void renameArrivingInTwoStepsKeepsTheNote()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, renamed);
+        const Note a = m->notes->create(u"call Ana at 5"_s, u"Plans"_s);
+        QVERIFY(m->engine->syncNow());
+        const auto before = *m->notes->note(a.id);
+        clock.advance(2);
+        Note there = before;
+        there.title = title;
+        if (title != before.title)
+            there.modified = Date{std::floor(clock.now().seconds)};
+        drop(renamed, NoteDocument::render(there).toUtf8());
+
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->names().size(), 2);
+
+        clock.advance(1);
+        QVERIFY(QFile::remove(m->file(u"Plans.md"_s)));
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, a.id);
+        QCOMPARE(m->notes->notes().front().title, title);
+        // A document keeps whole seconds.
+        QCOMPARE(std::floor(m->notes->notes().front().created.seconds),
+                 std::floor(before.created.seconds));
+        QCOMPARE(m->names(), QStringList{renamed});
+        QCOMPARE(idIn(renamed), a.id);
+        QCOMPARE(QDir(m->trash.folder()).entryList({u"*.md"_s}, QDir::Files), QStringList{});
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        m->restart();
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
+    // A sync client's own copy of a file that changed on two machines at once, named in its
+    // way: with the text its original holds it adds nothing and goes; with other text it is
+    // adopted, once.
+    void clientsConflictCopies_data()
+    {
+        QTest::addColumn<QString>("copy");
+        QTest::addColumn<bool>("sameText");
+        const QStringList names{
+            u"Plans.sync-conflict-20260314-092653-ABCDEFG.md"_s,
+            u"Plans (conflicted copy 2026-03-14 092653).md"_s,
+            u"Plans_conflict-20260314-092653.md"_s,
+            u"Plans (Ana's conflicted copy 2026-03-14).md"_s,
+        };
+        const QStringList clients{u"Syncthing"_s, u"Nextcloud or ownCloud"_s,
+                                  u"an older ownCloud"_s, u"Dropbox"_s};
+        for (qsizetype i = 0; i < names.size(); ++i) {
+            QTest::addRow("%s: a copy with its original's text goes", qPrintable(clients[i]))
+                << names[i] << true;
+            QTest::addRow("%s: a copy with other text is a note", qPrintable(clients[i]))
+                << names[i] << false;
+        }
+    }
+    void clientsConflictCopies()
+    {
+        QFETCH(QString, copy);
+        QFETCH(bool, sameText);
+        const Note a = m->notes->create(u"call Ana at 5"_s, u"Plans"_s);
+        QVERIFY(m->engine->syncNow());
+        clock.advance(2);
+        Note there = *m->notes->note(a.id);
+        there.pinned = true; // the copy's other fields do not make it new
+        if (!sameText)
+            there.body = u"call Ana at 6"_s;
+        drop(copy, NoteDocument::render(there).toUtf8());
+
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), sameText ? u"discard(%1)"_s.arg(copy) : u"adopt(%1)"_s.arg(copy));
+        QCOMPARE(m->notes->notes().size(), sameText ? 1 : 2);
+        QCOMPARE(m->notes->note(a.id)->body, u"call Ana at 5"_s);
+        QCOMPARE(idIn(u"Plans.md"_s), a.id);
+        if (sameText) {
+            QCOMPARE(m->names(), QStringList{u"Plans.md"_s});
+        } else {
+            const QString adopted = idIn(copy);
+            QVERIFY(adopted != a.id);
+            QCOMPARE(m->notes->note(adopted)->body, u"call Ana at 6"_s);
+        }
+        for (int pass = 0; pass < 2; ++pass) {
+            clock.advance(5);
+            QVERIFY(m->engine->syncNow());
+            QCOMPARE(plan(), QString());
+        }
+        m->restart();
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        QCOMPARE(m->notes->notes().size(), sameText ? 1 : 2);
+    }
+
+    // Two documents of a note this machine has not seen yet, one of them a copy someone made
+    // with other text: the copy becomes a note of its own and is not also pulled under the
+    // original's id, which would leave two entries naming one file and the newest text in
+    // no note.
+    void copyAdoptedInAPassIsNotPulledInIt()
+    {
+        const Note plans = aNote()
+                               .id(u"FROM-ELSEWHERE"_s)
+                               .title(u"Plans"_s)
+                               .body(u"newest text"_s)
+                               .modified(clock.now().seconds - 10);
+        Note older = plans;
+        older.body = u"older text"_s;
+        drop(u"Plans_2.md"_s, NoteDocument::render(older).toUtf8());
+        clock.advance(1);
+        drop(u"Plans.md"_s, NoteDocument::render(plans).toUtf8());
+
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), u"adopt(Plans_2.md); pull(Plans.md)"_s);
+        QCOMPARE(m->notes->notes().size(), 2);
+        QCOMPARE(m->notes->note(plans.id)->body, u"newest text"_s);
+        QSet<QString> named;
+        for (auto it = m->engine->index().entries().cbegin();
+             it != m->engine->index().entries().cend(); ++it)
+            named.insert(it->fileName);
+        QCOMPARE(named, (QSet<QString>{u"Plans.md"_s, u"Plans_2.md"_s}));
+
+        m->restart(false);
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        QCOMPARE(m->notes->note(plans.id)->body, u"newest text"_s);
+        QCOMPARE(m->notes->note(idIn(u"Plans_2.md"_s))->body, u"older text"_s);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestCloudSync)

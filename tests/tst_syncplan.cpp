@@ -1,4 +1,5 @@
 #include "support/NoteBuilder.h"
+#include "sync/ClientConflicts.h"
 #include "sync/CloudSyncIndex.h"
 #include "sync/SyncPlan.h"
 
@@ -12,14 +13,19 @@ namespace {
 
 constexpr double t0 = 1'773'480'413.0; // 2026-03-14T09:26:53Z
 
-RemoteFile file(const QString& name, std::optional<QString> id, double declared, double onDisk)
+// text: the body of a document read in this pass; absent for one not read.
+RemoteFile file(const QString& name, std::optional<QString> id, double declared, double onDisk,
+                const std::optional<QString>& text = std::nullopt)
 {
-    return RemoteFile{name, std::move(id), Date{t0 + declared}, Date{t0 + onDisk}};
+    return RemoteFile{name, std::move(id), Date{t0 + declared}, Date{t0 + onDisk},
+                      text ? std::optional(SyncPlan::textKey(*text)) : std::nullopt};
 }
 
-RemoteFile orphan(const QString& name, double onDisk = 6)
+RemoteFile orphan(const QString& name, double onDisk = 6,
+                  const std::optional<QString>& text = std::nullopt)
 {
-    return RemoteFile{name, std::nullopt, Date::distantPast(), Date{t0 + onDisk}};
+    return RemoteFile{name, std::nullopt, Date::distantPast(), Date{t0 + onDisk},
+                      text ? std::optional(SyncPlan::textKey(*text)) : std::nullopt};
 }
 
 struct Case {
@@ -81,9 +87,84 @@ private Q_SLOTS:
         QTest::newRow("no indexed copy: the later effective date wins over the name")
             << Case{{note(a, 5)}, {file(u"y.md"_s, a, 5, 6), file(u"x.md"_s, a, 5, 9)}, {}, {}}
             << u"adopt(y.md); reindex(A, x.md)"_s;
-        QTest::newRow("copies of an id with no note appear again at the end")
+        QTest::newRow("a copy of an id with no note is adopted, not pulled under the id too")
             << Case{{}, {file(u"b.md"_s, a, 5, 6), file(u"a.md"_s, a, 5, 6)}, {}, {}}
-            << u"adopt(a.md); pull(a.md); pull(b.md)"_s;
+            << u"adopt(a.md); pull(b.md)"_s;
+        QTest::newRow("a copy of an id deleted here is adopted, and only the kept file goes")
+            << Case{{},
+                    {file(u"a.md"_s, a, 5, 6), file(u"b.md"_s, a, 5, 9, u"other"_s)},
+                    {},
+                    synced}
+            << u"adopt(b.md); deleteRemote(a.md)"_s;
+
+        // A rename elsewhere arrives as a new document before the old one's removal.
+        const Note atFive = aNote().id(a).body(u"text"_s).modified(t0 + 5);
+        QTest::newRow("a second document with the indexed note's text is a rename on its way")
+            << Case{{atFive},
+                    {file(u"a.md"_s, a, 5, 6), file(u"new.md"_s, a, 8, 9, u"text"_s)},
+                    {},
+                    synced}
+            << QString();
+        QTest::newRow("a second document with the indexed file's text is a rename on its way")
+            << Case{{note(a, 9)},
+                    {file(u"a.md"_s, a, 5, 6, u"text"_s), file(u"new.md"_s, a, 5, 9, u"text"_s)},
+                    {},
+                    synced}
+            << u"push(A, a.md)"_s;
+        QTest::newRow("a second document with other text is a note of its own")
+            << Case{{atFive},
+                    {file(u"a.md"_s, a, 5, 6), file(u"new.md"_s, a, 8, 9, u"other"_s)},
+                    {},
+                    synced}
+            << u"adopt(new.md)"_s;
+        QTest::newRow("once the old name is gone, the renamed document is the note's")
+            << Case{{atFive}, {file(u"new.md"_s, a, 8, 9, u"text"_s)}, {}, synced}
+            << u"pull(new.md)"_s;
+        QTest::newRow("a note never synced here: its copies are still notes of their own")
+            << Case{{atFive},
+                    {file(u"a.md"_s, a, 5, 6, u"text"_s), file(u"new.md"_s, a, 5, 6, u"text"_s)},
+                    {},
+                    {}}
+            << u"adopt(a.md); reindex(A, new.md)"_s;
+
+        // Sync clients' own conflict copies.
+        const QString stc = u"a.sync-conflict-20260314-092653-ABCDEFG.md"_s;
+        QTest::newRow("a client's copy with its original's text goes")
+            << Case{{atFive},
+                    {file(u"a.md"_s, a, 5, 6, u"text"_s), file(stc, a, 8, 9, u"text"_s)},
+                    {},
+                    synced}
+            << u"discard(%1)"_s.arg(stc);
+        QTest::newRow("a client's copy with the note's text goes when the original was not read")
+            << Case{{atFive}, {file(u"a.md"_s, a, 5, 6), file(stc, a, 8, 9, u"text"_s)}, {}, synced}
+            << u"discard(%1)"_s.arg(stc);
+        QTest::newRow(
+            "a client's copy with other text is adopted, and the original stays the note's")
+            << Case{{atFive},
+                    {file(u"a.md"_s, a, 5, 6), file(stc, a, 8, 9, u"other"_s)},
+                    {},
+                    synced}
+            << u"adopt(%1)"_s.arg(stc);
+        QTest::newRow("a client's copy of a note never seen here is adopted, not pulled")
+            << Case{{},
+                    {file(u"a.md"_s, a, 5, 6, u"text"_s), file(stc, a, 8, 9, u"other"_s)},
+                    {},
+                    {}}
+            << u"adopt(%1); pull(a.md)"_s.arg(stc);
+        QTest::newRow("a client's copy of a plain file with the same text goes")
+            << Case{{}, {orphan(u"a.md"_s, 6, u"text"_s), orphan(stc, 6, u"text"_s)}, {}, {}}
+            << u"adopt(a.md); discard(%1)"_s.arg(stc);
+        QTest::newRow("a client's copy adopted before is a note of its own")
+            << Case{{},
+                    {file(u"a.md"_s, a, 5, 6, u"text"_s), file(stc, u"B"_s, 8, 9, u"text"_s)},
+                    {},
+                    {}}
+            << u"pull(a.md); pull(%1)"_s.arg(stc);
+        QTest::newRow("a client's copy whose original is gone stands for its note")
+            << Case{{atFive}, {file(stc, a, 5, 9, u"text"_s)}, {}, synced}
+            << u"pull(%1)"_s.arg(stc);
+        QTest::newRow("a client's copy whose original cannot be read yet waits")
+            << Case{{atFive}, {file(stc, a, 8, 9, u"other"_s)}, {u"a.md"_s}, synced} << QString();
 
         QTest::newRow("new notes keep the store's order; adopts and unseen notes' pulls go by name")
             << Case{{note(u"Z"_s, 1), note(u"B"_s, 1)},
@@ -113,6 +194,37 @@ private Q_SLOTS:
                     composed}
             << u"adopt(z.md)"_s;
     }
+    void clientConflictNames_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("original"); // empty: not a client's copy
+        QTest::newRow("Syncthing")
+            << u"Plans.sync-conflict-20260314-092653-ABCDEFG.md"_s << u"Plans.md"_s;
+        QTest::newRow("Syncthing, a name with dots")
+            << u"v1.2 notes.sync-conflict-20260314-092653-ABCDEFG.md"_s << u"v1.2 notes.md"_s;
+        QTest::newRow("Nextcloud and ownCloud")
+            << u"Plans (conflicted copy 2026-03-14 092653).md"_s << u"Plans.md"_s;
+        QTest::newRow("an older ownCloud")
+            << u"Plans_conflict-20260314-092653.md"_s << u"Plans.md"_s;
+        QTest::newRow("Dropbox") << u"Plans (Ana's conflicted copy 2026-03-14).md"_s
+                                 << u"Plans.md"_s;
+        QTest::newRow("Dropbox, a typographic apostrophe and a number")
+            << u"Plans (Ana Lima\u2019s conflicted copy 2026-03-14) (1).md"_s << u"Plans.md"_s;
+        QTest::newRow("Dropbox, a title with brackets")
+            << u"Plans (draft) (Ana's conflicted copy 2026-03-14).md"_s << u"Plans (draft).md"_s;
+        QTest::newRow("our own conflict copy is no client's")
+            << u"Plans (conflict 2026-03-14-092653).md"_s << QString();
+        QTest::newRow("a title that speaks of conflicts")
+            << u"conflict resolution.md"_s << QString();
+        QTest::newRow("a mark with no stamp") << u"Plans.sync-conflict.md"_s << QString();
+    }
+    void clientConflictNames()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, original);
+        QCOMPARE(ClientConflicts::originalName(name).value_or(QString()), original);
+    }
+
     void rows()
     {
         QFETCH(Case, input);

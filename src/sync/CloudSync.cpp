@@ -10,8 +10,9 @@
 #include "sync/DocumentNames.h"
 #include "sync/LocalTrash.h"
 
+#include <QUuid>
+
 #include <cmath>
-#include <cstdlib>
 
 using namespace Qt::Literals::StringLiterals;
 using SyncPlan::Action;
@@ -56,6 +57,18 @@ Note madeSafe(Note note, const std::optional<Note>& known, const std::function<d
     note.modified = std::min(note.modified, now);
     note.created = std::min(note.created, note.modified);
     return note;
+}
+
+// Pondrift's own namespace for the ids of adopted files. Never to be changed: machines running
+// another version would give the same file another id.
+constexpr QUuid adoptionSpace(0x2bdff3bd, 0x656f, 0x4d64, 0x92, 0x49, 0xc1, 0xee, 0x91, 0x8a, 0xa4,
+                              0xe1);
+
+// The id a file adopted as a new note gets: a name-based UUID of the file's name and text, so
+// that machines adopting the same file at once write the same document instead of two notes.
+QUuid adoptionID(const QString& fileName, const QString& body)
+{
+    return QUuid::createUuidV5(adoptionSpace, canonicalText(fileName) + QChar(0) + body);
 }
 
 } // namespace
@@ -274,7 +287,7 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
             const auto* entry = syncIndex.entry(*id);
             if (entry->fileModified == date) {
                 // Unchanged since the last sync: not read.
-                remote.append({name, *id, entry->syncedModified, date});
+                remote.append({name, *id, entry->syncedModified, date, std::nullopt});
                 continue;
             }
         }
@@ -291,9 +304,11 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
             const auto* entry = syncIndex.entry(parsed.note.id);
             if (entry && entry->coarseFile && IsoStamp::wholeSecond(date) == entry->fileModified)
                 syncIndex.refine(parsed.note.id, std::nullopt, date);
-            remote.append({name, parsed.note.id, parsed.note.modified, date});
+            remote.append({name, parsed.note.id, parsed.note.modified, date,
+                           SyncPlan::textKey(parsed.note.body)});
         } else {
-            remote.append({name, std::nullopt, Date::distantPast(), date});
+            remote.append({name, std::nullopt, Date::distantPast(), date,
+                           SyncPlan::textKey(parsed.note.body)});
         }
     }
     return remote;
@@ -405,6 +420,9 @@ void CloudSync::carryOut(const Action& action)
     case Action::Kind::Conflict:
         resolve(action.noteID, action.fileName, action.localWins);
         return;
+    case Action::Kind::Discard:
+        discard(action.fileName);
+        return;
     }
 }
 
@@ -479,26 +497,23 @@ void CloudSync::adopt(const QString& fileName)
     if (found == pass->scanned.cend() || !date)
         return;
     Note note = found.value();
-    note.id = pendingAdoptions.value(fileName, Note::newID());
+    // Every machine that adopts this file, and this one again after a failed write or a
+    // restart, makes the same note: one id, one colour, one document.
+    const QUuid id = adoptionID(fileName, note.body);
+    note.id = id.toString(QUuid::WithoutBraces).toUpper();
     note.created = *date;
     note.modified = *date;
     // First on the deck, as a new note would stand.
     note.order = headOrder(store.active());
-    const auto colors = static_cast<qint64>(NoteColor::all().size());
-    note.color = std::llabs(static_cast<long long>(qHash(fileName) % colors));
+    note.color = id.data1 % static_cast<quint32>(NoteColor::all().size());
     note = madeSafe(
         note, std::nullopt, [] { return -1.0; }, scheduler.now());
     // Without the note kept, the document keeps no identity either: the next pass adopts it
     // again, under the same id.
-    if (!store.absorb(note)) {
-        pendingAdoptions.insert(fileName, note.id);
+    if (!store.absorb(note))
         return;
-    }
-    if (!folder.write(NoteDocument::render(note), fileName)) {
-        pendingAdoptions.insert(fileName, note.id);
+    if (!folder.write(NoteDocument::render(note), fileName))
         return;
-    }
-    pendingAdoptions.remove(fileName);
     pass->adopted.insert(fileName);
     syncIndex.record(note.id, fileName, note.modified,
                      folder.modificationDate(fileName).value_or(*date));
@@ -528,6 +543,13 @@ void CloudSync::deleteRemote(const QString& fileName)
     // it would delete the note again when another machine brings it back.
     if (const auto id = idOfDocument(fileName))
         syncIndex.forget(*id);
+}
+
+void CloudSync::discard(const QString& fileName)
+{
+    if (folder.remove(fileName))
+        Log::cloud(u"removed "_s + fileName,
+                   u"a sync client's copy of a note with the same text"_s);
 }
 
 std::optional<QString> CloudSync::idOfDocument(const QString& fileName) const

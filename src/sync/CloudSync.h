@@ -144,6 +144,7 @@ private:
     void deleteLocal(const QString& noteID);
     void deleteRemote(const QString& fileName);
     void resolve(const QString& noteID, const QString& fileName, bool localWins);
+    void discard(const QString& fileName);
     QSet<QString>& claimed();
 
     SyncFolderGateway& folder;
@@ -162,7 +163,4 @@ private:
     DeletionBrake brake;
     VanishedNotes vanished{undoHold};
     Blocked blockedBy = Blocked::None;
-    // Files adopted in a pass whose write failed: the next attempt keeps the same new id,
-    // so a retry replaces the note instead of making a second one.
-    QHash<QString, QString> pendingAdoptions;
 };

@@ -1,5 +1,8 @@
 #include "sync/SyncPlan.h"
 
+#include "sync/ClientConflicts.h"
+
+#include <QCryptographicHash>
 #include <QHash>
 
 #include <algorithm>
@@ -68,6 +71,14 @@ Action Action::conflict(QString noteID, QString fileName, bool localWins)
     return a;
 }
 
+Action Action::discard(QString fileName)
+{
+    Action a;
+    a.kind = Kind::Discard;
+    a.fileName = std::move(fileName);
+    return a;
+}
+
 QString Action::toString() const
 {
     switch (kind) {
@@ -86,11 +97,18 @@ QString Action::toString() const
     case Kind::Conflict:
         return u"conflict(%1, %2, %3)"_s.arg(noteID, fileName,
                                              localWins ? u"local"_s : u"remote"_s);
+    case Kind::Discard:
+        return u"discard(%1)"_s.arg(fileName);
     }
     return {};
 }
 
 QString canonical(const QString& text) { return canonicalText(text); }
+
+QByteArray textKey(const QString& body)
+{
+    return QCryptographicHash::hash(body.toUtf8(), QCryptographicHash::Sha256);
+}
 
 bool scalarLess(QStringView a, QStringView b)
 {
@@ -152,14 +170,76 @@ bool isNewer(const RemoteFile& a, const RemoteFile& b)
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                       const QSet<QString>& unresolved, const CloudSyncIndex& index)
 {
+    QSet<QString> canonicalUnresolved;
+    canonicalUnresolved.reserve(unresolved.size());
+    for (const QString& name : unresolved)
+        canonicalUnresolved.insert(canonical(name));
+
+    // The notes by canonical id, made only when a copy needs its note's text.
+    std::optional<QHash<QString, qsizetype>> noteIndex;
+    const auto noteFor = [&](const QString& id) -> const Note* {
+        if (!noteIndex) {
+            noteIndex.emplace();
+            noteIndex->reserve(notes.size());
+            for (qsizetype i = 0; i < notes.size(); ++i)
+                noteIndex->insert(canonical(notes[i].id), i);
+        }
+        const auto found = noteIndex->constFind(canonical(id));
+        return found == noteIndex->cend() ? nullptr : &notes[found.value()];
+    };
+
+    // Documents that take part in no group, and what becomes of them.
+    QSet<qsizetype> setAside;
+    QStringList discards;
+    QStringList orphans;
+
+    // Clients' conflict copies. Only a copy read in this pass can be one that is new here;
+    // the rest have been decided before.
+    std::optional<QHash<QString, qsizetype>> byName;
+    for (qsizetype i = 0; i < remote.size(); ++i) {
+        const RemoteFile& copy = remote[i];
+        if (!copy.textKey)
+            continue;
+        const std::optional<QString> original = ClientConflicts::originalName(copy.fileName);
+        if (!original)
+            continue;
+        if (!byName) {
+            byName.emplace();
+            byName->reserve(remote.size());
+            for (qsizetype j = 0; j < remote.size(); ++j)
+                byName->insert(canonical(remote[j].fileName), j);
+        }
+        const QString originalKey = canonical(*original);
+        if (canonicalUnresolved.contains(originalKey)) {
+            // Nothing to compare with yet: the copy waits, and must not stand for the note.
+            setAside.insert(i);
+            continue;
+        }
+        const auto o = byName->constFind(originalKey);
+        if (o == byName->cend())
+            continue; // the original is gone: the copy is all there is, an ordinary document
+        const RemoteFile& from = remote[o.value()];
+        const bool sameIdentity =
+            copy.noteID.has_value() == from.noteID.has_value()
+            && (!copy.noteID || canonical(*copy.noteID) == canonical(*from.noteID));
+        if (!sameIdentity)
+            continue; // adopted before: a note of its own now
+        const Note* note = from.noteID ? noteFor(*from.noteID) : nullptr;
+        const bool sameText = (from.textKey && *from.textKey == *copy.textKey)
+                              || (note && textKey(note->body) == *copy.textKey);
+        setAside.insert(i);
+        (sameText ? discards : orphans).append(copy.fileName);
+    }
+
     // Step 1: group the documents by canonical id, in remote order; collect orphans. Most
     // ids have one document, so only the rare second and later ones take a list.
     QHash<QString, qsizetype> firstOf;
     firstOf.reserve(remote.size());
     QHash<QString, QList<qsizetype>> moreOf;
-    QStringList orphans;
     for (qsizetype i = 0; i < remote.size(); ++i) {
         const RemoteFile& file = remote[i];
+        if (setAside.contains(i))
+            continue;
         if (!file.noteID) {
             orphans.append(file.fileName);
             continue;
@@ -192,32 +272,47 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                 newest = m;
         }
         qsizetype keeper = newest;
-        if (const auto* e = entryFor(it.key())) {
+        bool keeperTracked = false;
+        const auto* e = entryFor(it.key());
+        if (e) {
             const QString tracked = canonical(e->fileName);
             for (qsizetype m : members) {
                 if (canonical(remote[m].fileName) == tracked) {
                     keeper = m;
+                    keeperTracked = true;
                     break;
                 }
             }
         }
         winners.insert(it.key(), keeper + 1);
+        // A copy with the text of the indexed note, or of its indexed file, is that note
+        // renamed elsewhere: adopting it would make a second note that the removal of the
+        // old name, on its way, then turns into the only one, under another id.
+        const Note* note = e ? noteFor(it.key()) : nullptr;
+        const std::optional<QByteArray> noteKey =
+            note ? std::optional(textKey(note->body)) : std::nullopt;
         for (qsizetype m : members) {
-            if (m != keeper)
+            if (m == keeper)
+                continue;
+            const auto& key = remote[m].textKey;
+            const bool renamed = note && key
+                                 && (*key == *noteKey
+                                     || (keeperTracked && remote[keeper].textKey
+                                         && *key == *remote[keeper].textKey));
+            setAside.insert(m);
+            if (!renamed)
                 orphans.append(remote[m].fileName);
         }
     }
 
     QList<Action> result;
 
-    // Step 3: orphans become notes of their own, in name order.
+    // Step 3: orphans become notes of their own, in name order; then copies that hold
+    // nothing new go.
     for (const QString& name : sortedNames(orphans))
         result.append(Action::adopt(name));
-
-    QSet<QString> canonicalUnresolved;
-    canonicalUnresolved.reserve(unresolved.size());
-    for (const QString& name : unresolved)
-        canonicalUnresolved.insert(canonical(name));
+    for (const QString& name : sortedNames(discards))
+        result.append(Action::discard(name));
 
     // Step 4: each local note in the store's order.
     QSet<QString> localIDs;
@@ -255,19 +350,22 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         }
     }
 
-    // Step 5: every document (not only winners) whose id has no local note.
-    QList<std::pair<QString, qsizetype>> byName;
-    byName.reserve(remote.size());
+    // Step 5: every document whose id has no local note, but those set aside above: a copy
+    // adopted under a new id and pulled under its old one too would leave two entries
+    // naming one file.
+    QList<std::pair<QString, qsizetype>> unseen;
+    unseen.reserve(remote.size());
     for (qsizetype i = 0; i < remote.size(); ++i) {
-        if (remote[i].noteID && !localIDs.contains(canonical(*remote[i].noteID)))
-            byName.append({canonical(remote[i].fileName), i});
+        if (remote[i].noteID && !setAside.contains(i)
+            && !localIDs.contains(canonical(*remote[i].noteID)))
+            unseen.append({canonical(remote[i].fileName), i});
     }
-    std::sort(byName.begin(), byName.end(), [](const auto& x, const auto& y) {
+    std::sort(unseen.begin(), unseen.end(), [](const auto& x, const auto& y) {
         if (x.first == y.first)
             return x.second < y.second;
         return scalarLess(x.first, y.first);
     });
-    for (const auto& [key, i] : byName) {
+    for (const auto& [key, i] : unseen) {
         const RemoteFile& file = remote[i];
         if (entryFor(*file.noteID))
             result.append(Action::deleteRemote(file.fileName));

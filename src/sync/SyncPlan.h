@@ -3,6 +3,7 @@
 #include "notes/Note.h"
 #include "sync/CloudSyncIndex.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -24,6 +25,9 @@ struct RemoteFile {
     // past for a document without identity.
     Date declaredModified;
     Date fileModified;
+    // textKey of the text the document holds, for a document read in this pass; absent for
+    // one not read. Tells a copy of a note's text from a note of its own.
+    std::optional<QByteArray> textKey;
 
     // The later of the two dates; fileModified when they are equal.
     Date effectiveModified() const
@@ -42,10 +46,12 @@ struct RemoteFile {
 //   DeleteLocal  noteID
 //   DeleteRemote fileName
 //   Conflict     noteID, fileName, localWins
+//   Discard      fileName: a sync client's conflict copy whose text its original already
+//                holds; only the file goes, no note and no entry is touched
 // Payloads a kind does not use stay empty, so that equality over all fields is equality of
 // the action.
 struct Action {
-    enum class Kind { Push, Pull, Reindex, Adopt, DeleteLocal, DeleteRemote, Conflict };
+    enum class Kind { Push, Pull, Reindex, Adopt, DeleteLocal, DeleteRemote, Conflict, Discard };
 
     Kind kind = Kind::Push;
     QString noteID;
@@ -60,6 +66,7 @@ struct Action {
     static Action deleteLocal(QString noteID);
     static Action deleteRemote(QString fileName);
     static Action conflict(QString noteID, QString fileName, bool localWins);
+    static Action discard(QString fileName);
 
     // For test output and log lines: "push(ID, name)" and so on.
     QString toString() const;
@@ -71,8 +78,22 @@ struct Action {
 // remote: one entry per readable document, any order.
 // unresolved: names that exist in the folder but could not be read in this pass; their
 // notes are not taken for deleted.
+// Beyond the winner of each id and the adoption of the rest, two kinds of extra document are
+// told apart, since a client delivers a rename as a new file and a removal, in any order, and
+// makes copies of its own when a file changed on two machines:
+// - A client's conflict copy (ClientConflicts) of a document in this scan that declares its
+//   original's id, or no id like its original, never competes for that id: it is discarded
+//   when its text is the original's (or that note's), and adopted otherwise.
+// - Another document of an indexed note's id whose text is the note's or the indexed file's is
+//   that note renamed elsewhere, the removal of its old name not here yet: nothing is done
+//   with it until the old name is gone, and then it is the note's document.
+// A document sent to adoption is not pulled as well.
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                       const QSet<QString>& unresolved, const CloudSyncIndex& index);
+
+// What two texts are compared by: equal keys, equal text. A note's body and a document read
+// into a note give equal keys for equal text.
+QByteArray textKey(const QString& body);
 
 // The order and equality of names and ids: canonical (NFC) forms (canonicalText, the rule the
 // store finds ids by too), compared by Unicode scalar values. QString's own operator< compares
