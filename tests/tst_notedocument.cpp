@@ -91,13 +91,14 @@ private Q_SLOTS:
         row("only the first empty line is taken away", doc(known, u"\nbody"_s), true, u"\nbody"_s);
         row("a key in another script is a valid key", doc(known + u"\nfärg: blå\n标题2: x"_s), true,
             u"text"_s);
+        row("another tool's front matter without a key of ours is a header too",
+            u"---\nlayout: post\ntags:\n  - x\n---\n\nbody"_s, false, u"body"_s);
         // None of these is a front matter of ours, so each text is the body as it stands.
         for (const auto& [name, text] : std::initializer_list<std::pair<const char*, QString>>{
                  {"a text without front matter", u"hello\nworld"_s},
                  {"four dashes are no fence", u"----\npondrift-id: X1\n----\n\nbody"_s},
                  {"an opening fence without a closing one", u"---\npondrift-id: X1\nbody"_s},
                  {"two fences with nothing between them", u"---\n---\nbody"_s},
-                 {"a front matter of foreign keys", u"---\nlayout: post\ntags: x\n---\n\nbody"_s},
                  {"a list line under a key with a value", doc(known + u"\n- item"_s)},
                  {"a header line without a colon", doc(known + u"\njust a sentence"_s)},
                  {"a key with a blank in it", doc(known + u"\nmy key: 1"_s)},
@@ -144,8 +145,13 @@ private Q_SLOTS:
             << doc(u"aliases: [Plan, \"Pläne\"]\n"_s + ours
                    + u"\ndate: 2024-01-02\nauthor:\n  name: A\n\n  mail: a@b\ndraft: true"_s)
             << u"text"_s
-            << QStringList{u"aliases: [Plan, \"Pläne\"]"_s, u"date: 2024-01-02"_s, u"author:"_s,
-                           u"  name: A"_s, u""_s, u"  mail: a@b"_s, u"draft: true"_s};
+            << QStringList{u"aliases: [Plan, \"Pläne\"]"_s,
+                           u"date: 2024-01-02"_s,
+                           u"author:"_s,
+                           u"  name: A"_s,
+                           u""_s,
+                           u"  mail: a@b"_s,
+                           u"draft: true"_s};
         QTest::newRow("a block of text under another tool's key")
             << doc(ours + u"\nsummary: >-\n  two\n  lines\nlayout: post"_s) << u"text"_s
             << QStringList{u"summary: >-"_s, u"  two"_s, u"  lines"_s, u"layout: post"_s};

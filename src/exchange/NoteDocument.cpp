@@ -99,9 +99,8 @@ bool isBlockScalar(QStringView value)
 {
     if (value.isEmpty() || (value[0] != u'|' && value[0] != u'>'))
         return false;
-    return std::all_of(value.begin() + 1, value.end(), [](QChar c) {
-        return c == u'+' || c == u'-' || (c >= u'1' && c <= u'9');
-    });
+    return std::all_of(value.begin() + 1, value.end(),
+                       [](QChar c) { return c == u'+' || c == u'-' || (c >= u'1' && c <= u'9'); });
 }
 
 std::optional<Header> splitHeader(const QString& text)
@@ -120,7 +119,6 @@ std::optional<Header> splitHeader(const QString& text)
     if (closing < 0)
         return std::nullopt;
     Header header;
-    bool anyKnown = false;
     // Another tool's key may hold a block list or a nested map on the lines below it: those
     // lines belong to the key, indented deeper than it or, for a list, level with it.
     struct Block {
@@ -156,7 +154,6 @@ std::optional<Header> splitHeader(const QString& text)
         if (!isValidKey(key))
             return std::nullopt;
         const bool known = isKnownKey(key);
-        anyKnown = anyKnown || known;
         const QStringView value = cutBlanks(line.sliced(colon + 1));
         header.pairs.append({key.toString(), value.toString()});
         if (!known)
@@ -164,13 +161,15 @@ std::optional<Header> splitHeader(const QString& text)
         if (value.isEmpty() || (!known && isBlockScalar(value)))
             block = Block{indentOf(raw), !known, {}};
     }
-    if (header.pairs.isEmpty() || !anyKnown)
+    // Another tool's header without a key of ours is a header too: read as body text, it
+    // would title the note "---" and lose its keys at the first rewrite.
+    if (header.pairs.isEmpty())
         return std::nullopt;
     qsizetype first = closing + 1;
     // In a CR LF document every line break of the body is one too; the note keeps plain ones.
     const auto bodyLine = [&](qsizetype i) {
         return crlf && i + 1 < lines.size() && lines[i].endsWith(u'\r') ? lines[i].chopped(1)
-                                                                         : lines[i];
+                                                                        : lines[i];
     };
     if (first < lines.size() && bodyLine(first).isEmpty())
         ++first;
