@@ -133,6 +133,10 @@ private Q_SLOTS:
         QTest::newRow("a document rewritten with CR LF keeps its identity, pin, colour, title "
                       "and archive state")
             << crlf(doc(ours, u"one\ntwo\n"_s)) << u"one\ntwo\n"_s << QStringList();
+        QTest::newRow("blanks an editor left round a carriage return")
+            << doc(u"pondrift-id: X1\r \ncolor: 4 \r\narchived: true\npinned: true\ntitle: Plans\r"
+                   u"\ntags: \r\n  - a \r"_s)
+            << u"text"_s << QStringList{u"tags:"_s, u"  - a"_s};
         QTest::newRow("a byte order mark before the front matter")
             << QChar(0xFEFF) + doc(ours) << u"text"_s << QStringList();
         QTest::newRow("a tags block list another tool added stays in the header")

@@ -72,10 +72,10 @@ struct Header {
 };
 
 // Editors on other systems end lines with CR LF; the carriage return is no part of a header
-// line, nor of any value.
+// line, nor of any value, and neither are the blanks an editor leaves round it.
 QStringView withoutReturns(QStringView line)
 {
-    while (line.endsWith(u'\r'))
+    while (!line.isEmpty() && (line.back() == u'\r' || isBlank(line.back())))
         line.chop(1);
     return line;
 }
