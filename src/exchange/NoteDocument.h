@@ -11,8 +11,10 @@
 // The text form of one note in the synced folder: `key: value` lines between two fences, one
 // empty line, then the body as Markdown with task lines as check boxes. People open and edit
 // these files by hand, so parse accepts more than render writes and gives a defined note for
-// every text, including text that never came from this program. Pure: no file, no clock
-// beyond the fresh note that parse starts from.
+// every text, including text that never came from this program: a header in CR LF, after a
+// byte order mark, or with other tools' keys, block lists and nested maps in it, is still a
+// header, and those keys come back out of render unchanged. Pure: no file, no clock beyond
+// the fresh note that parse starts from.
 namespace NoteDocument {
 
 inline const QString fence = QStringLiteral("---");
