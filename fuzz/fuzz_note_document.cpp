@@ -1,4 +1,5 @@
-// Any text parses; rendering what was parsed and parsing again gives the same note back.
+// Any text parses; rendering what was parsed and parsing again gives the same note back, with
+// the same lines of other tools' keys.
 #include "exchange/NoteDocument.h"
 #include "notes/NoteText.h"
 
@@ -24,13 +25,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const QString text =
         QString::fromUtf8(reinterpret_cast<const char*>(data), static_cast<qsizetype>(size));
     const auto first = NoteDocument::parse(text, QStringLiteral("Fallback"));
-    const QString rendered = NoteDocument::render(first.note);
+    const QString rendered = NoteDocument::render(first.note, first.foreignHeader);
     const auto second = NoteDocument::parse(rendered, QStringLiteral("Other"));
     const Note& a = first.note;
     const Note& b = second.note;
     if (!second.hasIdentity || a.id != b.id || a.color != b.color || a.archived != b.archived
         || a.pinned != b.pinned || a.textDirection != b.textDirection
-        || !sameDouble(a.order, b.order) || a.body != b.body)
+        || !sameDouble(a.order, b.order) || a.body != b.body
+        || first.foreignHeader != second.foreignHeader)
         std::abort();
     if ((whole(a.created) && a.created != b.created)
         || (whole(a.modified) && a.modified != b.modified))

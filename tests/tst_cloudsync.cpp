@@ -996,6 +996,146 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(document).isSymLink(), kind == u"link"_s);
     }
 
+    // Editors and other tools rewrite a document in forms our header reader once missed, or
+    // damage its header: under the name the index knows, it is still that note's document.
+    // Its text is an edit of the note; what the header no longer says stays as the note has
+    // it; no second note appears and the first is not deleted.
+    void documentThatLostItsIdentityIsAnEditOfItsNote_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::newRow("a document rewritten with CR LF keeps its identity, pin, colour, title "
+                      "and archive state")
+            << u"crlf"_s;
+        QTest::newRow("a header another tool extended with a tags block list") << u"tags"_s;
+        QTest::newRow("a byte order mark before the header") << u"bom"_s;
+        QTest::newRow("a header that lost its id line") << u"no id"_s;
+        QTest::newRow("a header taken away, the text left") << u"no header"_s;
+        QTest::newRow("a truncated header on a known file is an edit of that note")
+            << u"truncated"_s;
+    }
+    void documentThatLostItsIdentityIsAnEditOfItsNote()
+    {
+        QFETCH(QString, kind);
+        const Note a = m->notes->create(u"first text"_s, u"Plans"_s, 3);
+        m->notes->togglePin(a.id);
+        m->notes->setArchived(a.id, true);
+        QVERIFY(m->engine->syncNow());
+        const QString name = u"Plans.md"_s;
+        QCOMPARE(m->names(), QStringList{name});
+        QString text = doc(name);
+        text.replace(u"first text"_s, u"edited elsewhere"_s);
+        QString body = u"edited elsewhere"_s;
+        if (kind == u"crlf"_s) {
+            text.replace(u"\n"_s, u"\r\n"_s);
+        } else if (kind == u"tags"_s) {
+            text.replace(u"\n---\n"_s, u"\ntags:\n  - a\n  - b\n---\n"_s);
+        } else if (kind == u"bom"_s) {
+            text.prepend(QChar(0xFEFF));
+        } else if (kind == u"no id"_s) {
+            text.remove(u"pondrift-id: "_s + a.id + u'\n');
+        } else if (kind == u"no header"_s) {
+            text = body;
+        } else {
+            text = text.left(text.indexOf(u"pondrift-id: "_s) + 20);
+            body = text;
+        }
+        clock.advance(5);
+        drop(name, text.toUtf8());
+        QVERIFY(m->engine->syncNow());
+        QVERIFY2(!plan().contains(u"adopt"_s), qPrintable(plan()));
+        QCOMPARE(m->notes->notes().size(), 1);
+        const auto note = m->notes->note(a.id);
+        QVERIFY(note);
+        QCOMPARE(note->body, body);
+        QCOMPARE(note->title, u"Plans"_s);
+        QCOMPARE(note->color, 3);
+        QVERIFY(note->pinned);
+        QVERIFY(note->archived);
+        QCOMPARE(m->engine->index().entry(a.id)->fileName, name);
+        // The next edit here writes the note's own header back into the same document.
+        clock.advance(5);
+        m->notes->updateBody(a.id, body + u" and here"_s);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->names(), QStringList{name});
+        QCOMPARE(idIn(name), a.id);
+        QCOMPARE(m->notes->notes().size(), 1);
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
+    // Another tool's keys in a note's header (here a tags block list) belong to that tool:
+    // edits on either side, and a restart between them, never drop them.
+    void tagsBlockListAddedByAnotherToolSurvivesEditsOnBothSides()
+    {
+        const QString tags = u"tags:\n  - shopping\n  - home"_s;
+        const Note a = m->notes->create(u"milk"_s, u"List"_s);
+        QVERIFY(m->engine->syncNow());
+        const QString name = u"List.md"_s;
+        for (int round = 0; round < 2; ++round) {
+            const QString there = u"edited there %1"_s.arg(round);
+            QString text = doc(name);
+            if (round == 0)
+                text.replace(u"\n---\n"_s, u'\n' + tags + u"\n---\n"_s);
+            text = text.left(text.indexOf(u"\n---\n\n"_s) + 6) + there;
+            clock.advance(5);
+            drop(name, text.toUtf8());
+            QVERIFY(m->engine->syncNow());
+            QCOMPARE(m->notes->note(a.id)->body, there);
+            m->restart();
+            clock.advance(5);
+            m->notes->updateBody(a.id, u"edited here %1"_s.arg(round));
+            QVERIFY(m->engine->syncNow());
+            QVERIFY2(plan().startsWith(u"push"_s), qPrintable(plan()));
+            const QString written = doc(name);
+            QVERIFY2(written.contains(u'\n' + tags + u"\n---\n\nedited here"_s),
+                     qPrintable(written));
+            QCOMPARE(idIn(name), a.id);
+        }
+        QCOMPARE(m->notes->notes().size(), 1);
+    }
+
+    // A document another tool wrote, with keys we do not know: adopted, its header keeps
+    // every one of them as it stood, after ours, and the note takes its text, not the
+    // header's lines.
+    void adoptedHeaderKeepsUnknownKeysVerbatim_data()
+    {
+        QTest::addColumn<QString>("header");
+        QTest::newRow("with a key of ours")
+            << u"title: Trip\ntags:\n  - travel\naliases: [Voyage, \"Reise\"]\n"
+               u"date: 2024-05-01\ndraft: true"_s;
+        QTest::newRow("with none of ours")
+            << u"tags:\n- travel\naliases: [Voyage, \"Reise\"]\ndate: 2024-05-01\n"
+               u"draft: true"_s;
+    }
+    void adoptedHeaderKeepsUnknownKeysVerbatim()
+    {
+        QFETCH(QString, header);
+        const QString name = u"Trip.md"_s;
+        drop(name, (u"---\n"_s + header + u"\n---\n\nPack the tent"_s).toUtf8());
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), u"adopt(Trip.md)"_s);
+        QCOMPARE(m->notes->notes().size(), 1);
+        const Note note = m->notes->notes().front();
+        QCOMPARE(note.body, u"Pack the tent"_s);
+        QVERIFY(note.title == u"Trip"_s || note.title.isEmpty());
+        QStringList foreign = header.split(u'\n');
+        foreign.removeIf([](const QString& l) { return l.startsWith(u"title:"_s); });
+        const QString written = doc(name);
+        QVERIFY2(written.contains(u'\n' + foreign.join(u'\n') + u"\n---\n\nPack the tent"_s),
+                 qPrintable(written));
+        QCOMPARE(idIn(name), note.id);
+        m->restart();
+        clock.advance(5);
+        m->notes->updateBody(note.id, u"Pack the tent and stove"_s);
+        QVERIFY(m->engine->syncNow());
+        // A title taken from the text moves the document to a new name; the keys go along.
+        QCOMPARE(m->names().size(), 1);
+        const QString moved = doc(m->names().front());
+        QVERIFY2(moved.contains(foreign.join(u'\n') + u"\n---\n\nPack the tent and"_s),
+                 qPrintable(moved));
+    }
+
     // Titles whose characters take several bytes each: the document is written, and a
     // conflict on it leaves its copy, so the same conflict does not come back every pass.
     void longTitlesInWideScriptsSyncAndKeepTheirConflictCopies_data()

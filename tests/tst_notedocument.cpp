@@ -91,14 +91,15 @@ private Q_SLOTS:
         row("only the first empty line is taken away", doc(known, u"\nbody"_s), true, u"\nbody"_s);
         row("a key in another script is a valid key", doc(known + u"\nfärg: blå\n标题2: x"_s), true,
             u"text"_s);
+        row("another tool's front matter without a key of ours is a header too",
+            u"---\nlayout: post\ntags:\n  - x\n---\n\nbody"_s, false, u"body"_s);
         // None of these is a front matter of ours, so each text is the body as it stands.
         for (const auto& [name, text] : std::initializer_list<std::pair<const char*, QString>>{
                  {"a text without front matter", u"hello\nworld"_s},
                  {"four dashes are no fence", u"----\npondrift-id: X1\n----\n\nbody"_s},
                  {"an opening fence without a closing one", u"---\npondrift-id: X1\nbody"_s},
                  {"two fences with nothing between them", u"---\n---\nbody"_s},
-                 {"a front matter of foreign keys", u"---\nlayout: post\ntags: x\n---\n\nbody"_s},
-                 {"CR LF line ends", u"---\r\npondrift-id: X1\r\n---\r\n\r\nbody"_s},
+                 {"a list line under a key with a value", doc(known + u"\n- item"_s)},
                  {"a header line without a colon", doc(known + u"\njust a sentence"_s)},
                  {"a key with a blank in it", doc(known + u"\nmy key: 1"_s)},
                  {"a key that starts with a digit", doc(known + u"\n1st: 1"_s)},
@@ -117,6 +118,77 @@ private Q_SLOTS:
         QCOMPARE(parsed.note.id == u"X1"_s, hasIdentity);
         QCOMPARE(parsed.note.body, body);
         QCOMPARE(parsed.note.title, title);
+    }
+
+    // Headers as other tools and editors leave them: still a header, our keys still read,
+    // every line of a key we do not know kept as it stands.
+    void frontMatterOtherToolsWrote_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("body");
+        QTest::addColumn<QStringList>("foreign");
+        const QString ours = u"pondrift-id: X1\ncolor: 4\narchived: true\npinned: true\n"
+                             u"title: Plans"_s;
+        const auto crlf = [](QString s) { return s.replace(u"\n"_s, u"\r\n"_s); };
+        QTest::newRow("a document rewritten with CR LF keeps its identity, pin, colour, title "
+                      "and archive state")
+            << crlf(doc(ours, u"one\ntwo\n"_s)) << u"one\ntwo\n"_s << QStringList();
+        QTest::newRow("blanks an editor left round a carriage return")
+            << doc(u"pondrift-id: X1\r \ncolor: 4 \r\narchived: true\npinned: true\ntitle: Plans\r"
+                   u"\ntags: \r\n  - a \r"_s)
+            << u"text"_s << QStringList{u"tags:"_s, u"  - a"_s};
+        QTest::newRow("a byte order mark before the front matter")
+            << QChar(0xFEFF) + doc(ours) << u"text"_s << QStringList();
+        QTest::newRow("a tags block list another tool added stays in the header")
+            << doc(ours + u"\ntags:\n  - a\n  - b"_s) << u"text"_s
+            << QStringList{u"tags:"_s, u"  - a"_s, u"  - b"_s};
+        QTest::newRow("a block list level with its key, in CR LF")
+            << crlf(doc(u"tags:\n- a\n- b\n"_s + ours)) << u"text"_s
+            << QStringList{u"tags:"_s, u"- a"_s, u"- b"_s};
+        QTest::newRow("unknown keys are kept verbatim and in their order, ours between them")
+            << doc(u"aliases: [Plan, \"Pläne\"]\n"_s + ours
+                   + u"\ndate: 2024-01-02\nauthor:\n  name: A\n\n  mail: a@b\ndraft: true"_s)
+            << u"text"_s
+            << QStringList{u"aliases: [Plan, \"Pläne\"]"_s,
+                           u"date: 2024-01-02"_s,
+                           u"author:"_s,
+                           u"  name: A"_s,
+                           u""_s,
+                           u"  mail: a@b"_s,
+                           u"draft: true"_s};
+        QTest::newRow("a block of text under another tool's key")
+            << doc(ours + u"\nsummary: >-\n  two\n  lines\nlayout: post"_s) << u"text"_s
+            << QStringList{u"summary: >-"_s, u"  two"_s, u"  lines"_s, u"layout: post"_s};
+    }
+    void frontMatterOtherToolsWrote()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, body);
+        QFETCH(QStringList, foreign);
+        const auto parsed = NoteDocument::parse(text, u"Fallback"_s);
+        QVERIFY(parsed.hasIdentity);
+        QCOMPARE(parsed.note.id, u"X1"_s);
+        QCOMPARE(parsed.note.color, 4);
+        QVERIFY(parsed.note.archived);
+        QVERIFY(parsed.note.pinned);
+        QCOMPARE(parsed.note.title, u"Plans"_s);
+        QCOMPARE(parsed.note.body, body);
+        QCOMPARE(parsed.foreignHeader, foreign);
+        // Written back after our own keys, the same lines come back again.
+        const QString again = NoteDocument::render(parsed.note, parsed.foreignHeader);
+        QVERIFY2(again.contains(u"title: Plans\n"_s + foreign.join(u'\n')), qPrintable(again));
+        const auto back = NoteDocument::parse(again, u"Other"_s);
+        QCOMPARE(back.foreignHeader, foreign);
+        QCOMPARE(back.note.body, body);
+    }
+
+    // What a header still says and what it no longer says.
+    void declaredKeys()
+    {
+        const auto parsed = NoteDocument::parse(doc(u"color: 3\npinned: x\norder: ?"_s), {});
+        QVERIFY(!parsed.hasIdentity);
+        QCOMPARE(parsed.declared, (QSet<QString>{u"color"_s, u"pinned"_s}));
+        QVERIFY(NoteDocument::parse(u"plain"_s, {}).declared.isEmpty());
     }
 
     // Values no one wrote this way: the note keeps a defined value for each.

@@ -67,17 +67,51 @@ bool isKnownKey(QStringView key)
 
 struct Header {
     QList<std::pair<QString, QString>> pairs;
+    QStringList foreign;
     QString body;
 };
+
+// Editors on other systems end lines with CR LF; the carriage return is no part of a header
+// line, nor of any value, and neither are the blanks an editor leaves round it.
+QStringView withoutReturns(QStringView line)
+{
+    while (!line.isEmpty() && (line.back() == u'\r' || isBlank(line.back())))
+        line.chop(1);
+    return line;
+}
+
+qsizetype indentOf(QStringView line)
+{
+    qsizetype n = 0;
+    while (n < line.size() && isBlank(line[n]))
+        ++n;
+    return n;
+}
+
+// "- item", or "-" alone: an entry of a YAML block list.
+bool isListEntry(QStringView cut)
+{
+    return cut.startsWith(u'-') && (cut.size() == 1 || isBlank(cut[1]));
+}
+
+// "|", ">", "|-", ">+2" and the like: a YAML block scalar, whose text is on the lines below.
+bool isBlockScalar(QStringView value)
+{
+    if (value.isEmpty() || (value[0] != u'|' && value[0] != u'>'))
+        return false;
+    return std::all_of(value.begin() + 1, value.end(),
+                       [](QChar c) { return c == u'+' || c == u'-' || (c >= u'1' && c <= u'9'); });
+}
 
 std::optional<Header> splitHeader(const QString& text)
 {
     const QList<QStringView> lines = QStringView(text).split(u'\n');
-    if (cutBlanks(lines.front()) != fence)
+    if (cutBlanks(withoutReturns(lines.front())) != fence)
         return std::nullopt;
+    const bool crlf = lines.front().endsWith(u'\r');
     qsizetype closing = -1;
     for (qsizetype i = 1; i < lines.size(); ++i) {
-        if (cutBlanks(lines[i]) == fence) {
+        if (cutBlanks(withoutReturns(lines[i])) == fence) {
             closing = i;
             break;
         }
@@ -85,29 +119,64 @@ std::optional<Header> splitHeader(const QString& text)
     if (closing < 0)
         return std::nullopt;
     Header header;
-    bool anyKnown = false;
+    // Another tool's key may hold a block list or a nested map on the lines below it: those
+    // lines belong to the key, indented deeper than it or, for a list, level with it.
+    struct Block {
+        qsizetype indent = 0;
+        bool foreign = false;
+        QStringList blanks;
+    };
+    std::optional<Block> block;
     for (qsizetype i = 1; i < closing; ++i) {
-        const QStringView line = cutBlanks(lines[i]);
-        if (line.isEmpty())
+        const QStringView raw = withoutReturns(lines[i]);
+        const QStringView line = cutBlanks(raw);
+        if (line.isEmpty()) {
+            if (block)
+                block->blanks.append(raw.toString());
             continue;
+        }
+        if (block) {
+            const qsizetype indent = indentOf(raw);
+            if (indent > block->indent || (indent == block->indent && isListEntry(line))) {
+                if (block->foreign) {
+                    header.foreign.append(block->blanks);
+                    header.foreign.append(raw.toString());
+                }
+                block->blanks.clear();
+                continue;
+            }
+            block.reset();
+        }
         const qsizetype colon = line.indexOf(u':');
         if (colon < 0)
             return std::nullopt;
         const QStringView key = line.first(colon);
         if (!isValidKey(key))
             return std::nullopt;
-        anyKnown = anyKnown || isKnownKey(key);
-        header.pairs.append({key.toString(), cutBlanks(line.sliced(colon + 1)).toString()});
+        const bool known = isKnownKey(key);
+        const QStringView value = cutBlanks(line.sliced(colon + 1));
+        header.pairs.append({key.toString(), value.toString()});
+        if (!known)
+            header.foreign.append(raw.toString());
+        if (value.isEmpty() || (!known && isBlockScalar(value)))
+            block = Block{indentOf(raw), !known, {}};
     }
-    if (header.pairs.isEmpty() || !anyKnown)
+    // Another tool's header without a key of ours is a header too: read as body text, it
+    // would title the note "---" and lose its keys at the first rewrite.
+    if (header.pairs.isEmpty())
         return std::nullopt;
     qsizetype first = closing + 1;
-    if (first < lines.size() && lines[first].isEmpty())
+    // In a CR LF document every line break of the body is one too; the note keeps plain ones.
+    const auto bodyLine = [&](qsizetype i) {
+        return crlf && i + 1 < lines.size() && lines[i].endsWith(u'\r') ? lines[i].chopped(1)
+                                                                        : lines[i];
+    };
+    if (first < lines.size() && bodyLine(first).isEmpty())
         ++first;
     QStringList rest;
     rest.reserve(lines.size() - first);
     for (qsizetype i = first; i < lines.size(); ++i)
-        rest.append(lines[i].toString());
+        rest.append(bodyLine(i).toString());
     header.body = rest.join(u'\n');
     return header;
 }
@@ -188,7 +257,7 @@ std::optional<double> parseOrder(QStringView text)
     return value;
 }
 
-QString render(const Note& note)
+QString render(const Note& note, const QStringList& foreignHeader)
 {
     QString text;
     text.reserve(200 + note.body.size());
@@ -203,6 +272,11 @@ QString render(const Note& note)
     text += Key::direction + u": "_s + TextDirection::rawValue(note.textDirection);
     if (NoteText::hasCustomTitle(note))
         text += u'\n' + Key::title + u": "_s + foldedTitle(note.title);
+    for (const QString& line : foreignHeader) {
+        if (line.contains(u'\n') || line.endsWith(u'\r') || cutBlanks(line) == fence)
+            continue;
+        text += u'\n' + line;
+    }
     text += u'\n' + fence + u"\n\n"_s;
     text += Tasks::toMarkdown(note.body);
     return text;
@@ -212,37 +286,53 @@ Parsed parse(const QString& text, const QString& fallbackTitle)
 {
     Parsed result;
     Note& note = result.note;
-    QString body = text;
-    if (const auto header = splitHeader(text)) {
+    // A byte order mark some editors put first is no part of the text.
+    const QString unmarked = text.startsWith(QChar(0xFEFF)) ? text.sliced(1) : text;
+    QString body = unmarked;
+    if (const auto header = splitHeader(unmarked)) {
         body = header->body;
+        result.foreignHeader = header->foreign;
         for (const auto& [key, value] : header->pairs) {
             if (key == Key::id) {
                 if (!value.isEmpty()) {
                     note.id = value;
                     result.hasIdentity = true;
+                    result.declared.insert(key);
                 }
             } else if (key == Key::color) {
-                if (const auto color = parseColor(value))
+                if (const auto color = parseColor(value)) {
                     note.color = *color;
+                    result.declared.insert(key);
+                }
             } else if (key == Key::created) {
-                if (const auto date = IsoStamp::parse(value))
+                if (const auto date = IsoStamp::parse(value)) {
                     note.created = *date;
+                    result.declared.insert(key);
+                }
             } else if (key == Key::modified) {
-                if (const auto date = IsoStamp::parse(value))
+                if (const auto date = IsoStamp::parse(value)) {
                     note.modified = *date;
+                    result.declared.insert(key);
+                }
             } else if (key == Key::archived) {
                 note.archived = value == u"true"_s;
+                result.declared.insert(key);
             } else if (key == Key::pinned) {
                 note.pinned = value == u"true"_s;
+                result.declared.insert(key);
             } else if (key == Key::order) {
-                if (const auto order = parseOrder(value))
+                if (const auto order = parseOrder(value)) {
                     note.order = *order;
+                    result.declared.insert(key);
+                }
             } else if (key == Key::direction) {
                 // An unknown value resets to automatic rather than keeping an earlier line's.
                 note.textDirection =
                     TextDirection::fromRawValue(value).value_or(NoteTextDirection::Automatic);
+                result.declared.insert(key);
             } else if (key == Key::title) {
                 note.title = value;
+                result.declared.insert(key);
             }
         }
     }

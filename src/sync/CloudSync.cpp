@@ -71,6 +71,48 @@ QUuid adoptionID(const QString& fileName, const QString& body)
     return QUuid::createUuidV5(adoptionSpace, canonicalText(fileName) + QChar(0) + body);
 }
 
+// A document under the name the index knows, whose header another tool damaged, cut short or
+// wrote in a form we could not read, is still that note's document: its text is an edit of
+// the note, and what the header no longer says is kept from the note as it stands here.
+Note editOfKnownNote(const NoteDocument::Parsed& parsed, const QString& id,
+                     const std::optional<Note>& known)
+{
+    Note note = known.value_or(parsed.note);
+    note.id = id;
+    note.body = parsed.note.body;
+    const Note& said = parsed.note;
+    const auto says = [&](const QString& key) { return parsed.declared.contains(key); };
+    namespace Key = NoteDocument::Key;
+    if (says(Key::color))
+        note.color = said.color;
+    if (says(Key::created))
+        note.created = said.created;
+    if (says(Key::modified))
+        note.modified = said.modified;
+    if (says(Key::archived))
+        note.archived = said.archived;
+    if (says(Key::pinned))
+        note.pinned = said.pinned;
+    if (says(Key::order))
+        note.order = said.order;
+    if (says(Key::direction))
+        note.textDirection = said.textDirection;
+    if (says(Key::title)
+        || (!NoteText::hasCustomTitle(note) && NoteText::derivedTitle(note.body).isEmpty()))
+        note.title = said.title;
+    return note;
+}
+
+// The lines of other tools' keys in a document as it stands now, so that a rewrite keeps
+// them, also after a restart: the file itself is where they are kept.
+QStringList foreignHeaderOf(SyncFolderGateway& folder, const std::optional<QString>& name)
+{
+    if (!name)
+        return {};
+    const auto text = folder.read(*name);
+    return text ? NoteDocument::parse(*text, *name).foreignHeader : QStringList();
+}
+
 } // namespace
 
 CloudSync::CloudSync(SyncFolderGateway& folder, NoteStoring& store, Scheduler& scheduler,
@@ -297,8 +339,12 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
         auto parsed = NoteDocument::parse(*text, withoutExtension(name));
         // The index and the plan know ids in one form, whatever form the document spells.
         parsed.note.id = canonicalText(parsed.note.id);
+        const std::optional<QString> knownAs =
+            parsed.hasIdentity ? std::nullopt : syncIndex.idForFileName(name);
+        if (knownAs)
+            parsed.note = editOfKnownNote(parsed, *knownAs, store.note(*knownAs));
         pass->scanned.insert(name, parsed.note);
-        if (parsed.hasIdentity) {
+        if (parsed.hasIdentity || knownAs) {
             // A file renamed by hand keeps its date but not the name the entry knows, so
             // the restored entry could not be settled by name before the read.
             const auto* entry = syncIndex.entry(parsed.note.id);
@@ -452,7 +498,8 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
     if (old && *old != target && old->toLower() == target.toLower())
         target = *old;
     claimed().insert(target.toLower());
-    if (!folder.write(NoteDocument::render(*note), target))
+    const QStringList foreign = foreignHeaderOf(folder, old);
+    if (!folder.write(NoteDocument::render(*note, foreign), target))
         return false;
     if (old && *old != target) {
         folder.remove(*old);
@@ -512,7 +559,7 @@ void CloudSync::adopt(const QString& fileName)
     // again, under the same id.
     if (!store.absorb(note))
         return;
-    if (!folder.write(NoteDocument::render(note), fileName))
+    if (!folder.write(NoteDocument::render(note, foreignHeaderOf(folder, fileName)), fileName))
         return;
     pass->adopted.insert(fileName);
     syncIndex.record(note.id, fileName, note.modified,
