@@ -192,6 +192,8 @@ void CloudSync::block(Blocked reason)
     Q_EMIT blockedChanged();
 }
 
+CloudSync::Pass::Pass() = default;
+
 bool CloudSync::syncNow()
 {
     if (!enabled() || pass)

@@ -92,6 +92,9 @@ Q_SIGNALS:
 private:
     // What one pass knows while it runs.
     struct Pass {
+        // Out of line: inside the engine's own definition the members' defaults are not yet
+        // known, and some compilers then take a pass for not default-constructible.
+        Pass();
         FolderScan scan;
         // The notes parsed from the files read in this pass, by file name.
         QHash<QString, Note> scanned;
