@@ -128,7 +128,8 @@ private:
     // Makes sure the index speaks of the folder this pass looks at; false when the folder
     // cannot say which it is, and then the pass must not run.
     bool tieIndexToFolder();
-    void settleRestoredDates(const QList<Note>& notes);
+    // SyncPlan::contentHash, remembered per note until the note changes.
+    QByteArray localHash(const Note& note);
     QList<SyncPlan::RemoteFile> remoteFiles();
     QSet<QString> unresolvedNames(const QList<SyncPlan::RemoteFile>& remote) const;
     QList<SyncPlan::Action> hold(const QList<SyncPlan::Action>& planned);
@@ -165,4 +166,6 @@ private:
     // Files adopted in a pass whose write failed: the next attempt keeps the same new id,
     // so a retry replaces the note instead of making a second one.
     QHash<QString, QString> pendingAdoptions;
+    // Each note's content hash with the note it was taken from (see localHash).
+    QHash<QString, std::pair<Note, QByteArray>> hashes;
 };

@@ -3,16 +3,27 @@
 #include "notes/Note.h"
 #include "sync/CloudSyncIndex.h"
 
+#include <QByteArray>
 #include <QList>
 #include <QSet>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 // The reconciliation planner: everything known at one moment goes in, the ordered list of
 // actions that brings the notes and the folder together comes out. Pure: no clock, no file,
 // no store, no state; equal inputs give equal lists. All dates compare exactly.
+//
+// Whether a side changed is told by content, never by clocks: machines' clocks disagree, a
+// client may keep a sender's older file date, and an edit can share its second with the last
+// sync. Dates only decide which side wins when both changed.
 namespace SyncPlan {
+
+// What a note's document says, its dates left out: a hash (SHA-256) of the document the note
+// renders to with neither date, so that a pin, a colour or an archive alone is a change,
+// and a date moved by a pull or by another machine's clock is none.
+QByteArray contentHash(const Note& note);
 
 // One document as the sync sees it.
 struct RemoteFile {
@@ -24,6 +35,9 @@ struct RemoteFile {
     // past for a document without identity.
     Date declaredModified;
     Date fileModified;
+    // contentHash of the document as read in this pass; for a file not read because its date
+    // is the one the index holds, the index's hash. Absent when neither is known.
+    std::optional<QByteArray> contentHash = std::nullopt;
 
     // The later of the two dates; fileModified when they are equal.
     Date effectiveModified() const
@@ -71,8 +85,10 @@ struct Action {
 // remote: one entry per readable document, any order.
 // unresolved: names that exist in the folder but could not be read in this pass; their
 // notes are not taken for deleted.
+// hashOf: contentHash, or a caller's cache of it; asked only for notes that have a document.
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
-                      const QSet<QString>& unresolved, const CloudSyncIndex& index);
+                      const QSet<QString>& unresolved, const CloudSyncIndex& index,
+                      const std::function<QByteArray(const Note&)>& hashOf = contentHash);
 
 // The order and equality of names and ids: canonical (NFC) forms (canonicalText, the rule the
 // store finds ids by too), compared by Unicode scalar values. QString's own operator< compares
