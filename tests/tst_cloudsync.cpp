@@ -1236,6 +1236,57 @@ private Q_SLOTS:
             QVERIFY2(kept, qPrintable(line));
         }
     }
+
+    // An index saved before content hashes were kept loads, and costs one reading of each
+    // document: content that agrees is only recorded, a change made in the second of that
+    // index's last sync is carried, and after that an unchanged pass reads nothing.
+    void indexFromBeforeHashesLosesNothing_data()
+    {
+        QTest::addColumn<bool>("edited"); // here, in the second of the last sync
+        QTest::newRow("nothing changed: recorded only") << false;
+        QTest::newRow("an edit in the second of the last sync is kept") << true;
+    }
+    void indexFromBeforeHashesLosesNothing()
+    {
+        QFETCH(bool, edited);
+        const double second = nextWholeSecond();
+        advanceTo(second + 0.1);
+        const Note a = m->notes->create(u"first"_s, u"Plans"_s);
+        advanceTo(second + 0.2);
+        QVERIFY(m->engine->syncNow());
+        if (edited) {
+            advanceTo(second + 0.6);
+            m->notes->updateBody(a.id, u"second"_s);
+        }
+        m->restart();
+        const QString path = m->data.filePath(u"cloud-index.json"_s);
+        QJsonObject top = QJsonDocument::fromJson(TestFiles::read(path)).object();
+        QJsonObject entries = top.value(u"entries"_s).toObject();
+        QJsonObject entry = entries.value(a.id).toObject();
+        QVERIFY(entry.contains(u"contentHash"_s));
+        entry.remove(u"contentHash"_s);
+        entry.remove(u"fileStamp"_s);
+        entries.insert(a.id, entry);
+        top.insert(u"entries"_s, entries);
+        QVERIFY(TestFiles::write(path, QJsonDocument(top).toJson()));
+        m->restart();
+        clock.advance(2);
+        QVERIFY(m->engine->syncNow());
+        QStringList expected{u"reindex(%1, Plans.md)"_s.arg(a.id)};
+        if (edited)
+            expected = {u"conflict(%1, Plans.md, local)"_s.arg(a.id)};
+        QCOMPARE(plan(), expected.join(u"; "_s));
+        const QString body = edited ? u"second"_s : u"first"_s;
+        QCOMPARE(m->notes->note(a.id)->body, body);
+        QVERIFY(doc(u"Plans.md"_s).endsWith(body));
+        if (edited)
+            QVERIFY(conflictCopies(*m).contains(u"first"_s));
+        clock.advance(2);
+        const int reads = m->folder.reads;
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        QCOMPARE(m->folder.reads, reads);
+    }
 };
 
 QTEST_GUILESS_MAIN(TestCloudSync)
