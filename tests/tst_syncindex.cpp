@@ -34,6 +34,13 @@ private Q_SLOTS:
         QTest::newRow("a date with fractions") << R"({"entries": {"A": {"fileName": "a.md",
                  "syncedModified": "2026-03-14T09:26:53.5Z",
                  "fileModified": "2026-03-14T09:26:53Z"}}})"_ba;
+        QTest::newRow("a content hash that is not one") << R"({"entries": {"A": {"fileName": "a.md",
+                 "syncedModified": "2026-03-14T09:26:53Z", "contentHash": "zz",
+                 "fileModified": "2026-03-14T09:26:53Z"}}})"_ba;
+        QTest::newRow("an exact file date that is text")
+            << R"({"entries": {"A": {"fileName": "a.md",
+                 "syncedModified": "2026-03-14T09:26:53Z", "fileStamp": "soon",
+                 "fileModified": "2026-03-14T09:26:53Z"}}})"_ba;
         QTest::newRow("a file name that is a number") << R"({"entries": {"A": {"fileName": 3,
                  "syncedModified": "2026-03-14T09:26:53Z",
                  "fileModified": "2026-03-14T09:26:53Z"}}})"_ba;
@@ -45,20 +52,22 @@ private Q_SLOTS:
         QVERIFY(CloudSyncIndex::load(path, files).isEmpty());
     }
 
-    // Dates lose their fractions on the way, so after a reload a file date with a fraction
-    // reads as later than its entry; a second record of an id replaces all of it.
-    void savedIndexLoadsBackInWholeSecondsOrStaysAsItWas()
+    // The note's date loses its fraction on the way; the file's date and the content hash come
+    // back exactly, so that an unchanged file is still known after a restart. A second record
+    // of an id replaces all of it.
+    void savedIndexLoadsBackOrStaysAsItWas()
     {
         CloudSyncIndex index;
-        index.record(u"A"_s, u"Old.md"_s, Date{1}, Date{2});
-        index.record(u"A"_s, u"Plans.md"_s, Date{1773480413.75}, Date{1773480414.2});
+        const QByteArray hash = QByteArray(32, '\x5a');
+        index.record(u"A"_s, u"Old.md"_s, Date{1}, Date{2}, QByteArray(32, '\x01'));
+        index.record(u"A"_s, u"Plans.md"_s, Date{1773480413.75}, Date{1773480414.2}, hash);
         index.forget(u"unknown"_s);
         QVERIFY(index.save(path, files));
         const QByteArray text = TestFiles::read(path);
         const CloudSyncIndex back = CloudSyncIndex::load(path, files);
         QCOMPARE(back.size(), 1);
         QCOMPARE(*back.entry(u"A"_s), (CloudSyncIndex::Entry{u"Plans.md"_s, Date{1773480413.0},
-                                                             Date{1773480414.0}, true, true}));
+                                                             Date{1773480414.2}, hash}));
         QCOMPARE(back.idForFileName(u"Plans.md"_s), u"A"_s);
         QCOMPARE(back.idForFileName(u"plans.md"_s), std::nullopt);
         QCOMPARE(index.idForFileName(u"Old.md"_s), std::nullopt);
@@ -74,9 +83,10 @@ private Q_SLOTS:
                                     + Files::Result{ENOSPC}.description()});
         QCOMPARE(TestFiles::read(path), text);
     }
-    // The folder the entries belong to travels with them; an index from before folders were
-    // recorded keeps its entries and belongs to no folder, which the engine reads as a first
-    // sync; a folder record it cannot read spoils the whole index like a bad entry.
+    // The folder the entries belong to travels with them; an index from before folders and
+    // hashes were recorded keeps its entries, without hashes, and belongs to no folder, which the
+    // engine reads as a first sync; a folder record it cannot read spoils the whole index like a
+    // bad entry.
     void folderRecordLoadsBack()
     {
         CloudSyncIndex index;
@@ -90,6 +100,7 @@ private Q_SLOTS:
                  "fileModified": "2026-03-14T09:26:53Z"}}})"_ba));
         const CloudSyncIndex old = CloudSyncIndex::load(path, files);
         QCOMPARE(old.size(), 1);
+        QCOMPARE(old.entry(u"A"_s)->contentHash, std::nullopt);
         QCOMPARE(old.folder(), std::nullopt);
 
         QVERIFY(TestFiles::write(path, R"({"folder": {"path": "/home/me/Sync/Pondrift"},

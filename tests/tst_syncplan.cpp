@@ -21,6 +21,21 @@ RemoteFile file(const QString& name, std::optional<QString> id, double declared,
                       text ? std::optional(SyncPlan::textKey(*text)) : std::nullopt};
 }
 
+// The content of a note of this id holding this text, as a document would declare it.
+QByteArray content(const QString& id, const QString& text, bool pinned = false)
+{
+    return SyncPlan::contentHash(aNote().id(id).body(text).pinned(pinned));
+}
+
+// A document whose content is known: read in this pass, or unchanged since the entry.
+RemoteFile read(const QString& name, const QString& id, const QString& text, double declared,
+                double onDisk)
+{
+    RemoteFile f = file(name, id, declared, onDisk);
+    f.contentHash = content(id, text);
+    return f;
+}
+
 RemoteFile orphan(const QString& name, double onDisk = 6,
                   const std::optional<QString>& text = std::nullopt)
 {
@@ -45,6 +60,10 @@ class TestSyncPlan : public QObject {
     Q_OBJECT
 
     static Note note(const QString& id, double at) { return aNote().id(id).modified(t0 + at); }
+    static Note note(const QString& id, double at, const QString& text, bool pinned = false)
+    {
+        return aNote().id(id).body(text).pinned(pinned).modified(t0 + at);
+    }
 
 private Q_SLOTS:
     void rows_data()
@@ -64,18 +83,59 @@ private Q_SLOTS:
         QTest::newRow("first meeting, local later: conflict that the note wins")
             << Case{{note(a, 8)}, {file(u"a.md"_s, a, 5, 7)}, {}, {}}
             << u"conflict(A, a.md, local)"_s;
+        // Which side changed is told by content; dates only pick the winner of a conflict.
+        CloudSyncIndex agreed; // the last sync agreed on "v1", the file then dated 6
+        agreed.record(a, u"a.md"_s, Date{t0 + 5}, Date{t0 + 6}, content(a, u"v1"_s));
         QTest::newRow("only the note changed: push to the file it has")
-            << Case{{note(a, 9)}, {file(u"b.md"_s, a, 5, 6)}, {}, synced} << u"push(A, b.md)"_s;
+            << Case{{note(a, 9, u"v2"_s)}, {read(u"b.md"_s, a, u"v1"_s, 5, 6)}, {}, agreed}
+            << u"push(A, b.md)"_s;
+        QTest::newRow("a local edit dated before the last sync is pushed")
+            << Case{{note(a, 2, u"v2"_s)}, {read(u"a.md"_s, a, u"v1"_s, 5, 6)}, {}, agreed}
+            << u"push(A, a.md)"_s;
+        QTest::newRow("a pin alone is pushed")
+            << Case{{note(a, 5, u"v1"_s, true)}, {read(u"a.md"_s, a, u"v1"_s, 5, 6)}, {}, agreed}
+            << u"push(A, a.md)"_s;
         QTest::newRow("only the file changed: pull")
-            << Case{{note(a, 5)}, {file(u"a.md"_s, a, 5, 8)}, {}, synced} << u"pull(a.md)"_s;
-        QTest::newRow("both changed to the same moment: nothing")
-            << Case{{note(a, 8)}, {file(u"a.md"_s, a, 5, 8)}, {}, synced} << QString();
+            << Case{{note(a, 5, u"v1"_s)}, {read(u"a.md"_s, a, u"v2"_s, 5, 8)}, {}, agreed}
+            << u"pull(a.md)"_s;
+        QTest::newRow("a file arriving with an older date is pulled")
+            << Case{{note(a, 5, u"v1"_s)}, {read(u"a.md"_s, a, u"v2"_s, 1, 2)}, {}, agreed}
+            << u"pull(a.md)"_s;
+        QTest::newRow("a file whose date alone moved is only recorded")
+            << Case{{note(a, 5, u"v1"_s)}, {read(u"a.md"_s, a, u"v1"_s, 5, 8)}, {}, agreed}
+            << u"reindex(A, a.md)"_s;
+        QTest::newRow("a note whose date alone moved is no change")
+            << Case{{note(a, 9, u"v1"_s)}, {read(u"a.md"_s, a, u"v1"_s, 5, 6)}, {}, agreed}
+            << QString();
+        QTest::newRow("both changed to the same content: recorded only")
+            << Case{{note(a, 9, u"v2"_s)}, {read(u"a.md"_s, a, u"v2"_s, 5, 8)}, {}, agreed}
+            << u"reindex(A, a.md)"_s;
+        QTest::newRow("both changed at the same moment: a conflict, the file wins")
+            << Case{{note(a, 8, u"v2"_s)}, {read(u"a.md"_s, a, u"v3"_s, 5, 8)}, {}, agreed}
+            << u"conflict(A, a.md, remote)"_s;
         QTest::newRow("both changed, the note later: the note wins")
-            << Case{{note(a, 9)}, {file(u"a.md"_s, a, 5, 8)}, {}, synced}
+            << Case{{note(a, 9, u"v2"_s)}, {read(u"a.md"_s, a, u"v3"_s, 5, 8)}, {}, agreed}
             << u"conflict(A, a.md, local)"_s;
         QTest::newRow("both changed, a clock ahead elsewhere: the declared date wins")
-            << Case{{note(a, 9)}, {file(u"a.md"_s, a, 20, 8)}, {}, synced}
+            << Case{{note(a, 9, u"v2"_s)}, {read(u"a.md"_s, a, u"v3"_s, 20, 8)}, {}, agreed}
             << u"conflict(A, a.md, remote)"_s;
+        QTest::newRow("first meeting over equal content: recorded only")
+            << Case{{note(a, 9, u"v1"_s)}, {read(u"a.md"_s, a, u"v1"_s, 5, 7)}, {}, {}}
+            << u"reindex(A, a.md)"_s;
+        QTest::newRow("first meeting over other content at one date: a conflict")
+            << Case{{note(a, 7, u"v2"_s)}, {read(u"a.md"_s, a, u"v1"_s, 5, 7)}, {}, {}}
+            << u"conflict(A, a.md, remote)"_s;
+        // An entry saved before hashes were kept: content that agrees is recorded; content
+        // that differs where the dates see no change counts as changed on both sides.
+        QTest::newRow("an entry without hash over equal content is recorded")
+            << Case{{note(a, 9, u"v1"_s)}, {read(u"a.md"_s, a, u"v1"_s, 5, 8)}, {}, synced}
+            << u"reindex(A, a.md)"_s;
+        QTest::newRow("an entry without hash, a change in the second of the last sync")
+            << Case{{note(a, 5, u"v2"_s)}, {read(u"a.md"_s, a, u"v1"_s, 5, 6)}, {}, synced}
+            << u"conflict(A, a.md, remote)"_s;
+        QTest::newRow("an entry without hash, only the note dated later: push")
+            << Case{{note(a, 9, u"v2"_s)}, {read(u"a.md"_s, a, u"v1"_s, 5, 6)}, {}, synced}
+            << u"push(A, a.md)"_s;
         QTest::newRow("a document of a note deleted here is deleted")
             << Case{{}, {file(u"a.md"_s, a, 5, 6)}, {}, synced} << u"deleteRemote(a.md)"_s;
 

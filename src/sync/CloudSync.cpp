@@ -1,6 +1,5 @@
 #include "sync/CloudSync.h"
 
-#include "exchange/IsoStamp.h"
 #include "exchange/NoteDocument.h"
 #include "notes/NoteColor.h"
 #include "notes/NoteStoring.h"
@@ -239,7 +238,9 @@ bool CloudSync::syncNow()
 
     const QList<Note> notes = store.notes();
     vanished.expire(scheduler.now());
-    settleRestoredDates(notes);
+    // Hashes of notes deleted since are of no more use.
+    if (hashes.size() > 2 * notes.size() + 64)
+        hashes.clear();
 
     // The planner is pure: when the notes are the very list of the last quiet pass, the
     // index has not moved and the folder looks the same, it would plan nothing again. This
@@ -253,7 +254,8 @@ bool CloudSync::syncNow()
     const QList<SyncPlan::RemoteFile> remote = remoteFiles();
 
     const QList<Action> planned =
-        SyncPlan::actions(notes, remote, unresolvedNames(remote), syncIndex);
+        SyncPlan::actions(notes, remote, unresolvedNames(remote), syncIndex,
+                          [this](const Note& note) { return localHash(note); });
     const QList<Action> kept = hold(planned);
     for (const Action& action : kept)
         carryOut(action);
@@ -286,39 +288,6 @@ bool CloudSync::tieIndexToFolder()
     return true;
 }
 
-void CloudSync::settleRestoredDates(const QList<Note>& notes)
-{
-    // The index file keeps whole seconds while notes and files carry fractions. An entry
-    // read from disk whose whole second still matches stands for that exact date: settle it,
-    // so that a restart alone never looks like a change on either side.
-    if (syncIndex.coarseCount() == 0)
-        return;
-    QHash<QString, Date> modified;
-    modified.reserve(notes.size());
-    for (const Note& note : notes)
-        modified.insert(note.id, note.modified);
-    const QHash<QString, Date>& documents = pass->scan.documents;
-    QList<std::tuple<QString, std::optional<Date>, std::optional<Date>>> settled;
-    for (auto it = syncIndex.entries().cbegin(); it != syncIndex.entries().cend(); ++it) {
-        std::optional<Date> synced;
-        std::optional<Date> file;
-        if (it->coarseSynced) {
-            const auto m = modified.constFind(it.key());
-            if (m != modified.cend() && IsoStamp::wholeSecond(*m) == it->syncedModified)
-                synced = *m;
-        }
-        if (it->coarseFile) {
-            const auto d = documents.constFind(it->fileName);
-            if (d != documents.cend() && IsoStamp::wholeSecond(*d) == it->fileModified)
-                file = *d;
-        }
-        if (synced || file)
-            settled.append({it.key(), synced, file});
-    }
-    for (const auto& [id, synced, file] : settled)
-        syncIndex.refine(id, synced, file);
-}
-
 QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
 {
     const QHash<QString, Date>& documents = pass->scan.documents;
@@ -329,9 +298,10 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
         const Date date = it.value();
         if (const auto id = syncIndex.idForFileName(name)) {
             const auto* entry = syncIndex.entry(*id);
-            if (entry->fileModified == date) {
+            if (entry->fileModified == date && entry->contentHash) {
                 // Unchanged since the last sync: not read.
-                remote.append({name, *id, entry->syncedModified, date, std::nullopt});
+                remote.append(
+                    {name, *id, entry->syncedModified, date, std::nullopt, entry->contentHash});
                 continue;
             }
         }
@@ -347,16 +317,12 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
             parsed.note = editOfKnownNote(parsed, *knownAs, store.note(*knownAs));
         pass->scanned.insert(name, parsed.note);
         if (parsed.hasIdentity || knownAs) {
-            // A file renamed by hand keeps its date but not the name the entry knows, so
-            // the restored entry could not be settled by name before the read.
-            const auto* entry = syncIndex.entry(parsed.note.id);
-            if (entry && entry->coarseFile && IsoStamp::wholeSecond(date) == entry->fileModified)
-                syncIndex.refine(parsed.note.id, std::nullopt, date);
             remote.append({name, parsed.note.id, parsed.note.modified, date,
-                           SyncPlan::textKey(parsed.note.body)});
+                           SyncPlan::textKey(parsed.note.body),
+                           SyncPlan::contentHash(parsed.note)});
         } else {
             remote.append({name, std::nullopt, Date::distantPast(), date,
-                           SyncPlan::textKey(parsed.note.body)});
+                           SyncPlan::textKey(parsed.note.body), std::nullopt});
         }
     }
     return remote;
@@ -508,7 +474,7 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
         claimed().remove(old->toLower());
     }
     syncIndex.record(noteID, target, note->modified,
-                     folder.modificationDate(target).value_or(scheduler.now()));
+                     folder.modificationDate(target).value_or(scheduler.now()), localHash(*note));
     return true;
 }
 
@@ -528,7 +494,10 @@ void CloudSync::pull(const QString& fileName)
     // deleted here, and its document would go.
     if (!store.absorb(note))
         return;
-    syncIndex.record(note.id, fileName, note.modified, *date);
+    // The note as kept stands for the document: values made safe are not a local change to
+    // write back, and the file is read again only when it changes.
+    const std::optional<Note> kept = store.note(note.id);
+    syncIndex.record(note.id, fileName, note.modified, *date, localHash(kept ? *kept : note));
 }
 
 void CloudSync::reindex(const QString& noteID, const QString& fileName)
@@ -536,7 +505,7 @@ void CloudSync::reindex(const QString& noteID, const QString& fileName)
     const auto note = store.note(noteID);
     const auto date = folder.modificationDate(fileName);
     if (note && date)
-        syncIndex.record(noteID, fileName, note->modified, *date);
+        syncIndex.record(noteID, fileName, note->modified, *date, localHash(*note));
 }
 
 void CloudSync::adopt(const QString& fileName)
@@ -565,7 +534,7 @@ void CloudSync::adopt(const QString& fileName)
         return;
     pass->adopted.insert(fileName);
     syncIndex.record(note.id, fileName, note.modified,
-                     folder.modificationDate(fileName).value_or(*date));
+                     folder.modificationDate(fileName).value_or(*date), localHash(note));
 }
 
 void CloudSync::deleteLocal(const QString& noteID)
@@ -599,6 +568,18 @@ void CloudSync::discard(const QString& fileName)
     if (folder.remove(fileName))
         Log::cloud(u"removed "_s + fileName,
                    u"a sync client's copy of a note with the same text"_s);
+}
+
+QByteArray CloudSync::localHash(const Note& note)
+{
+    // Rendering every note on every planned pass would cost more than the listing; a note
+    // that has not changed since its hash was taken has the same hash.
+    auto it = hashes.find(note.id);
+    if (it != hashes.end() && it->first == note)
+        return it->second;
+    QByteArray hash = SyncPlan::contentHash(note);
+    hashes.insert(note.id, {note, hash});
+    return hash;
 }
 
 std::optional<QString> CloudSync::idOfDocument(const QString& fileName) const

@@ -131,7 +131,8 @@ private:
     // Makes sure the index speaks of the folder this pass looks at; false when the folder
     // cannot say which it is, and then the pass must not run.
     bool tieIndexToFolder();
-    void settleRestoredDates(const QList<Note>& notes);
+    // SyncPlan::contentHash, remembered per note until the note changes.
+    QByteArray localHash(const Note& note);
     QList<SyncPlan::RemoteFile> remoteFiles();
     QSet<QString> unresolvedNames(const QList<SyncPlan::RemoteFile>& remote) const;
     QList<SyncPlan::Action> hold(const QList<SyncPlan::Action>& planned);
@@ -166,4 +167,6 @@ private:
     DeletionBrake brake;
     VanishedNotes vanished{undoHold};
     Blocked blockedBy = Blocked::None;
+    // Each note's content hash with the note it was taken from (see localHash).
+    QHash<QString, std::pair<Note, QByteArray>> hashes;
 };

@@ -8,6 +8,8 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include <cmath>
+
 using namespace Qt::Literals::StringLiterals;
 
 CloudSyncIndex CloudSyncIndex::load(const QString& path, Files& files)
@@ -47,14 +49,24 @@ std::optional<CloudSyncIndex> CloudSyncIndex::decode(const QByteArray& data)
         if (!name.isString() || !synced.isString() || !fileDate.isString())
             return std::nullopt;
         const auto syncedDate = IsoStamp::parse(synced.toString());
-        const auto fileModified = IsoStamp::parse(fileDate.toString());
+        auto fileModified = IsoStamp::parse(fileDate.toString());
         if (!syncedDate || !fileModified)
             return std::nullopt;
-        index.record(it.key(), name.toString(), *syncedDate, *fileModified);
-        Entry& entry = index.table[it.key()];
-        entry.coarseSynced = true;
-        entry.coarseFile = true;
-        ++index.coarse;
+        // Entries saved before the exact date and the hash were kept load without them.
+        if (const QJsonValue exact = e.value(u"fileStamp"_s); !exact.isUndefined()) {
+            if (!exact.isDouble() || !std::isfinite(exact.toDouble()))
+                return std::nullopt;
+            fileModified = Date{exact.toDouble()};
+        }
+        std::optional<QByteArray> hash;
+        if (const QJsonValue content = e.value(u"contentHash"_s); !content.isUndefined()) {
+            if (!content.isString())
+                return std::nullopt;
+            hash = QByteArray::fromHex(content.toString().toLatin1());
+            if (hash->size() != 32 || hash->toHex() != content.toString().toLatin1())
+                return std::nullopt;
+        }
+        index.record(it.key(), name.toString(), *syncedDate, *fileModified, std::move(hash));
     }
     return index;
 }
@@ -63,11 +75,15 @@ QByteArray CloudSyncIndex::encode() const
 {
     QJsonObject entries;
     for (auto it = table.cbegin(); it != table.cend(); ++it) {
-        entries.insert(it.key(), QJsonObject{
-                                     {u"fileModified"_s, IsoStamp::format(it->fileModified)},
-                                     {u"fileName"_s, it->fileName},
-                                     {u"syncedModified"_s, IsoStamp::format(it->syncedModified)},
-                                 });
+        QJsonObject entry{
+            {u"fileModified"_s, IsoStamp::format(it->fileModified)},
+            {u"fileName"_s, it->fileName},
+            {u"fileStamp"_s, it->fileModified.seconds},
+            {u"syncedModified"_s, IsoStamp::format(it->syncedModified)},
+        };
+        if (it->contentHash)
+            entry.insert(u"contentHash"_s, QString::fromLatin1(it->contentHash->toHex()));
+        entries.insert(it.key(), entry);
     }
     QJsonObject top{{u"entries"_s, entries}};
     if (tiedTo)
@@ -103,11 +119,11 @@ std::optional<QString> CloudSyncIndex::idForFileName(const QString& name) const
 }
 
 void CloudSyncIndex::record(const QString& noteID, const QString& fileName, Date noteModified,
-                            Date fileModified)
+                            Date fileModified, std::optional<QByteArray> contentHash)
 {
     forget(noteID);
     ++changes;
-    table.insert(noteID, Entry{fileName, noteModified, fileModified});
+    table.insert(noteID, Entry{fileName, noteModified, fileModified, std::move(contentHash)});
     byFileName.insert(fileName, noteID);
 }
 
@@ -124,8 +140,6 @@ void CloudSyncIndex::forget(const QString& noteID)
         return;
     ++changes;
     byFileName.remove(it->fileName, noteID);
-    if (it->coarseSynced || it->coarseFile)
-        --coarse;
     table.erase(it);
 }
 
@@ -134,25 +148,4 @@ void CloudSyncIndex::forgetAll()
     ++changes;
     table.clear();
     byFileName.clear();
-    coarse = 0;
-}
-
-void CloudSyncIndex::refine(const QString& noteID, std::optional<Date> syncedModified,
-                            std::optional<Date> fileModified)
-{
-    const auto it = table.find(noteID);
-    if (it == table.end())
-        return;
-    ++changes;
-    const bool wasCoarse = it->coarseSynced || it->coarseFile;
-    if (syncedModified) {
-        it->syncedModified = *syncedModified;
-        it->coarseSynced = false;
-    }
-    if (fileModified) {
-        it->fileModified = *fileModified;
-        it->coarseFile = false;
-    }
-    if (wasCoarse && !it->coarseSynced && !it->coarseFile)
-        --coarse;
 }

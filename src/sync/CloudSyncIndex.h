@@ -11,22 +11,21 @@
 class Files;
 
 // This machine's memory of the last agreement between each note and its document: which file
-// it lives in and both dates as they stood at that sync. It is what tells a new note from a
-// deleted one and a changed file from an unchanged one. It lives beside the database, never
-// in the synced folder.
+// it lives in, both dates as they stood at that sync, and a hash of the document's content
+// then. It is what tells a new note from a deleted one and a changed file from an unchanged
+// one. It lives beside the database, never in the synced folder.
 //
-// On disk the dates have whole seconds only; in memory they keep their fractions until the
-// next load. Dates read from disk are marked coarse, so that the engine can match them
-// against dates that still carry fractions (see CloudSync).
+// The file's date is kept exactly (beside its whole-second form), so that after a restart an
+// unchanged file is still known as unchanged without being read.
 class CloudSyncIndex {
 public:
     struct Entry {
         QString fileName;
         Date syncedModified; // the note's modified when last synced
         Date fileModified;   // the file's modification date when last synced
-        // Read from disk and not yet settled: the date was cut to its whole second on the way.
-        bool coarseSynced = false;
-        bool coarseFile = false;
+        // The content of the document as last written or read (SyncPlan::contentHash); absent
+        // in entries saved before hashes were kept, whose content must be compared afresh.
+        std::optional<QByteArray> contentHash;
 
         friend bool operator==(const Entry&, const Entry&) = default;
     };
@@ -57,8 +56,6 @@ public:
     const Entry* entry(const QString& noteID) const;
     bool isEmpty() const { return table.isEmpty(); }
     qsizetype size() const { return table.size(); }
-    // Entries with a date still cut to whole seconds by the last load.
-    qsizetype coarseCount() const { return coarse; }
     // Moves on with every change, so that a caller can tell that nothing changed.
     quint64 revision() const { return changes; }
 
@@ -72,12 +69,9 @@ public:
     std::optional<QString> idForFileName(const QString& name) const;
     // Replaces the whole entry for the id, file name included.
     void record(const QString& noteID, const QString& fileName, Date noteModified,
-                Date fileModified);
+                Date fileModified, std::optional<QByteArray> contentHash = std::nullopt);
     void forget(const QString& noteID);
     void forgetAll();
-    // Settles a coarse date of an entry to the exact value it stands for, without a new sync.
-    void refine(const QString& noteID, std::optional<Date> syncedModified,
-                std::optional<Date> fileModified);
 
     friend bool operator==(const CloudSyncIndex& a, const CloudSyncIndex& b)
     {
@@ -89,6 +83,5 @@ private:
     std::optional<Folder> tiedTo;
     // fileName -> ids, so that looking up every scanned name stays linear in the folder.
     QMultiHash<QString, QString> byFileName;
-    qsizetype coarse = 0;
     quint64 changes = 0;
 };

@@ -1,5 +1,6 @@
 #include "sync/SyncPlan.h"
 
+#include "exchange/NoteDocument.h"
 #include "sync/ClientConflicts.h"
 
 #include <QCryptographicHash>
@@ -103,6 +104,15 @@ QString Action::toString() const
     return {};
 }
 
+QByteArray contentHash(const Note& note)
+{
+    Note undated = note;
+    undated.created = Date{};
+    undated.modified = Date{};
+    return QCryptographicHash::hash(NoteDocument::render(undated).toUtf8(),
+                                    QCryptographicHash::Sha256);
+}
+
 QString canonical(const QString& text) { return canonicalText(text); }
 
 QByteArray textKey(const QString& body)
@@ -168,7 +178,8 @@ bool isNewer(const RemoteFile& a, const RemoteFile& b)
 } // namespace
 
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
-                      const QSet<QString>& unresolved, const CloudSyncIndex& index)
+                      const QSet<QString>& unresolved, const CloudSyncIndex& index,
+                      const std::function<QByteArray(const Note&)>& hashOf)
 {
     QSet<QString> canonicalUnresolved;
     canonicalUnresolved.reserve(unresolved.size());
@@ -331,22 +342,52 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         }
         const RemoteFile& r = remote[w.value() - 1];
         const bool localWins = note.modified > r.effectiveModified();
+        const QByteArray here = hashOf(note);
+        const bool sameContent = r.contentHash && *r.contentHash == here;
         if (!entry) {
-            if (note.modified == r.declaredModified)
+            // First meeting: equal content needs only an entry; differing content keeps the
+            // loser as a copy, whatever the dates say.
+            if (sameContent)
+                result.append(Action::reindex(note.id, r.fileName));
+            else if (r.contentHash)
+                result.append(Action::conflict(note.id, r.fileName, localWins));
+            else if (note.modified == r.declaredModified)
                 result.append(Action::reindex(note.id, r.fileName));
             else if (note.modified != r.effectiveModified())
                 result.append(Action::conflict(note.id, r.fileName, localWins));
             continue;
         }
-        const bool localChanged = note.modified > entry->syncedModified;
-        const bool remoteChanged = r.fileModified > entry->fileModified;
+        const bool stampMoved = r.fileModified != entry->fileModified;
+        bool localChanged = false;
+        bool remoteChanged = false;
+        if (entry->contentHash) {
+            localChanged = here != *entry->contentHash;
+            remoteChanged = stampMoved && r.contentHash && *r.contentHash != *entry->contentHash;
+        } else if (sameContent) {
+            // An entry from before hashes were kept, over content that agrees: record it.
+            result.append(Action::reindex(note.id, r.fileName));
+            continue;
+        } else {
+            // An entry from before hashes, over content that differs: the dates' rule once,
+            // and when it sees no change where the content shows one, both sides count as
+            // changed so that the loser is kept.
+            localChanged = note.modified > entry->syncedModified;
+            remoteChanged = stampMoved;
+            if (!localChanged && !remoteChanged && r.contentHash)
+                localChanged = remoteChanged = true;
+        }
         if (localChanged && remoteChanged) {
-            if (note.modified != r.effectiveModified())
+            if (sameContent)
+                result.append(Action::reindex(note.id, r.fileName));
+            else
                 result.append(Action::conflict(note.id, r.fileName, localWins));
         } else if (localChanged) {
             result.append(Action::push(note.id, r.fileName));
         } else if (remoteChanged) {
             result.append(Action::pull(r.fileName));
+        } else if (stampMoved && r.contentHash) {
+            // Touched, not changed: remember the new date so that the file is not read again.
+            result.append(Action::reindex(note.id, r.fileName));
         }
     }
 

@@ -8,12 +8,22 @@
 #include <QSet>
 #include <QString>
 
+#include <functional>
 #include <optional>
 
 // The reconciliation planner: everything known at one moment goes in, the ordered list of
 // actions that brings the notes and the folder together comes out. Pure: no clock, no file,
 // no store, no state; equal inputs give equal lists. All dates compare exactly.
+//
+// Whether a side changed is told by content, never by clocks: machines' clocks disagree, a
+// client may keep a sender's older file date, and an edit can share its second with the last
+// sync. Dates only decide which side wins when both changed.
 namespace SyncPlan {
+
+// What a note's document says, its dates left out: a hash (SHA-256) of the document the note
+// renders to with neither date, so that a pin, a colour or an archive alone is a change,
+// and a date moved by a pull or by another machine's clock is none.
+QByteArray contentHash(const Note& note);
 
 // One document as the sync sees it.
 struct RemoteFile {
@@ -28,6 +38,9 @@ struct RemoteFile {
     // textKey of the text the document holds, for a document read in this pass; absent for
     // one not read. Tells a copy of a note's text from a note of its own.
     std::optional<QByteArray> textKey;
+    // contentHash of the document as read in this pass; for a file not read because its date
+    // is the one the index holds, the index's hash. Absent when neither is known.
+    std::optional<QByteArray> contentHash = std::nullopt;
 
     // The later of the two dates; fileModified when they are equal.
     Date effectiveModified() const
@@ -88,8 +101,10 @@ struct Action {
 //   that note renamed elsewhere, the removal of its old name not here yet: nothing is done
 //   with it until the old name is gone, and then it is the note's document.
 // A document sent to adoption is not pulled as well.
+// hashOf: contentHash, or a caller's cache of it; asked only for notes that have a document.
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
-                      const QSet<QString>& unresolved, const CloudSyncIndex& index);
+                      const QSet<QString>& unresolved, const CloudSyncIndex& index,
+                      const std::function<QByteArray(const Note&)>& hashOf = contentHash);
 
 // What two texts are compared by: equal keys, equal text. A note's body and a document read
 // into a note give equal keys for equal text.
