@@ -5,6 +5,7 @@
 #include "support/NoteBuilder.h"
 #include "support/SyncMachine.h"
 #include "support/TestFiles.h"
+#include "sync/DocumentNames.h"
 
 #include <QDir>
 #include <QFile>
@@ -141,6 +142,49 @@ private Q_SLOTS:
         QVERIFY(m->engine->syncNow());
         QVERIFY(!m->notes->note(a.id));
         QCOMPARE(QDir(m->trash.folder()).entryList({u"*.md"_s}, QDir::Files).size(), 1);
+    }
+
+    // The sync client puts the other machine's version in place after this pass's scan and
+    // before its write: the write must not go over it, and the next pass keeps both texts.
+    void aWriteNeverGoesOverAFileReplacedSinceTheScan()
+    {
+        const Note a = m->notes->create(u"original"_s, u"Plans"_s);
+        QVERIFY(m->engine->syncNow());
+        clock.advance(5);
+        m->notes->updateBody(a.id, u"ours"_s);
+        const QString theirs = doc(u"Plans.md"_s).replace(u"original"_s, u"theirs"_s);
+        bool replaced = false;
+        m->folder.onNextRead = [&](const QString& name) {
+            if (name != u"Plans.md"_s)
+                return;
+            QVERIFY(TestFiles::write(m->file(name), theirs.toUtf8()));
+            m->folder.stamp(m->file(name));
+            replaced = true;
+        };
+        m->engine->syncNow();
+        QVERIFY(replaced);
+        QCOMPARE(doc(u"Plans.md"_s), theirs);
+
+        clock.advance(5);
+        QVERIFY(m->engine->syncNow());
+        QStringList texts;
+        for (const Note& note : m->notes->notes())
+            texts << note.body;
+        for (const QString& name : m->names())
+            texts << NoteDocument::parse(doc(name), {}).note.body;
+        for (const QString& name : m->names(DocumentNames::conflictsFolder))
+            texts << NoteDocument::parse(QString::fromUtf8(TestFiles::read(m->file(
+                                             DocumentNames::conflictsFolder + u'/' + name))),
+                                         {})
+                         .note.body;
+        // A conflict copy carries its note's title above the text.
+        const auto kept = [&](const QString& text) {
+            return std::any_of(texts.cbegin(), texts.cend(), [&](const QString& t) {
+                return t == text || t.endsWith(u"\n"_s + text);
+            });
+        };
+        QVERIFY2(kept(u"ours"_s), qPrintable(texts.join(u" | "_s)));
+        QVERIFY2(kept(u"theirs"_s), qPrintable(texts.join(u" | "_s)));
     }
 
     // An unchanged document is not read again; one renamed by hand keeps its note, and its

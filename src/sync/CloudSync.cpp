@@ -440,6 +440,15 @@ void CloudSync::carryOut(const Action& action)
     }
 }
 
+bool CloudSync::changedSinceScan(const QString& name)
+{
+    const auto seen = pass->scan.documents.constFind(name);
+    const std::optional<Date> now = folder.modificationDate(name);
+    if (seen == pass->scan.documents.cend())
+        return now.has_value();
+    return now != *seen;
+}
+
 bool CloudSync::push(const QString& noteID, const std::optional<QString>& existingFileName)
 {
     const auto note = store.note(noteID);
@@ -467,6 +476,13 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
         target = *old;
     claimed().insert(target.toLower());
     const QStringList foreign = foreignHeaderOf(folder, old);
+    // A sync client may have put another machine's version in place since this pass looked;
+    // writing now would lose it without a copy anywhere. The next pass sees both changes.
+    if (changedSinceScan(target)) {
+        Log::cloud(u"not writing "_s + target,
+                   u"it changed since this pass looked; the next pass decides again"_s);
+        return false;
+    }
     if (!folder.write(NoteDocument::render(*note, foreign), target))
         return false;
     if (old && *old != target) {

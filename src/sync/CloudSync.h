@@ -131,6 +131,8 @@ private:
     // Makes sure the index speaks of the folder this pass looks at; false when the folder
     // cannot say which it is, and then the pass must not run.
     bool tieIndexToFolder();
+    // The document is not as this pass's scan saw it: replaced, made or removed since.
+    bool changedSinceScan(const QString& name);
     // SyncPlan::contentHash, remembered per note until the note changes.
     QByteArray localHash(const Note& note);
     QList<SyncPlan::RemoteFile> remoteFiles();

@@ -51,6 +51,8 @@ void ClockedFolder::stamp(const QString& filePath)
 
 std::optional<QString> ClockedFolder::read(const QString& name)
 {
+    if (const auto hook = std::exchange(onNextRead, nullptr))
+        hook(name);
     ++reads;
     return folder.read(name);
 }

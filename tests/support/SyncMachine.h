@@ -75,6 +75,9 @@ public:
     // The disk under the folder, with faults on demand.
     FaultyFiles files;
     int reads = 0;
+    // Runs once, the next time the engine reads a document, before the read: what a sync
+    // client does between a pass's scan and its writes.
+    std::function<void(const QString& name)> onNextRead;
 
 private:
     CloudFolder folder{[this] { return rootPath; }, files, [this] { return clock.now(); }};
