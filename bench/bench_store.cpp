@@ -7,6 +7,7 @@
 // can: bench_launch measures the launch itself, a fresh process per run.
 //
 //   bench_store --benchmark_filter=load     (the ratio to watch: Store over bare, same N)
+#include "BareRead.h"
 #include "notes/Crypto.h"
 #include "notes/Store.h"
 #include "platform/qt/QtFiles.h"
@@ -115,34 +116,13 @@ void loadBare(benchmark::State& state)
         QString title;
         QString body;
     };
-    const auto text = [](sqlite3_stmt* s, int column) {
-        return QString::fromUtf8(reinterpret_cast<const char*>(sqlite3_column_text(s, column)),
-                                 sqlite3_column_bytes(s, column));
-    };
     for (auto _ : state) {
         QList<Row> rows;
-        sqlite3_stmt* s = nullptr;
-        sqlite3_prepare_v2(db,
-                           "SELECT id,title,body,color,created,modified,archived,sort_order,pinned,"
-                           "text_direction FROM notes ORDER BY sort_order ASC;",
-                           -1, &s, nullptr);
-        while (sqlite3_step(s) == SQLITE_ROW) {
-            const auto* body = static_cast<const unsigned char*>(sqlite3_column_blob(s, 2));
-            const int size = sqlite3_column_bytes(s, 2);
-            const int length = size - 28;
-            unsigned char tag[16];
-            std::copy(body + 12 + length, body + size, tag);
-            int n = 0;
-            int m = 0;
-            EVP_DecryptInit_ex(ctx, nullptr, nullptr, nullptr, body);
-            EVP_DecryptUpdate(ctx, plain.data(), &n, body + 12, length);
-            EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, 16, tag);
-            if (EVP_DecryptFinal_ex(ctx, plain.data() + n, &m) != 1)
-                state.SkipWithError("a body did not open");
-            rows.append(Row{text(s, 0), text(s, 1),
-                            QString::fromUtf8(reinterpret_cast<const char*>(plain.data()), n + m)});
-        }
-        sqlite3_finalize(s);
+        const bool opened = BareRead::eachNote(db, ctx, plain, [&](sqlite3_stmt* s, QString body) {
+            rows.append(Row{BareRead::text(s, 0), BareRead::text(s, 1), std::move(body)});
+        });
+        if (!opened)
+            state.SkipWithError("a body did not open");
         benchmark::DoNotOptimize(rows.data());
     }
     EVP_CIPHER_CTX_free(ctx);

@@ -12,6 +12,7 @@
 // the UTF-16 length of all their texts, so that the caller sees that each way read the same
 // library. Then it ends as a program does, freeing what it holds. Errors go to standard
 // error with a non-zero exit.
+#include "BareRead.h"
 #include "images/ImageStore.h"
 #include "notes/NoteStore.h"
 #include "notes/Store.h"
@@ -64,12 +65,6 @@ struct Row {
     std::exit(1);
 }
 
-QString text(sqlite3_stmt* s, int column)
-{
-    const auto* utf8 = reinterpret_cast<const char*>(sqlite3_column_text(s, column));
-    return QString::fromUtf8(utf8, sqlite3_column_bytes(s, column));
-}
-
 QList<Row> loadBare(const QString& dbPath, const QString& keyPath)
 {
     QFile keyFile(keyPath);
@@ -90,35 +85,14 @@ QList<Row> loadBare(const QString& dbPath, const QString& keyPath)
 
     QList<Row> rows;
     std::vector<unsigned char> plain(4096);
-    sqlite3_stmt* s = nullptr;
-    sqlite3_prepare_v2(db,
-                       "SELECT id,title,body,color,created,modified,archived,sort_order,pinned,"
-                       "text_direction FROM notes ORDER BY sort_order ASC;",
-                       -1, &s, nullptr);
-    while (sqlite3_step(s) == SQLITE_ROW) {
-        const auto* body = static_cast<const unsigned char*>(sqlite3_column_blob(s, 2));
-        const int size = sqlite3_column_bytes(s, 2);
-        if (!body || size < 28)
-            fail("a body is too short");
-        const int length = size - 28;
-        if (plain.size() < static_cast<size_t>(length))
-            plain.resize(static_cast<size_t>(length));
-        unsigned char tag[16];
-        std::copy(body + 12 + length, body + size, tag);
-        int n = 0;
-        int m = 0;
-        EVP_DecryptInit_ex(ctx, nullptr, nullptr, nullptr, body);
-        EVP_DecryptUpdate(ctx, plain.data(), &n, body + 12, length);
-        EVP_CIPHER_CTX_ctrl(ctx, EVP_CTRL_GCM_SET_TAG, 16, tag);
-        if (EVP_DecryptFinal_ex(ctx, plain.data() + n, &m) != 1)
-            fail("a body does not open");
-        rows.append(Row{text(s, 0), text(s, 1),
-                        QString::fromUtf8(reinterpret_cast<const char*>(plain.data()), n + m),
+    const bool opened = BareRead::eachNote(db, ctx, plain, [&](sqlite3_stmt* s, QString body) {
+        rows.append(Row{BareRead::text(s, 0), BareRead::text(s, 1), std::move(body),
                         sqlite3_column_int64(s, 3), sqlite3_column_double(s, 4),
                         sqlite3_column_double(s, 5), sqlite3_column_int64(s, 6) != 0,
                         sqlite3_column_double(s, 7), sqlite3_column_int64(s, 8) != 0});
-    }
-    sqlite3_finalize(s);
+    });
+    if (!opened)
+        fail("a body does not open");
     EVP_CIPHER_CTX_free(ctx);
     sqlite3_close_v2(db);
     return rows;
