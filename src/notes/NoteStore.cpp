@@ -91,7 +91,10 @@ qsizetype NoteStore::indexOf(const QString& id) const
             return i;
     }
     // The same id in another Unicode form (a document another program rewrote) is the same
-    // note; ids are nearly always ASCII, so this second look is rare and cheap.
+    // note. An id of plain ASCII has no other form, and it was looked for above: a new note's
+    // id, the common miss, costs no second walk.
+    if (std::all_of(id.cbegin(), id.cend(), [](QChar c) { return c.unicode() < 0x80; }))
+        return -1;
     const QString wanted = canonicalText(id);
     for (qsizetype i = 0; i < allNotes.size(); ++i) {
         if (canonicalText(allNotes.at(i).id) == wanted)
