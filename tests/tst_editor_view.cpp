@@ -61,311 +61,301 @@ bool hidden(NoteTextView& view, qsizetype position)
 class EditorViewTest : public QObject {
     Q_OBJECT
 
-private Q_SLOTS:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-    void typingThenUndoRestoresTheTextAndNeverAStyle();
-    void taskLines_data();
-    void taskLines();
-    void clicksFlipBoxesPlaceTheCaretAndOpenOnlyWebLinks();
-    void findCountsAndWraps();
-    void picturesComeInOnLinesOfTheirOwn();
-    void picturesTakeTheirSizeAndTheirLinesRoom();
-    void aPictureGoesOnlyWhenSeenAndResizesAsOneEdit();
-
-private:
-    QString makeImage(int width, int height);
-    std::unique_ptr<NoteTextView> makeView(const QString& text, bool markdown = true);
-
     QTemporaryDir dir;
     QtFiles files;
     ImageStore images{dir.filePath(u"Images"_s), files};
     RecordingDesktop desktop;
     EditorBridge bridge;
-};
 
-QString EditorViewTest::makeImage(int width, int height)
-{
-    QImage image(width, height, QImage::Format_ARGB32);
-    image.fill(QColor(40, 120, 200));
-    return images.save(image).value_or(QString());
-}
-
-std::unique_ptr<NoteTextView> EditorViewTest::makeView(const QString& text, bool markdown)
-{
-    auto view =
-        std::make_unique<NoteTextView>(text, configuration(markdown), &bridge, desktop, images);
-    view->resize(420, 500);
-    view->show();
-    return QTest::qWaitForWindowExposed(view.get()) ? std::move(view) : nullptr;
-}
-
-void EditorViewTest::typingThenUndoRestoresTheTextAndNeverAStyle()
-{
-    const QString original = u"# Title\n**bold** and *it*\nplain"_s;
-    auto view = makeView(original);
-    QVERIFY(view);
-    // Moving between lines restyles them, and none of it is an edit.
-    for (qsizetype position : {0, 10, 30, 3})
-        placeCaret(*view, position);
-    QVERIFY(!view->document()->isUndoAvailable() && !view->document()->isModified());
-
-    placeCaret(*view, 16); // after "**bold**"
-    QTest::keyClicks(view.get(), u" **x** y"_s);
-    QTest::keyClick(view.get(), Qt::Key_Return);
-    QTest::keyClicks(view.get(), u"~~z~~"_s);
-    QCOMPARE(view->text(), u"# Title\n**bold** **x** y\n~~z~~ and *it*\nplain"_s);
-    for (int steps = 0; view->document()->isUndoAvailable() && steps < 100; ++steps) {
-        const QString before = view->text();
-        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-        QVERIFY2(view->text() != before, "an undo step changed nothing: styling was recorded");
+    QString makeImage(int width, int height)
+    {
+        QImage image(width, height, QImage::Format_ARGB32);
+        image.fill(QColor(40, 120, 200));
+        return images.save(image).value_or(QString());
     }
-    QCOMPARE(view->text(), original);
-    QVERIFY(!view->document()->isModified());
-}
 
-void EditorViewTest::taskLines_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("caret");
-    QTest::addColumn<bool>("toggle"); // the bridge's toggle, else Return
-    QTest::addColumn<QString>("expected");
-    QTest::addColumn<int>("expectedCaret");
-    // clang-format off
-    QTest::newRow("Return on a task with text continues with a fresh open box") << u"\u2610 buy milk"_s << 10 << false << u"\u2610 buy milk\n\u2610 "_s << 13;
-    QTest::newRow("Return on a done task continues with an open box too") << u"\u2611 done\nnext"_s << 6 << false << u"\u2611 done\n\u2610 \nnext"_s << 9;
-    QTest::newRow("Return on a bare box ends the list") << u"\u2610 a\n\u2610 "_s << 6 << false << u"\u2610 a\n"_s << 4;
-    QTest::newRow("Return on a bare box mid-note takes its line break too") << u"\u2610 \nafter"_s << 2 << false << u"after"_s << 0;
-    QTest::newRow("Return on a plain line gives a plain break") << u"- item"_s << 6 << false << u"- item\n"_s << 7;
-    QTest::newRow("toggling a plain line gives it a box") << u"milk"_s << 2 << true << u"\u2610 milk"_s << 4;
-    QTest::newRow("toggling the empty last line gives it a box") << u"a\n"_s << 2 << true << u"a\n\u2610 "_s << 4;
-    QTest::newRow("toggling a done line takes its box and blank") << u"\u2611 done\nx"_s << 3 << true << u"done\nx"_s << 1;
-    QTest::newRow("toggling a box without a blank takes one character") << u"\u2610x"_s << 1 << true << u"x"_s << 0;
-    // clang-format on
-}
+    std::unique_ptr<NoteTextView> makeView(const QString& text, bool markdown = true)
+    {
+        auto view =
+            std::make_unique<NoteTextView>(text, configuration(markdown), &bridge, desktop, images);
+        view->resize(420, 500);
+        view->show();
+        return QTest::qWaitForWindowExposed(view.get()) ? std::move(view) : nullptr;
+    }
 
-void EditorViewTest::taskLines()
-{
-    QFETCH(QString, text);
-    QFETCH(int, caret);
-    QFETCH(bool, toggle);
-    QFETCH(QString, expected);
-    QFETCH(int, expectedCaret);
-    auto view = makeView(text);
-    QVERIFY(view);
-    placeCaret(*view, caret);
-    if (toggle)
-        bridge.toggleTaskLine();
-    else
+private Q_SLOTS:
+    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
+
+    void typingThenUndoRestoresTheTextAndNeverAStyle()
+    {
+        const QString original = u"# Title\n**bold** and *it*\nplain"_s;
+        auto view = makeView(original);
+        QVERIFY(view);
+        // Moving between lines restyles them, and none of it is an edit.
+        for (qsizetype position : {0, 10, 30, 3})
+            placeCaret(*view, position);
+        QVERIFY(!view->document()->isUndoAvailable() && !view->document()->isModified());
+
+        placeCaret(*view, 16); // after "**bold**"
+        QTest::keyClicks(view.get(), u" **x** y"_s);
         QTest::keyClick(view.get(), Qt::Key_Return);
-    QCOMPARE(view->text(), expected);
-    QCOMPARE(view->textCursor().position(), expectedCaret);
-    QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier); // one step
-    QCOMPARE(view->text(), text);
-}
-
-void EditorViewTest::clicksFlipBoxesPlaceTheCaretAndOpenOnlyWebLinks()
-{
-    auto view =
-        makeView(u"note\n\u2610 a long task\n[site](https://example.org) [file](ftp://b)"_s);
-    QVERIFY(view);
-    QSignalSpy edited(view.get(), &NoteTextView::edited);
-    const QPoint box = pointOf(*view, 5) + QPoint(3, 0);
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, box);
-    QCOMPARE(view->text().mid(5, 2), u"\u2611 "_s);
-    QCOMPARE(edited.count(), 1);
-    QVERIFY(EditorStyleEngine::styledFormat(*view->document(), 7).fontStrikeOut());
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, box);
-    QVERIFY(!EditorStyleEngine::styledFormat(*view->document(), 7).fontStrikeOut());
-    QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-    QCOMPARE(view->text().mid(5, 2), u"\u2611 "_s);
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, pointOf(*view, 14));
-    QCOMPARE(view->textCursor().position(), 14);
-
-    const QPoint site = pointOf(*view, 21) + QPoint(1, 0);
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, site);
-    QCOMPARE(desktop.openedUrls, (QList<QUrl>{QUrl(u"https://example.org"_s)}));
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier,
-                      pointOf(*view, view->text().indexOf(u"file"_s) + 1));
-    QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, site); // a plain click places the caret
-    QCOMPARE(desktop.openedUrls.size(), 1);
-}
-
-void EditorViewTest::picturesComeInOnLinesOfTheirOwn()
-{
-    QImage image(30, 20, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    const QString path = dir.filePath(u"dropped.png"_s);
-    QVERIFY(image.save(path) && TestFiles::write(dir.filePath(u"notes.txt"_s), "text"));
-
-    auto view = makeView(u"hello world"_s);
-    QVERIFY(view);
-    QMimeData mime;
-    mime.setUrls({QUrl::fromLocalFile(path)});
-    const QPoint at = pointOf(*view, 5);
-    QDragEnterEvent enter(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
-    QApplication::sendEvent(view->viewport(), &enter);
-    QVERIFY(enter.isAccepted());
-    QDropEvent drop(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
-    QApplication::sendEvent(view->viewport(), &drop);
-    const QList<ImageToken> dropped = ImageTokens::tokens(view->text());
-    QCOMPARE(dropped.size(), 1);
-    QCOMPARE(view->text(), u"hello\n"_s + ImageTokens::token(dropped[0].id) + u"\n\n world"_s);
-    QCOMPARE(view->textCursor().position(), dropped[0].range.end() + 2);
-    QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-    QCOMPARE(view->text(), u"hello world"_s);
-
-    // Files that are no pictures, or are gone, are skipped.
-    placeCaret(*view, 11);
-    view->insertImageFiles({dir.filePath(u"notes.txt"_s), path, dir.filePath(u"gone.png"_s)});
-    const QList<ImageToken> inserted = ImageTokens::tokens(view->text());
-    QCOMPARE(inserted.size(), 1);
-    QCOMPARE(view->text(), u"hello world\n"_s + ImageTokens::token(inserted[0].id) + u"\n"_s);
-}
-
-void EditorViewTest::findCountsAndWraps()
-{
-    EditorBridge alone;
-    alone.recount(u"a"_s);
-    alone.findNext(u"a"_s, true); // nothing harmful without a view
-    QCOMPARE(alone.matchCount(), 0);
-
-    auto view = makeView(u"aaaa One note"_s);
-    QVERIFY(view);
-    QSignalSpy counted(&bridge, &EditorBridge::matchCountChanged);
-    for (const QString& query : {u"aa"_s, u"AA"_s})
-        bridge.recount(query);
-    QCOMPARE(bridge.matchCount(), 2);
-    QCOMPARE(counted.count(), 1);
-    bridge.recount(QString());
-    QCOMPARE(bridge.matchCount(), 0);
-
-    // From mid-match onwards, wrapping round both ends; a lone match stays found both ways.
-    placeCaret(*view, 1);
-    const QList<std::tuple<QString, bool, TextRange>> steps{
-        {u"aa"_s, true, {1, 2}},    {u"aa"_s, true, {0, 2}},   {u"aa"_s, false, {2, 2}},
-        {u"aa"_s, false, {0, 2}},   {u"NOTE"_s, true, {9, 4}}, {u"NOTE"_s, true, {9, 4}},
-        {u"NOTE"_s, false, {9, 4}}, {u"zzz"_s, false, {9, 4}}};
-    for (const auto& [query, forward, found] : steps) {
-        bridge.findNext(query, forward);
-        QCOMPARE(view->selectedRange(), found);
+        QTest::keyClicks(view.get(), u"~~z~~"_s);
+        QCOMPARE(view->text(), u"# Title\n**bold** **x** y\n~~z~~ and *it*\nplain"_s);
+        for (int steps = 0; view->document()->isUndoAvailable() && steps < 100; ++steps) {
+            const QString before = view->text();
+            QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+            QVERIFY2(view->text() != before, "an undo step changed nothing: styling was recorded");
+        }
+        QCOMPARE(view->text(), original);
+        QVERIFY(!view->document()->isModified());
     }
-}
 
-// Pictures of every kind in one note: each takes its size, its token's line takes its room,
-// and its characters none.
-void EditorViewTest::picturesTakeTheirSizeAndTheirLinesRoom()
-{
-    const QString wide = makeImage(100, 50);
-    const QString tall = makeImage(100, 80);
-    // clang-format off
-    const QList<std::pair<QString, QSizeF>> pictures{ // a width of -1: the container's
-        {ImageTokens::token(tall), {100, 80}},   // not enlarged
-        {ImageTokens::token(tall, 50), {50, 40}},  // the same picture at another width
-        {ImageTokens::token(wide, 10), {40, 20}},  // at least 40
-        {ImageTokens::token(wide, 5000), {-1, 0.5}},
-        {ImageTokens::token(makeImage(1000, 500)), {320, 160}},
-        {ImageTokens::token(u"MISSING-1"_s), {160, 96}}, // a placeholder
-        {ImageTokens::token(u"MISSING-2"_s, 200), {200, 120}}};
-    // clang-format on
-    QString text = u"\u2611 top"_s;
-    for (const auto& picture : pictures)
-        text += u"\n"_s + picture.first;
-    auto view = makeView(text + u"\nend"_s);
-    QVERIFY(view);
-    const QList<NoteImageOverlayWidget*> widgets = view->imageOverlays()->widgets();
-    QCOMPARE(widgets.size(), pictures.size());
-    const auto lineHeight = [&](int block) {
-        return view->document()->findBlockByNumber(block).layout()->lineAt(0).height();
-    };
-    const double container = view->imageOverlays()->containerWidth();
-    for (int i = 0; i < pictures.size(); ++i) {
-        QSizeF size = pictures[i].second;
-        if (size.width() < 0)
-            size = QSizeF(container, container * size.height());
-        QVERIFY2(qAbs(widgets[i]->width() - size.width()) <= 1
-                     && qAbs(widgets[i]->height() - size.height()) <= 1,
-                 qPrintable(pictures[i].first));
-        QVERIFY(qAbs(lineHeight(i + 1) - (size.height() + 6)) <= 1.5);
-        QVERIFY(i == 0 || widgets[i]->y() >= widgets[i - 1]->y() + widgets[i - 1]->height());
-        QCOMPARE(widgets[i]->hasFile(), !pictures[i].first.contains(u"MISSING"_s));
+    void taskLines_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("caret");
+        QTest::addColumn<bool>("toggle"); // the bridge's toggle, else Return
+        QTest::addColumn<QString>("expected");
+        QTest::addColumn<int>("expectedCaret");
+        // clang-format off
+        QTest::newRow("Return on a task with text continues with a fresh open box") << u"\u2610 buy milk"_s << 10 << false << u"\u2610 buy milk\n\u2610 "_s << 13;
+        QTest::newRow("Return on a done task continues with an open box too") << u"\u2611 done\nnext"_s << 6 << false << u"\u2611 done\n\u2610 \nnext"_s << 9;
+        QTest::newRow("Return on a bare box ends the list") << u"\u2610 a\n\u2610 "_s << 6 << false << u"\u2610 a\n"_s << 4;
+        QTest::newRow("Return on a bare box mid-note takes its line break too") << u"\u2610 \nafter"_s << 2 << false << u"after"_s << 0;
+        QTest::newRow("Return on a plain line gives a plain break") << u"- item"_s << 6 << false << u"- item\n"_s << 7;
+        QTest::newRow("toggling a plain line gives it a box") << u"milk"_s << 2 << true << u"\u2610 milk"_s << 4;
+        QTest::newRow("toggling the empty last line gives it a box") << u"a\n"_s << 2 << true << u"a\n\u2610 "_s << 4;
+        QTest::newRow("toggling a done line takes its box and blank") << u"\u2611 done\nx"_s << 3 << true << u"done\nx"_s << 1;
+        QTest::newRow("toggling a box without a blank takes one character") << u"\u2610x"_s << 1 << true << u"x"_s << 0;
+        // clang-format on
     }
-    QCOMPARE(widgets[0]->grab().toImage().pixelColor(20, 20), QColor(40, 120, 200));
-    QVERIFY(qAbs(pointOf(*view, 6 + pictures[0].first.size()).x() - pointOf(*view, 6).x()) <= 1);
-    QVERIFY(!view->document()->isUndoAvailable()); // the room is no edit
 
-    // A file that arrives (by sync) and a narrower view each give a picture's line new room.
-    QImage late(300, 150, QImage::Format_ARGB32);
-    late.fill(Qt::green);
-    QVERIFY(late.save(dir.filePath(u"Images/MISSING-1.png"_s)));
-    view->imageOverlays()->place(); // as after any scroll or layout change
-    QTRY_VERIFY(view->imageOverlays()->widgets().value(5)->hasFile());
-    QTRY_VERIFY(qAbs(lineHeight(6) - (150 + 6)) <= 1.5);
-    view->resize(220, 500);
-    QTRY_VERIFY(lineHeight(6) < 150);
+    void taskLines()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, caret);
+        QFETCH(bool, toggle);
+        QFETCH(QString, expected);
+        QFETCH(int, expectedCaret);
+        auto view = makeView(text);
+        QVERIFY(view);
+        placeCaret(*view, caret);
+        if (toggle)
+            bridge.toggleTaskLine();
+        else
+            QTest::keyClick(view.get(), Qt::Key_Return);
+        QCOMPARE(view->text(), expected);
+        QCOMPARE(view->textCursor().position(), expectedCaret);
+        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier); // one step
+        QCOMPARE(view->text(), text);
+    }
 
-    // A new configuration restyles at once; with Markdown off tokens show as text.
-    NoteTextView::Configuration plain = configuration(false);
-    plain.ink = Qt::red;
-    view->setConfiguration(plain);
-    QCOMPARE(view->palette().color(QPalette::Text), QColor(Qt::red));
-    QCOMPARE(EditorStyleEngine::styledFormat(*view->document(), 0).foreground().color().rgb(),
-             QColor(Qt::red).rgb());
-    QVERIFY(view->imageOverlays()->widgets().isEmpty() && !hidden(*view, 6));
-}
+    void clicksFlipBoxesPlaceTheCaretAndOpenOnlyWebLinks()
+    {
+        auto view =
+            makeView(u"note\n\u2610 a long task\n[site](https://example.org) [file](ftp://b)"_s);
+        QVERIFY(view);
+        QSignalSpy edited(view.get(), &NoteTextView::edited);
+        const QPoint box = pointOf(*view, 5) + QPoint(3, 0);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, box);
+        QCOMPARE(view->text().mid(5, 2), u"\u2611 "_s);
+        QCOMPARE(edited.count(), 1);
+        QVERIFY(EditorStyleEngine::styledFormat(*view->document(), 7).fontStrikeOut());
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, box);
+        QVERIFY(!EditorStyleEngine::styledFormat(*view->document(), 7).fontStrikeOut());
+        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(view->text().mid(5, 2), u"\u2611 "_s);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, pointOf(*view, 14));
+        QCOMPARE(view->textCursor().position(), 14);
 
-// The keys ask the caret rules: Backspace or Delete next to a hidden picture shows its token
-// first, typing then goes behind it, and arrows never rest inside it. A click selects the
-// picture, typing goes below, and its handle resizes it as one undoable edit.
-void EditorViewTest::aPictureGoesOnlyWhenSeenAndResizesAsOneEdit()
-{
-    const QString id = makeImage(200, 100);
-    const QString token = ImageTokens::token(id);
-    const QString text = u"top\n"_s + token + u"\nbottom"_s;
-    auto view = makeView(text);
-    QVERIFY(view);
-    placeCaret(*view, 4 + token.size() + 1); // start of "bottom"
-    QTest::keyClick(view.get(), Qt::Key_Backspace);
-    QCOMPARE(view->selectedRange(), (TextRange{4, token.size()}));
-    QVERIFY(!hidden(*view, 4) && view->imageOverlays()->widgets().isEmpty());
-    QTest::keyClicks(view.get(), u"y"_s);
-    QCOMPARE(view->text(), u"top\n"_s + token + u"\nybottom"_s);
-    QVERIFY(hidden(*view, 4) && view->imageOverlays()->widgets().size() == 1);
-    placeCaret(*view, 4);
-    QTest::keyClick(view.get(), Qt::Key_Delete);
-    QTest::keyClick(view.get(), Qt::Key_Delete);
-    QCOMPARE(view->text(), u"top\n\nybottom"_s);
-    QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-    QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-    placeCaret(*view, 4 + token.size());
-    QTest::keyClick(view.get(), Qt::Key_Left);
-    QCOMPARE(view->textCursor().position(), 4);
+        const QPoint site = pointOf(*view, 21) + QPoint(1, 0);
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier, site);
+        QCOMPARE(desktop.openedUrls, (QList<QUrl>{QUrl(u"https://example.org"_s)}));
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                          pointOf(*view, view->text().indexOf(u"file"_s) + 1));
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {},
+                          site); // a plain click places the caret
+        QCOMPARE(desktop.openedUrls.size(), 1);
+    }
 
-    NoteImageOverlayWidget* picture = view->imageOverlays()->widgets().value(0);
-    QTest::mouseClick(picture, Qt::LeftButton, {}, QPoint(10, 10));
-    QVERIFY(picture->isSelected() && picture->handle()->isVisible());
-    QTest::keyClicks(view.get(), u"x"_s);
-    QCOMPARE(view->text(), u"top\n"_s + token + u"\nxbottom"_s);
-    QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+    void picturesComeInOnLinesOfTheirOwn()
+    {
+        QImage image(30, 20, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        const QString path = dir.filePath(u"dropped.png"_s);
+        QVERIFY(image.save(path) && TestFiles::write(dir.filePath(u"notes.txt"_s), "text"));
 
-    // Drag 80 to the left of a grip 8 inside the corner: 110 wide, the aspect kept, and the
-    // text waits for the release.
-    NoteImageHandleWidget* handle = picture->handle();
-    const QPoint grip(8, 8);
-    const QPoint end = handle->mapTo(view->viewport(), grip - QPoint(80, 0));
-    QTest::mousePress(handle, Qt::LeftButton, {}, grip);
-    QMouseEvent moved(QEvent::MouseMove, QPointF(grip - QPoint(80, 0)),
-                      handle->mapToGlobal(QPointF(grip - QPoint(80, 0))), Qt::LeftButton,
-                      Qt::LeftButton, {});
-    QApplication::sendEvent(handle, &moved);
-    QCOMPARE(view->text(), text);
-    picture = view->imageOverlays()->widgets().value(0);
-    QVERIFY(qAbs(picture->width() - 110) <= 1 && qAbs(picture->height() - 55) <= 1);
-    QTest::mouseRelease(picture->handle(), Qt::LeftButton, {},
-                        picture->handle()->mapFrom(view->viewport(), end));
-    QCOMPARE(view->text(), u"top\n"_s + ImageTokens::token(id, 110) + u"\nbottom"_s);
-    QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-    QCOMPARE(view->text(), text);
-}
+        auto view = makeView(u"hello world"_s);
+        QVERIFY(view);
+        QMimeData mime;
+        mime.setUrls({QUrl::fromLocalFile(path)});
+        const QPoint at = pointOf(*view, 5);
+        QDragEnterEvent enter(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
+        QApplication::sendEvent(view->viewport(), &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent drop(at, Qt::CopyAction, &mime, Qt::LeftButton, {});
+        QApplication::sendEvent(view->viewport(), &drop);
+        const QList<ImageToken> dropped = ImageTokens::tokens(view->text());
+        QCOMPARE(dropped.size(), 1);
+        QCOMPARE(view->text(), u"hello\n"_s + ImageTokens::token(dropped[0].id) + u"\n\n world"_s);
+        QCOMPARE(view->textCursor().position(), dropped[0].range.end() + 2);
+        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(view->text(), u"hello world"_s);
+
+        // Files that are no pictures, or are gone, are skipped.
+        placeCaret(*view, 11);
+        view->insertImageFiles({dir.filePath(u"notes.txt"_s), path, dir.filePath(u"gone.png"_s)});
+        const QList<ImageToken> inserted = ImageTokens::tokens(view->text());
+        QCOMPARE(inserted.size(), 1);
+        QCOMPARE(view->text(), u"hello world\n"_s + ImageTokens::token(inserted[0].id) + u"\n"_s);
+    }
+
+    void findCountsAndWraps()
+    {
+        EditorBridge alone;
+        alone.recount(u"a"_s);
+        alone.findNext(u"a"_s, true); // nothing harmful without a view
+        QCOMPARE(alone.matchCount(), 0);
+
+        auto view = makeView(u"aaaa One note"_s);
+        QVERIFY(view);
+        QSignalSpy counted(&bridge, &EditorBridge::matchCountChanged);
+        for (const QString& query : {u"aa"_s, u"AA"_s})
+            bridge.recount(query);
+        QCOMPARE(bridge.matchCount(), 2);
+        QCOMPARE(counted.count(), 1);
+        bridge.recount(QString());
+        QCOMPARE(bridge.matchCount(), 0);
+
+        // From mid-match onwards, wrapping round both ends; a lone match stays found both ways.
+        placeCaret(*view, 1);
+        const QList<std::tuple<QString, bool, TextRange>> steps{
+            {u"aa"_s, true, {1, 2}},    {u"aa"_s, true, {0, 2}},   {u"aa"_s, false, {2, 2}},
+            {u"aa"_s, false, {0, 2}},   {u"NOTE"_s, true, {9, 4}}, {u"NOTE"_s, true, {9, 4}},
+            {u"NOTE"_s, false, {9, 4}}, {u"zzz"_s, false, {9, 4}}};
+        for (const auto& [query, forward, found] : steps) {
+            bridge.findNext(query, forward);
+            QCOMPARE(view->selectedRange(), found);
+        }
+    }
+
+    // Pictures of every kind in one note: each takes its size, its token's line takes its room,
+    // and its characters none.
+    void picturesTakeTheirSizeAndTheirLinesRoom()
+    {
+        const QString wide = makeImage(100, 50);
+        const QString tall = makeImage(100, 80);
+        // clang-format off
+        const QList<std::pair<QString, QSizeF>> pictures{ // a width of -1: the container's
+            {ImageTokens::token(tall), {100, 80}},   // not enlarged
+            {ImageTokens::token(tall, 50), {50, 40}},  // the same picture at another width
+            {ImageTokens::token(wide, 10), {40, 20}},  // at least 40
+            {ImageTokens::token(wide, 5000), {-1, 0.5}},
+            {ImageTokens::token(makeImage(1000, 500)), {320, 160}},
+            {ImageTokens::token(u"MISSING-1"_s), {160, 96}}, // a placeholder
+            {ImageTokens::token(u"MISSING-2"_s, 200), {200, 120}}};
+        // clang-format on
+        QString text = u"\u2611 top"_s;
+        for (const auto& picture : pictures)
+            text += u"\n"_s + picture.first;
+        auto view = makeView(text + u"\nend"_s);
+        QVERIFY(view);
+        const QList<NoteImageOverlayWidget*> widgets = view->imageOverlays()->widgets();
+        QCOMPARE(widgets.size(), pictures.size());
+        const auto lineHeight = [&](int block) {
+            return view->document()->findBlockByNumber(block).layout()->lineAt(0).height();
+        };
+        const double container = view->imageOverlays()->containerWidth();
+        for (int i = 0; i < pictures.size(); ++i) {
+            QSizeF size = pictures[i].second;
+            if (size.width() < 0)
+                size = QSizeF(container, container * size.height());
+            QVERIFY2(qAbs(widgets[i]->width() - size.width()) <= 1
+                         && qAbs(widgets[i]->height() - size.height()) <= 1,
+                     qPrintable(pictures[i].first));
+            QVERIFY(qAbs(lineHeight(i + 1) - (size.height() + 6)) <= 1.5);
+            QVERIFY(i == 0 || widgets[i]->y() >= widgets[i - 1]->y() + widgets[i - 1]->height());
+            QCOMPARE(widgets[i]->hasFile(), !pictures[i].first.contains(u"MISSING"_s));
+        }
+        QCOMPARE(widgets[0]->grab().toImage().pixelColor(20, 20), QColor(40, 120, 200));
+        QVERIFY(qAbs(pointOf(*view, 6 + pictures[0].first.size()).x() - pointOf(*view, 6).x())
+                <= 1);
+        QVERIFY(!view->document()->isUndoAvailable()); // the room is no edit
+
+        // A file that arrives (by sync) and a narrower view each give a picture's line new room.
+        QImage late(300, 150, QImage::Format_ARGB32);
+        late.fill(Qt::green);
+        QVERIFY(late.save(dir.filePath(u"Images/MISSING-1.png"_s)));
+        view->imageOverlays()->place(); // as after any scroll or layout change
+        QTRY_VERIFY(view->imageOverlays()->widgets().value(5)->hasFile());
+        QTRY_VERIFY(qAbs(lineHeight(6) - (150 + 6)) <= 1.5);
+        view->resize(220, 500);
+        QTRY_VERIFY(lineHeight(6) < 150);
+
+        // A new configuration restyles at once; with Markdown off tokens show as text.
+        NoteTextView::Configuration plain = configuration(false);
+        plain.ink = Qt::red;
+        view->setConfiguration(plain);
+        QCOMPARE(view->palette().color(QPalette::Text), QColor(Qt::red));
+        QCOMPARE(EditorStyleEngine::styledFormat(*view->document(), 0).foreground().color().rgb(),
+                 QColor(Qt::red).rgb());
+        QVERIFY(view->imageOverlays()->widgets().isEmpty() && !hidden(*view, 6));
+    }
+
+    // The keys ask the caret rules: Backspace or Delete next to a hidden picture shows its token
+    // first, typing then goes behind it, and arrows never rest inside it. A click selects the
+    // picture, typing goes below, and its handle resizes it as one undoable edit.
+    void aPictureGoesOnlyWhenSeenAndResizesAsOneEdit()
+    {
+        const QString id = makeImage(200, 100);
+        const QString token = ImageTokens::token(id);
+        const QString text = u"top\n"_s + token + u"\nbottom"_s;
+        auto view = makeView(text);
+        QVERIFY(view);
+        placeCaret(*view, 4 + token.size() + 1); // start of "bottom"
+        QTest::keyClick(view.get(), Qt::Key_Backspace);
+        QCOMPARE(view->selectedRange(), (TextRange{4, token.size()}));
+        QVERIFY(!hidden(*view, 4) && view->imageOverlays()->widgets().isEmpty());
+        QTest::keyClicks(view.get(), u"y"_s);
+        QCOMPARE(view->text(), u"top\n"_s + token + u"\nybottom"_s);
+        QVERIFY(hidden(*view, 4) && view->imageOverlays()->widgets().size() == 1);
+        placeCaret(*view, 4);
+        QTest::keyClick(view.get(), Qt::Key_Delete);
+        QTest::keyClick(view.get(), Qt::Key_Delete);
+        QCOMPARE(view->text(), u"top\n\nybottom"_s);
+        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+        placeCaret(*view, 4 + token.size());
+        QTest::keyClick(view.get(), Qt::Key_Left);
+        QCOMPARE(view->textCursor().position(), 4);
+
+        NoteImageOverlayWidget* picture = view->imageOverlays()->widgets().value(0);
+        QTest::mouseClick(picture, Qt::LeftButton, {}, QPoint(10, 10));
+        QVERIFY(picture->isSelected() && picture->handle()->isVisible());
+        QTest::keyClicks(view.get(), u"x"_s);
+        QCOMPARE(view->text(), u"top\n"_s + token + u"\nxbottom"_s);
+        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+
+        // Drag 80 to the left of a grip 8 inside the corner: 110 wide, the aspect kept, and the
+        // text waits for the release.
+        NoteImageHandleWidget* handle = picture->handle();
+        const QPoint grip(8, 8);
+        const QPoint end = handle->mapTo(view->viewport(), grip - QPoint(80, 0));
+        QTest::mousePress(handle, Qt::LeftButton, {}, grip);
+        QMouseEvent moved(QEvent::MouseMove, QPointF(grip - QPoint(80, 0)),
+                          handle->mapToGlobal(QPointF(grip - QPoint(80, 0))), Qt::LeftButton,
+                          Qt::LeftButton, {});
+        QApplication::sendEvent(handle, &moved);
+        QCOMPARE(view->text(), text);
+        picture = view->imageOverlays()->widgets().value(0);
+        QVERIFY(qAbs(picture->width() - 110) <= 1 && qAbs(picture->height() - 55) <= 1);
+        QTest::mouseRelease(picture->handle(), Qt::LeftButton, {},
+                            picture->handle()->mapFrom(view->viewport(), end));
+        QCOMPARE(view->text(), u"top\n"_s + ImageTokens::token(id, 110) + u"\nbottom"_s);
+        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+        QCOMPARE(view->text(), text);
+    }
+};
 
 QTEST_MAIN(EditorViewTest)
 #include "tst_editor_view.moc"
