@@ -91,6 +91,7 @@ private Q_SLOTS:
         QTest::newRow("a connected display") << twoScreens << u"id:42"_s << QList<quint32>{42};
         QTest::newRow("an unplugged display falls to the main one")
             << twoScreens << u"id:99"_s << QList<quint32>{7};
+        QTest::newRow("id: with nothing is all") << twoScreens << u"id:"_s << QList<quint32>{7, 42};
         QTest::newRow("id: with letters is all")
             << twoScreens << u"id:4x2"_s << QList<quint32>{7, 42};
         QTest::newRow("id: with a sign is all")
