@@ -2,6 +2,7 @@
 #include "deck/DeckController.h"
 #include "deck/DeckGeom.h"
 #include "deck/DeckKeys.h"
+#include "deck/DeckModel.h"
 #include "deck/DetachTarget.h"
 #include "platform/KeyCodes.h"
 #include "settings/Settings.h"
@@ -12,6 +13,7 @@
 #include "support/MemoryLoginItem.h"
 #include "support/TestLibrary.h"
 
+#include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTest>
 
@@ -92,6 +94,11 @@ struct Deck {
         pointer.setLocation(atEdge);
         deck->pointerEntered();
     }
+    void leave()
+    {
+        pointer.setLocation(away);
+        deck->pointerExited();
+    }
     void open(const QString& id)
     {
         deck->expand(id);
@@ -131,32 +138,28 @@ private Q_SLOTS:
         QCOMPARE(d.clock().pendingCount(), 0);
         QCOMPARE(d.window.currentFrame, alwaysShown ? d.wide() : d.rest());
         QVERIFY(d.window.shown);
-        if (alwaysShown)
-            return;
-        d.fanOut();
-        d.pointer.setLocation(away);
-        d.deck->pointerExited();
-        d.clock().advance(2);
-        QCOMPARE(d.deck->state(), DeckState::rest());
-        QCOMPARE(d.clock().pendingCount(), 0);
     }
 
-    void aFoldingFanShrinksItsContentBeforeItsFrame()
+    void aFoldingFanShrinksItsContentBeforeItsFrameThenStopsItsTimers()
     {
         Deck d;
         d.fanOut();
         QCOMPARE(d.window.currentFrame, d.wide());
         QCOMPARE(d.model().revealTick(), 1);
-        d.pointer.setLocation(away);
-        d.deck->pointerExited();
+        d.leave();
         d.clock().advance(DeckController::exitGrace);
         QCOMPARE(d.model().state(), DeckState::rest());
         QCOMPARE(d.window.changes.last(),
                  (FakeDeckWindow::Change{DeckState::rest(), DeckSprings::shrinking}));
-        // The content shrinks inside the old frame first.
+        // The content shrinks inside the old frame first; asking for rest again touches nothing.
         QCOMPARE(d.window.currentFrame, d.wide());
+        const auto changes = d.window.changes;
+        d.deck->collapseToRest();
+        d.deck->dismiss();
+        QCOMPARE(d.window.changes, changes);
         d.clock().advance(DeckController::shrinkDelay);
         QCOMPARE(d.window.currentFrame, d.rest());
+        QCOMPARE(d.clock().pendingCount(), 0);
     }
 
     void anExitWithThePointerBackInTheHotZoneKeepsTheFan_data()
@@ -172,8 +175,7 @@ private Q_SLOTS:
         QFETCH(bool, dragging);
         Deck d;
         d.fanOut();
-        d.pointer.setLocation(away);
-        d.deck->pointerExited();
+        d.leave();
         d.pointer.setLocation(pointerWhenChecked);
         d.model().setDragging(dragging);
         d.clock().advance(DeckController::exitGrace + 0.01);
@@ -184,12 +186,9 @@ private Q_SLOTS:
     {
         Deck d;
         d.fanOut();
-        d.pointer.setLocation(away);
-        d.deck->pointerExited();
-        d.clock().advance(DeckController::exitGrace);
-        QCOMPARE(d.deck->state(), DeckState::rest());
+        d.leave();
+        d.clock().advance(DeckController::exitGrace + 0.3);
         const int activations = d.coordinator.activations;
-        d.clock().advance(0.3);
         d.fanOut();
         QCOMPARE(d.deck->state(), DeckState::fan());
         QCOMPARE(d.model().revealTick(), 2);
@@ -200,37 +199,38 @@ private Q_SLOTS:
             QCOMPARE(f, d.wide());
     }
 
-    void theIdleWatchTakesAFanDownWithinOneTick_data()
+    void theIdleWatchFoldsAFanLeftAlone_data()
     {
         QTest::addColumn<bool>("afterANote");
-        QTest::newRow("a fan opened by the pointer, leave event lost") << false;
-        QTest::newRow("a fan left by closing a note") << true;
+        QTest::addColumn<double>("fannedUntil");
+        QTest::addColumn<QPointF>("thenPointerAt");
+        QTest::addColumn<double>("foldedAfter");
+        const double idle = DeckController::idlePeriod;
+        QTest::newRow("opened by the pointer, leave event lost: down within one tick")
+            << false << 0.0 << away << idle;
+        QTest::newRow("left by closing a note: down within one tick")
+            << true << 0.0 << away << idle;
+        // A small tremor of the hand is no sign of life.
+        QTest::newRow("a still pointer at the edge: down after four seconds")
+            << false << Settings::fanIdleTimeout - 0.2 << atEdge + QPointF(2, -2) << 0.5;
     }
-    void theIdleWatchTakesAFanDownWithinOneTick()
+    void theIdleWatchFoldsAFanLeftAlone()
     {
         QFETCH(bool, afterANote);
+        QFETCH(double, fannedUntil);
+        QFETCH(QPointF, thenPointerAt);
+        QFETCH(double, foldedAfter);
         Deck d;
         d.fanOut();
         if (afterANote) {
             d.open(d.a);
             d.deck->collapse();
-            QCOMPARE(d.deck->state(), DeckState::fan());
             d.clock().advance(DeckController::shrinkDelay);
         }
-        d.pointer.setLocation(away);
-        d.clock().advance(DeckController::idlePeriod);
-        QCOMPARE(d.deck->state(), DeckState::rest());
-    }
-
-    void aFanWithAStillPointerFoldsAfterFourSeconds()
-    {
-        Deck d;
-        d.fanOut();
-        d.clock().advance(Settings::fanIdleTimeout - 0.2);
+        d.clock().advance(fannedUntil);
         QCOMPARE(d.deck->state(), DeckState::fan());
-        // A small tremor of the hand is no sign of life.
-        d.pointer.setLocation(atEdge + QPointF(2, -2));
-        d.clock().advance(0.5);
+        d.pointer.setLocation(thenPointerAt);
+        d.clock().advance(foldedAfter);
         QCOMPARE(d.deck->state(), DeckState::rest());
     }
 
@@ -269,8 +269,7 @@ private Q_SLOTS:
     {
         Deck d;
         d.fanOut();
-        d.pointer.setLocation(away);
-        d.deck->pointerExited();
+        d.leave();
         d.clock().advance(DeckController::exitGrace);
         QCOMPARE(d.clock().pendingCount(), 1); // the frame's shrink
         const int activations = d.coordinator.activations;
@@ -279,22 +278,6 @@ private Q_SLOTS:
         QCOMPARE(d.deck->state(), DeckState::rest());
         QCOMPARE(d.coordinator.activations, activations);
         QCOMPARE(d.clock().pendingCount(), 0);
-    }
-
-    void aTransitionToTheCurrentStateTouchesNothing()
-    {
-        Deck d;
-        d.fanOut();
-        d.pointer.setLocation(away);
-        d.deck->pointerExited();
-        d.clock().advance(DeckController::exitGrace);
-        const auto changes = d.window.changes;
-        d.deck->collapseToRest();
-        d.deck->dismiss();
-        QCOMPARE(d.window.changes, changes);
-        // The pending shrink still brings the frame in.
-        d.clock().advance(DeckController::shrinkDelay);
-        QCOMPARE(d.window.currentFrame, d.rest());
     }
 
     void aNoteOpensAtOnceFromAfarAndGrowsUnderThePointer_data()
@@ -370,10 +353,8 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("command");
         QTest::addColumn<QString>("expectedState");
-        QTest::newRow("close") << int(DeckKeys::Command::Close) << u"fan"_s;
         QTest::newRow("archive") << int(DeckKeys::Command::Archive) << u"fan"_s;
         QTest::newRow("delete") << int(DeckKeys::Command::Delete) << u"fan"_s;
-        QTest::newRow("find") << int(DeckKeys::Command::Find) << u"open"_s;
         QTest::newRow("pin") << int(DeckKeys::Command::Pin) << u"open"_s;
         QTest::newRow("colour") << int(DeckKeys::Command::Colour) << u"open"_s;
         QTest::newRow("bigger") << int(DeckKeys::Command::Bigger) << u"open"_s;
@@ -400,9 +381,6 @@ private Q_SLOTS:
         case DeckKeys::Command::Delete:
             QVERIFY(!after);
             break;
-        case DeckKeys::Command::Find:
-            QCOMPARE(d.model().findQuery(), std::optional(QString()));
-            break;
         case DeckKeys::Command::Pin:
             QVERIFY(after->pinned);
             break;
@@ -416,7 +394,7 @@ private Q_SLOTS:
             QCOMPARE(d.actions.calls, QStringList{u"stepFontSize -1.5"_s});
             break;
         default:
-            QCOMPARE(after, std::optional(before));
+            QFAIL("a row without a check");
         }
     }
 
@@ -535,6 +513,47 @@ private Q_SLOTS:
         const QRectF frame = d.window.currentFrame;
         d.fanOut();
         QCOMPARE(d.window.currentFrame, frame);
+    }
+
+    // The model alone: the settings come in on request, the moment's state stays.
+    void aModelSyncsItsPreferencesOnceAndKeepsTheMoment()
+    {
+        Settings::setNoteSizeIndex(2);
+        DeckModel model;
+        QCOMPARE(model.openedHeight(), Settings::noteSize().height());
+        model.setFindQuery(u"milk"_s);
+        model.setOpenedHeight(200);
+        model.setOpenedTop(40);
+        Settings::setDeckStyle(DeckStyle::Compact);
+        Settings::setDeckAlwaysShown(true);
+        Settings::setDeckOnLeftEdge(true);
+        Settings::setNoteSizeIndex(3);
+        Settings::setOpenOnHover(!model.openOnHover());
+        QSignalSpy changed(&model, &DeckModel::changed);
+        model.syncPreferences();
+        model.syncPreferences();
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(model.style(), DeckStyle::Compact);
+        QVERIFY(model.alwaysShown());
+        QVERIFY(model.onLeftEdge());
+        QCOMPARE(model.noteSize(), Settings::noteSize());
+        QCOMPARE(model.openOnHover(), Settings::openOnHover());
+        QCOMPARE(model.findQuery(), std::optional(u"milk"_s));
+        QCOMPARE(model.openedHeight(), 200.0);
+        QCOMPARE(model.openedTop(), std::optional(40.0));
+    }
+
+    void theFindBarShowsForEmptyTextAndGoesOnlyWhenAbsent()
+    {
+        DeckModel model;
+        QSignalSpy changed(&model, &DeckModel::changed);
+        model.setFindQuery(QString());
+        model.setFindQuery(QString());
+        QCOMPARE(model.findQuery(), std::optional(QString()));
+        QCOMPARE(changed.count(), 1);
+        model.setFindQuery(std::nullopt);
+        QCOMPARE(model.findQuery(), std::nullopt);
+        QCOMPARE(changed.count(), 2);
     }
 };
 

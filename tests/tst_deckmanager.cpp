@@ -16,18 +16,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-DisplayInfo display(quint32 id, QRectF frame, bool isMain = false)
-{
-    return DisplayInfo{.id = id,
-                       .name = u"out-%1"_s.arg(id),
-                       .frame = frame,
-                       .visibleFrame = frame,
-                       .isMain = isMain};
-}
-
 // A laptop at the origin, marked main, and a monitor to its right.
-const QList<DisplayInfo> twoScreens{display(7, {0, 0, 1440, 900}, true),
-                                    display(42, {1440, 0, 2560, 1440})};
+const QList<DisplayInfo> twoScreens{FakeDisplays::make(7, {0, 0, 1440, 900}, true),
+                                    FakeDisplays::make(42, {1440, 0, 2560, 1440})};
 
 struct NoActions final : DeckActions {
     void newNote() override {}
@@ -110,9 +101,9 @@ private Q_SLOTS:
         QTest::newRow("the largest 32-bit id is a number")
             << twoScreens << u"id:4294967295"_s << QList<quint32>{7};
         QTest::newRow("unknown text is all") << twoScreens << u"left"_s << QList<quint32>{7, 42};
-        QTest::newRow("empty text is all") << twoScreens << QString() << QList<quint32>{7, 42};
         QTest::newRow("no mark: the first is main")
-            << QList<DisplayInfo>{display(5, {0, 0, 800, 600}), display(6, {800, 0, 800, 600})}
+            << QList<DisplayInfo>{FakeDisplays::make(5, {0, 0, 800, 600}),
+                                  FakeDisplays::make(6, {800, 0, 800, 600})}
             << u"main"_s << QList<quint32>{5};
         QTest::newRow("no screens: all is nothing")
             << QList<DisplayInfo>{} << u"all"_s << QList<quint32>{};

@@ -60,10 +60,11 @@ private:
     QProcess windowManager;
 };
 
-template <typename T>
 struct FreeReply {
-    void operator()(T* reply) const { std::free(reply); }
+    void operator()(void* reply) const { std::free(reply); }
 };
+template <typename T>
+using Reply = std::unique_ptr<T, FreeReply>;
 
 xcb_connection_t* connection()
 {
@@ -72,16 +73,15 @@ xcb_connection_t* connection()
 
 xcb_atom_t atom(const char* name)
 {
-    std::unique_ptr<xcb_intern_atom_reply_t, FreeReply<xcb_intern_atom_reply_t>> reply(
-        xcb_intern_atom_reply(
-            connection(), xcb_intern_atom(connection(), false, std::strlen(name), name), nullptr));
+    const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+        connection(), xcb_intern_atom(connection(), false, std::strlen(name), name), nullptr));
     return reply ? reply->atom : XCB_NONE;
 }
 
 // A 32-bit property's values, read from the server.
 QList<quint32> windowProperty(xcb_window_t window, const char* name)
 {
-    std::unique_ptr<xcb_get_property_reply_t, FreeReply<xcb_get_property_reply_t>> reply(
+    const Reply<xcb_get_property_reply_t> reply(
         xcb_get_property_reply(connection(),
                                xcb_get_property(connection(), false, window, atom(name),
                                                 XCB_GET_PROPERTY_TYPE_ANY, 0, 1024),
@@ -120,17 +120,15 @@ bool takesInput(const QWindow& window)
 
 bool viewable(const QWindow& window)
 {
-    std::unique_ptr<xcb_get_window_attributes_reply_t, FreeReply<xcb_get_window_attributes_reply_t>>
-        reply(xcb_get_window_attributes_reply(
-            connection(), xcb_get_window_attributes(connection(), window.winId()), nullptr));
+    const Reply<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
+        connection(), xcb_get_window_attributes(connection(), window.winId()), nullptr));
     return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
 // Asks the window manager to show another workspace, as a pager would.
 void showDesktop(quint32 desktop)
 {
-    xcb_client_message_event_t event;
-    std::memset(&event, 0, sizeof event);
+    xcb_client_message_event_t event{};
     event.response_type = XCB_CLIENT_MESSAGE;
     event.format = 32;
     event.window = root();
