@@ -336,21 +336,15 @@ private Q_SLOTS:
         QVERIFY2(!lib.imageExists(dropped), "the deleted copy's own pictures go with it");
     }
 
-    void failedWritesStayUnsavedUntilTheDiskRecovers_data()
-    {
-        QTest::addColumn<Fault>("fault");
-        QTest::newRow("a failing disk") << Fault::IoError;
-        QTest::newRow("a full disk") << Fault::DiskFull;
-    }
+    // A full disk takes the same path: aFailedDeleteKeepsTheNote's second alert.
     void failedWritesStayUnsavedUntilTheDiskRecovers()
     {
-        QFETCH(Fault, fault);
         Library lib;
         NoteStore& notes = lib.open();
         const Note note = notes.create(u"safe"_s);
         QSignalSpy errors(&lib.notes.operator*(), &NoteStore::lastErrorChanged);
 
-        FaultInjectingVfs::setWriteFault(fault);
+        FaultInjectingVfs::setWriteFault(Fault::IoError);
         notes.updateBody(note.id, u"typed while failing"_s);
         lib.clock.advance(0.3);
         QVERIFY(notes.unsavedIDs().contains(note.id));
