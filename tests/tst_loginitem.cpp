@@ -53,7 +53,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("folder"); // where the program lies, inside a fresh folder
         QTest::newRow("a plain folder") << u"bin"_s;
         QTest::newRow("a percent sign, a space and a quote") << u"Pon drift 100% \"beta\""_s;
-        QTest::newRow("a percent sign before a field code's letter") << u"save 100%u"_s;
         QTest::newRow("a dollar, a backquote and a backslash") << u"a$HOME `b` c\\d"_s;
         QTest::newRow("a percent sign and an equals sign") << u"x=1%"_s;
         QTest::newRow("a tab and a leading hash") << u"#one\ttwo"_s;
