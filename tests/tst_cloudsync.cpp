@@ -1024,34 +1024,6 @@ private Q_SLOTS:
         quietPass();
     }
 
-    // Another tool's keys in a note's header (here a tags block list) belong to that tool:
-    // edits on either side, and a restart between them, never drop them.
-    void tagsBlockListAddedByAnotherToolSurvivesEditsOnBothSides()
-    {
-        const QString tags = u"tags:\n  - shopping\n  - home"_s;
-        const Note a = synced(u"milk"_s, u"List"_s);
-        const QString name = u"List.md"_s;
-        for (int round = 0; round < 2; ++round) {
-            const QString there = u"edited there %1"_s.arg(round);
-            QString text = doc(name);
-            if (round == 0)
-                text.replace(u"\n---\n"_s, u'\n' + tags + u"\n---\n"_s);
-            clock.advance(5);
-            drop(name, (text.left(text.indexOf(u"\n---\n\n"_s) + 6) + there).toUtf8());
-            QVERIFY(m->engine->syncNow());
-            QCOMPARE(m->notes->note(a.id)->body, there);
-            m->restart();
-            clock.advance(5);
-            m->notes->updateBody(a.id, u"edited here %1"_s.arg(round));
-            QVERIFY(m->engine->syncNow());
-            const QString written = doc(name);
-            QVERIFY2(written.contains(u'\n' + tags + u"\n---\n\nedited here"_s),
-                     qPrintable(written));
-            QCOMPARE(idIn(name), a.id);
-        }
-        QCOMPARE(m->notes->notes().size(), 1);
-    }
-
     // A document another tool wrote, with keys we do not know: adopted, its header keeps
     // every one of them as it stood, after ours, and the note takes its text, not the
     // header's lines.
@@ -1148,25 +1120,6 @@ private Q_SLOTS:
             QCOMPARE(QDir(side->trash.folder()).entryList({u"*.md"_s}, QDir::Files), QStringList{});
         }
         QCOMPARE(m->names(), QStringList{u"Dropped.md"_s});
-    }
-
-    // An adoption whose document cannot be written keeps its note; the program then ends
-    // before a pass could write it. The next launch adopts the file under the same id, so
-    // the note is there once, with its document.
-    void adoptionRetriedAfterARestartMakesNoSecondNote()
-    {
-        drop(u"loose.md"_s, "- [ ] eggs");
-        m->folder.files.failPathsContaining(u"loose"_s);
-        QVERIFY(m->engine->syncNow());
-        QCOMPARE(m->notes->notes().size(), 1);
-        m->restart();
-        m->folder.files.heal();
-        QVERIFY(passAfter(5));
-        QVERIFY(passAfter(5));
-        QCOMPARE(m->notes->notes().size(), 1);
-        // The note's first push may name its document after it; one either way.
-        QCOMPARE(m->names().size(), 1);
-        QCOMPARE(idIn(m->names().front()), m->notes->notes().front().id);
     }
 
     // A rename elsewhere arrives in two steps: the new document first, the removal of the old
@@ -1316,34 +1269,6 @@ private Q_SLOTS:
         QCOMPARE(plan(), u"pull(Plans.md)"_s);
         QCOMPARE(m->notes->note(a.id)->body, u"from a clock behind"_s);
         quietPass();
-    }
-
-    // Two machines on one folder, one clock a minute ahead of the other. An edit made on the
-    // machine behind, after it pulled from the one ahead, is written with dates before the
-    // last sync the machine ahead remembers; it must still reach that machine, and a later
-    // edit there must not overwrite it.
-    void localEditAfterPullingFromAClockAheadReachesIt()
-    {
-        ManualScheduler aheadClock(Date{clock.now().seconds + 60});
-        SyncMachine ahead(root->path(), aheadClock);
-        const auto passOn = [&](SyncMachine& side) {
-            clock.advance(1);
-            aheadClock.advance(1);
-            return side.engine->syncNow();
-        };
-        const Note a = ahead.notes->create(u"first"_s, u"Plans"_s);
-        QVERIFY(ahead.engine->syncNow());
-        QVERIFY(passOn(*m));
-        m->notes->updateBody(a.id, u"first\nedited behind"_s);
-        QVERIFY(passOn(*m));
-        QCOMPARE(plan(), u"push(%1, Plans.md)"_s.arg(a.id));
-        QVERIFY(passOn(ahead));
-        QCOMPARE(ahead.notes->note(a.id)->body, u"first\nedited behind"_s);
-        ahead.notes->updateBody(a.id, u"first\nedited behind\nedited ahead"_s);
-        QVERIFY(passOn(ahead));
-        QVERIFY(passOn(*m));
-        QCOMPARE(m->notes->note(a.id)->body, u"first\nedited behind\nedited ahead"_s);
-        QCOMPARE(m->names(u"Conflicts"_s), QStringList{});
     }
 
     // Pinning leaves modified as it was, yet it changes the document, so it is a change: it
