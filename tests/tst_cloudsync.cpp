@@ -707,63 +707,58 @@ private Q_SLOTS:
         quietPass();
     }
 
-    void emptiedFolderWaitsForTheUsersAnswer_data()
+    // Many documents gone from the folder, or many notes gone here at once (a database
+    // replaced, a store gone wrong), would take their notes or documents from every machine:
+    // those deletions wait for the user's answer while the rest of the pass goes on.
+    void massDeletionWaitsForTheUsersAnswer_data()
     {
+        QTest::addColumn<bool>("inFolder"); // documents gone from the folder, else notes here
         QTest::addColumn<Answer>("answer");
-        QTest::newRow("restore, answered later: the documents come back")
-            << Answer::RestoreToFolder;
-        QTest::newRow("delete, answered during the pass: the notes go") << Answer::DeleteHere;
+        QTest::newRow("documents gone; restore, answered later: the documents come back")
+            << true << Answer::RestoreToFolder;
+        QTest::newRow("documents gone; delete, answered during the pass: the notes go")
+            << true << Answer::DeleteHere;
+        QTest::newRow("notes gone here; delete: the documents go too")
+            << false << Answer::DeleteHere;
+        QTest::newRow("notes gone here; restore: the notes come back from their documents")
+            << false << Answer::RestoreToFolder;
     }
-    void emptiedFolderWaitsForTheUsersAnswer()
+    void massDeletionWaitsForTheUsersAnswer()
     {
-        QFETCH(Answer, answer);
-        syncedNotes(6);
-        for (const QString& name : m->names())
-            QVERIFY(QFile::remove(m->file(name)));
-        m->notes->create(u"text"_s, u"Fresh"_s);
-        if (answer == Answer::DeleteHere)
-            m->prompt.immediate = answer;
-        QVERIFY(passAfter(1));
-        QCOMPARE(m->prompt.counts, QList<int>{6});
-        QVERIFY(log.contains(u"Pondrift cloud: 6 of 6 documents are gone from the folder \u2014 "
-                             "holding back their deletions until confirmed"_s));
-        QCOMPARE(m->notes->notes().size(), 7);
-        QCOMPARE(m->names(), QStringList{u"Fresh.md"_s}); // the rest of the pass went on
-        m->prompt.reply(answer);
-        clock.advance(0.1);
-        const int left = answer == Answer::RestoreToFolder ? 7 : 1;
-        QCOMPARE(m->notes->notes().size(), left);
-        QCOMPARE(m->names().size(), left);
-    }
-
-    // Many notes gone here at once (a database replaced, a store gone wrong) would take
-    // their documents from every other machine: those deletions wait for the same answer as
-    // documents gone from the folder.
-    void notesGoneHereWaitForTheUsersAnswer_data()
-    {
-        QTest::addColumn<Answer>("answer");
-        QTest::newRow("delete: the documents go too") << Answer::DeleteHere;
-        QTest::newRow("restore: the notes come back from their documents")
-            << Answer::RestoreToFolder;
-    }
-    void notesGoneHereWaitForTheUsersAnswer()
-    {
+        QFETCH(bool, inFolder);
         QFETCH(Answer, answer);
         const QStringList ids = syncedNotes(6);
-        for (int i = 0; i < 5; ++i)
-            m->notes->deleteNote(ids[i]);
+        if (inFolder) {
+            for (const QString& name : m->names())
+                QVERIFY(QFile::remove(m->file(name)));
+            m->notes->create(u"text"_s, u"Fresh"_s);
+            if (answer == Answer::DeleteHere)
+                m->prompt.immediate = answer;
+        } else {
+            for (int i = 0; i < 5; ++i)
+                m->notes->deleteNote(ids[i]);
+        }
         QVERIFY(passAfter(1));
-        QCOMPARE(m->prompt.counts, QList<int>{5});
-        QVERIFY(log.contains(u"Pondrift cloud: 5 of 6 notes are gone here \u2014 "
-                             "holding back their deletions until confirmed"_s));
-        QCOMPARE(m->names().size(), 6);
-        QCOMPARE(m->engine->heldDeletions().size(), 5);
+        QCOMPARE(m->prompt.counts, QList<int>{inFolder ? 6 : 5});
+        QVERIFY(
+            log.contains((inFolder ? u"Pondrift cloud: 6 of 6 documents are gone from the folder"_s
+                                   : u"Pondrift cloud: 5 of 6 notes are gone here"_s)
+                         + u" \u2014 holding back their deletions until confirmed"_s));
+        if (inFolder) {
+            QCOMPARE(m->notes->notes().size(), 7);
+            QCOMPARE(m->names(), QStringList{u"Fresh.md"_s}); // the rest of the pass went on
+        } else {
+            QCOMPARE(m->names().size(), 6);
+            QCOMPARE(m->engine->heldDeletions().size(), 5);
+        }
         m->prompt.reply(answer);
         clock.advance(0.1);
-        QVERIFY(passAfter(CloudSync::undoHold + 1));
-        const int left = answer == Answer::DeleteHere ? 1 : 6;
-        QCOMPARE(m->names().size(), left);
+        if (!inFolder)
+            QVERIFY(passAfter(CloudSync::undoHold + 1));
+        const bool restored = answer == Answer::RestoreToFolder;
+        const int left = inFolder ? (restored ? 7 : 1) : (restored ? 6 : 1);
         QCOMPARE(m->notes->notes().size(), left);
+        QCOMPARE(m->names().size(), left);
         quietPass();
     }
 
