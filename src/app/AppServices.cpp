@@ -6,6 +6,7 @@
 #include "l10n/L10n.h"
 #include "notes/Ink.h"
 #include "notes/Store.h"
+#include "platform/Compositor.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/Displays.h"

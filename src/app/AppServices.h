@@ -10,6 +10,7 @@
 
 class CloudFolder;
 class CloudSync;
+class Compositor;
 class DeckActions;
 class DeckManager;
 class DeckWindow;
@@ -60,6 +61,8 @@ public:
         std::unique_ptr<Displays> displays;
         // What panels ask of the window manager beyond Qt's flags.
         std::unique_ptr<WindowHints> windowHints;
+        // Whether translucent windows show through, and when that changes.
+        std::unique_ptr<Compositor> compositor;
         // The window of a deck on the display with that id. Absent where the program has no
         // deck window to show; then no deck is made.
         std::function<std::unique_ptr<DeckWindow>(quint32 displayID)> makeDeckWindow;
@@ -99,6 +102,7 @@ public:
     Pointer& pointer() { return *backends.pointer; }
     Displays& displays() { return *backends.displays; }
     WindowHints& windowHints() { return *backends.windowHints; }
+    Compositor& compositor() { return *backends.compositor; }
     const std::function<QuitChoice(const UnsavedWork&)>& askAfterFailedSave() const
     {
         return backends.askAfterFailedSave;

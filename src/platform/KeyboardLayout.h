@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/Subscription.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -12,24 +14,7 @@
 // names in shortcuts come from here. Used on the main thread only.
 class KeyboardLayout {
 public:
-    // Keeps a listener listening; dropping it (or assigning over it) ends that for good. It
-    // may outlive the layout, and may be dropped from inside a change callback.
-    class Subscription {
-    public:
-        Subscription() = default;
-        Subscription(Subscription&&) noexcept = default;
-        Subscription& operator=(Subscription&& other) noexcept;
-        ~Subscription();
-
-    private:
-        friend class KeyboardLayout;
-        struct Listeners;
-        Subscription(std::weak_ptr<Listeners> listeners, quint64 id);
-        void cancel();
-
-        std::weak_ptr<Listeners> listeners;
-        quint64 id = 0;
-    };
+    using Subscription = ::Subscription;
 
     virtual ~KeyboardLayout();
     KeyboardLayout();
@@ -56,5 +41,5 @@ protected:
     void notifyChanged();
 
 private:
-    std::shared_ptr<Subscription::Listeners> listeners;
+    Listeners<> listeners;
 };

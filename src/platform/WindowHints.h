@@ -32,6 +32,10 @@ public:
     virtual void takeKeyboard(QWindow* window, quint32 time) = 0;
     // A click in the window no longer takes the focus from the window the user works in.
     virtual void releaseKeyboard(QWindow* window) = 0;
+    // Asks a compositor that can to blur what shows through the window's clear parts, over
+    // the whole window, or no more. Compositors that cannot ignore it, and it costs nothing
+    // without one. Holds across hides and shows.
+    virtual void setBlurBehind(QWindow* window, bool on) = 0;
 
 protected:
     WindowHints() = default;

@@ -7,12 +7,14 @@
 // Records what was asked of the window manager, and asks nothing.
 class RecordingWindowHints final : public WindowHints {
 public:
-    enum class Operation { MakePanel, SetUserTime, TakeKeyboard, ReleaseKeyboard };
+    enum class Operation { MakePanel, SetUserTime, TakeKeyboard, ReleaseKeyboard, SetBlurBehind };
     struct Call {
         Operation operation;
         QWindow* window = nullptr;
         // The time passed, 0 where the operation takes none.
         quint32 time = 0;
+        // Whether blur was asked on; false for the other operations.
+        bool on = false;
 
         friend bool operator==(const Call&, const Call&) = default;
     };
@@ -29,6 +31,10 @@ public:
     void releaseKeyboard(QWindow* window) override
     {
         calls.append({Operation::ReleaseKeyboard, window});
+    }
+    void setBlurBehind(QWindow* window, bool on) override
+    {
+        calls.append({Operation::SetBlurBehind, window, 0, on});
     }
 
     QList<Call> calls;

@@ -2,6 +2,7 @@
 
 #include "app/ui/UnsavedQuitDialog.h"
 #include "notes/ui/StorageErrorDialog.h"
+#include "platform/fallback/FixedCompositor.h"
 #include "platform/fallback/NoWindowHints.h"
 #include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QSettingsDefaults.h"
@@ -42,6 +43,7 @@ AppServices::Backends makeProductionBackends()
         backends.windowHints = std::move(x11);
     else
         backends.windowHints = std::make_unique<NoWindowHints>();
+    backends.compositor = std::make_unique<FixedCompositor>();
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
     backends.whenDisplayIsLost = &X11DisplayLoss::callBeforeExit;

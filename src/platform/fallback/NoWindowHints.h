@@ -11,4 +11,5 @@ public:
     void setUserTime(QWindow*, quint32) override {}
     void takeKeyboard(QWindow* window, quint32 time) override;
     void releaseKeyboard(QWindow* window) override;
+    void setBlurBehind(QWindow*, bool) override {}
 };

@@ -22,6 +22,7 @@ enum Atom {
     WmUserTime,
     WmUserTimeWindow,
     ActiveWindow,
+    BlurBehindRegion,
     AtomCount
 };
 
@@ -35,6 +36,7 @@ constexpr std::array<const char*, AtomCount> atomNames{
     "_NET_WM_USER_TIME",
     "_NET_WM_USER_TIME_WINDOW",
     "_NET_ACTIVE_WINDOW",
+    "_KDE_NET_WM_BLUR_BEHIND_REGION",
 };
 
 constexpr quint32 allDesktops = 0xFFFFFFFF;
@@ -196,6 +198,18 @@ void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
 void X11WindowHints::releaseKeyboard(QWindow* window)
 {
     window->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+}
+
+void X11WindowHints::setBlurBehind(QWindow* window, bool on)
+{
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    // The property lists rectangles to blur; present and empty, it means the whole window.
+    if (on)
+        xcb_change_property(x->qt, XCB_PROP_MODE_REPLACE, id, (*x)[BlurBehindRegion],
+                            XCB_ATOM_CARDINAL, 32, 0, nullptr);
+    else
+        xcb_delete_property(x->qt, id, (*x)[BlurBehindRegion]);
+    xcb_flush(x->qt);
 }
 
 // The server's time now: a property change on a window of our own comes back as an event

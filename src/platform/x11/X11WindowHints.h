@@ -6,7 +6,8 @@
 
 // The panel hints on X11, through the EWMH properties and client messages that Qt's own
 // window flags do not reach: _NET_WM_STATE (sticky, skip taskbar, skip pager, above),
-// _NET_WM_DESKTOP for every workspace, _NET_WM_USER_TIME and _NET_ACTIVE_WINDOW.
+// _NET_WM_DESKTOP for every workspace, _NET_WM_USER_TIME and _NET_ACTIVE_WINDOW; and the blur
+// region KWin reads.
 //
 // REQUIRES: the windows passed keep Qt::WindowStaysOnTopHint in their flags. Qt restates
 // "above" from that flag whenever a shown window's flags change, and taking or releasing the
@@ -21,6 +22,7 @@ public:
     void setUserTime(QWindow* window, quint32 time) override;
     void takeKeyboard(QWindow* window, quint32 time) override;
     void releaseKeyboard(QWindow* window) override;
+    void setBlurBehind(QWindow* window, bool on) override;
 
 private:
     struct Connection;
