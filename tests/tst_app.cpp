@@ -76,9 +76,9 @@ struct Program {
             QList{FakeDisplays::make(1, QRectF(0, 0, 1920, 1080), true),
                   FakeDisplays::make(2, QRectF(1920, 0, 1920, 1080))});
         deckWindows.clear();
-        backends.makeDeckWindow = [this](quint32 id) {
+        backends.makeDeckWindow = [this](const AppServices::DeckWindowParts& parts) {
             auto window = std::make_unique<FakeDeckWindow>();
-            deckWindows.insert(id, window.get());
+            deckWindows.insert(parts.displayID, window.get());
             return window;
         };
         backends.windowHints = std::make_unique<RecordingWindowHints>();

@@ -30,6 +30,7 @@ public:
     void stepFontSize(double delta) override { calls.append(u"stepFontSize %1"_s.arg(delta)); }
     void refreshDecks() override { calls.append(u"refreshDecks"_s); }
     void run(const QString& id) override { calls.append(id); }
+    bool offers(const QString&) const override { return true; }
     QStringList calls;
 };
 

@@ -3,28 +3,107 @@
 #include "app/AppServices.h"
 #include "deck/DeckController.h"
 #include "deck/DeckManager.h"
+#include "settings/DeckStyle.h"
 #include "settings/Settings.h"
+
+#include <cmath>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
 AppActions::AppActions(AppServices& services, std::function<void()> quit)
     : services(services)
 {
-    actions.insert(u"newNote"_s, [this] { newNote(); });
-    actions.insert(u"biggerText"_s, [this] { stepFontSize(+1.5); });
-    actions.insert(u"smallerText"_s, [this] { stepFontSize(-1.5); });
-    actions.insert(u"refreshDecks"_s, [this] { refreshDecks(); });
-    actions.insert(u"quit"_s, std::move(quit));
+    actions.insert(u"newNote"_s, [this](const QString&) { newNote(); });
+    actions.insert(u"biggerText"_s, [this](const QString&) { stepFontSize(+1.5); });
+    actions.insert(u"smallerText"_s, [this](const QString&) { stepFontSize(-1.5); });
+    actions.insert(u"refreshDecks"_s, [this](const QString&) { refreshDecks(); });
+    actions.insert(u"quit"_s, [quit = std::move(quit)](const QString&) { quit(); });
+    addSettingsCommands();
+}
+
+namespace {
+
+// "name:value" splits at the first colon; the value may hold colons of its own.
+std::pair<QString, QString> split(const QString& id)
+{
+    const qsizetype colon = id.indexOf(u':');
+    if (colon < 0)
+        return {id, {}};
+    return {id.left(colon), id.mid(colon + 1)};
+}
+
+std::optional<double> number(const QString& text)
+{
+    bool ok = false;
+    const double value = text.toDouble(&ok);
+    if (!ok || !std::isfinite(value))
+        return std::nullopt;
+    return value;
+}
+
+} // namespace
+
+// The deck menu's settings. Each one that changes how a deck looks or stands ends in
+// refreshDecks, so every deck shows the change at once.
+void AppActions::addSettingsCommands()
+{
+    const auto toggle = [this](bool (*get)(), void (*set)(bool)) {
+        return [this, get, set](const QString&) {
+            set(!get());
+            refreshDecks();
+        };
+    };
+    actions.insert(u"toggleOverFullScreen"_s,
+                   toggle(&Settings::showOverFullScreen, &Settings::setShowOverFullScreen));
+    actions.insert(u"toggleDeckAlwaysShown"_s,
+                   toggle(&Settings::deckAlwaysShown, &Settings::setDeckAlwaysShown));
+    actions.insert(u"toggleDeckEdge"_s,
+                   toggle(&Settings::deckOnLeftEdge, &Settings::setDeckOnLeftEdge));
+    actions.insert(u"toggleLaunchAtLogin"_s, [](const QString&) {
+        Settings::setLaunchAtLogin(!Settings::launchAtLogin());
+    });
+    actions.insert(u"setDeckStyle"_s, [this](const QString& raw) {
+        if (const std::optional<DeckStyle> style = DeckStyles::fromRawValue(raw)) {
+            Settings::setDeckStyle(*style);
+            refreshDecks();
+        }
+    });
+    actions.insert(u"setNoteFont"_s, [this](const QString& name) {
+        Settings::setNoteFontName(name);
+        refreshDecks();
+    });
+    actions.insert(u"setFontSize"_s, [this](const QString& text) {
+        if (const std::optional<double> size = number(text)) {
+            Settings::setNoteFontSize(*size);
+            refreshDecks();
+        }
+    });
+    actions.insert(u"setDeckScale"_s, [this](const QString& text) {
+        if (const std::optional<double> scale = number(text)) {
+            Settings::setDeckScale(*scale);
+            refreshDecks();
+        }
+    });
+    actions.insert(u"setDisplayTarget"_s, [this](const QString& target) {
+        if (target.isEmpty())
+            return;
+        Settings::setDisplayTarget(target);
+        refreshDecks();
+    });
 }
 
 bool AppActions::run(const QString& id)
 {
-    const auto action = actions.constFind(id);
+    const auto [name, value] = split(id);
+    const auto action = actions.constFind(name);
     if (action == actions.cend())
         return false;
-    (*action)();
+    (*action)(value);
     return true;
 }
+
+bool AppActions::contains(const QString& id) const { return actions.contains(split(id).first); }
 
 QStringList AppActions::ids() const
 {

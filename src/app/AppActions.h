@@ -13,7 +13,8 @@ class AppServices;
 // The one table of the program's commands. Menus, the tray, global hot keys, the URL scheme,
 // the command line and the deck's menu all run the same actions by id, so a command behaves
 // the same whichever way it is given. Ids are the actions' names ("newNote", "quit"). An id
-// whose surface is not built yet is not in the table, so nothing offers it.
+// whose surface is not built yet is not in the table, so nothing offers it. A command that
+// takes a value carries it after a colon: "setDeckStyle:compact", "setDisplayTarget:id:7".
 class AppActions final {
 public:
     // quit asks the process to end the way every quit does (see AppDelegate::terminate).
@@ -24,7 +25,8 @@ public:
     bool run(const QString& id);
     // The same commands as the decks ask for them.
     DeckActions& forDecks() { return deckActions; }
-    bool contains(const QString& id) const { return actions.contains(id); }
+    // Whether the table holds the command, given with or without its value.
+    bool contains(const QString& id) const;
     // Every id, sorted.
     QStringList ids() const;
 
@@ -41,6 +43,7 @@ private:
         void stepFontSize(double delta) override { table.stepFontSize(delta); }
         void refreshDecks() override { table.refreshDecks(); }
         void run(const QString& id) override { table.run(id); }
+        bool offers(const QString& id) const override { return table.contains(id); }
 
     private:
         AppActions& table;
@@ -49,8 +52,10 @@ private:
     void newNote();
     void stepFontSize(double delta);
     void refreshDecks();
+    void addSettingsCommands();
 
     AppServices& services;
-    QHash<QString, std::function<void()>> actions;
+    // By name; the value is what followed the colon, empty for a command without one.
+    QHash<QString, std::function<void(const QString& value)>> actions;
     Deck deckActions{*this};
 };

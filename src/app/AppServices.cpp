@@ -76,7 +76,20 @@ void AppServices::openDecks(DeckActions& actions)
         .notes = *notes,
         .actions = actions,
         .detachTarget = nullptr,
-        .makeWindow = backends.makeDeckWindow,
+        .makeWindow =
+            [this, &actions](quint32 displayID) {
+                return backends.makeDeckWindow(DeckWindowParts{
+                    .displayID = displayID,
+                    .notes = *notes,
+                    .scheduler = scheduler(),
+                    .actions = actions,
+                    .displays = displays(),
+                    .pointer = pointer(),
+                    .hints = windowHints(),
+                    .compositor = compositor(),
+                    .keyboard = keyboardLayout(),
+                });
+            },
     });
 }
 

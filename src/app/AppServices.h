@@ -39,6 +39,19 @@ class WindowHints;
 // migration of old data must run before the database is opened. Main thread only.
 class AppServices final {
 public:
+    // What a deck's window is made with: the services it draws from and reports to.
+    struct DeckWindowParts {
+        quint32 displayID = 0;
+        NoteStore& notes;
+        Scheduler& scheduler;
+        DeckActions& actions;
+        Displays& displays;
+        Pointer& pointer;
+        WindowHints& hints;
+        Compositor& compositor;
+        KeyboardLayout& keyboard;
+    };
+
     struct Backends {
         // Out of line, where the backends' types are complete.
         Backends();
@@ -63,9 +76,9 @@ public:
         std::unique_ptr<WindowHints> windowHints;
         // Whether translucent windows show through, and when that changes.
         std::unique_ptr<Compositor> compositor;
-        // The window of a deck on the display with that id. Absent where the program has no
+        // The window of a deck, from what it is made with. Absent where the program has no
         // deck window to show; then no deck is made.
-        std::function<std::unique_ptr<DeckWindow>(quint32 displayID)> makeDeckWindow;
+        std::function<std::unique_ptr<DeckWindow>(const DeckWindowParts&)> makeDeckWindow;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.

@@ -17,6 +17,8 @@ public:
     // Any other command by its id in the application's table ("openAllNotes",
     // "toggleDeckAlwaysShown", ...), as the deck's context menu names them.
     virtual void run(const QString& id) = 0;
+    // Whether the program has the command yet; a menu leaves out what it does not offer.
+    virtual bool offers(const QString& id) const = 0;
 
 protected:
     DeckActions() = default;

@@ -32,6 +32,7 @@ DeckController::DeckController(quint32 displayID, Displays& displays, Pointer& p
     , lastActivity(scheduler.now())
     , lastPointer(pointer.location())
 {
+    window.attach(this);
     // The first state is taken as it is: a deck kept shown starts as a fan with no idle
     // watch and no reveal, and one at rest needs no timer at all.
     deckModel.setState(current);
@@ -49,6 +50,7 @@ DeckController::~DeckController()
     setMonitors(false);
     work = {};
     window.orderOut();
+    window.attach(nullptr);
 }
 
 std::optional<DisplayInfo> DeckController::screen() const

@@ -6,6 +6,8 @@
 
 #include <optional>
 
+class DeckController;
+
 // A damped spring for the content's move to a new state: response in seconds, damping as a
 // fraction of critical.
 struct DeckSpring {
@@ -29,6 +31,11 @@ inline constexpr DeckSpring growing{0.34, 0.82};
 class DeckWindow {
 public:
     virtual ~DeckWindow() = default;
+
+    // The controller that drives the window, which reports the pointer and the clicks to it;
+    // null once the controller is gone. The controller attaches itself first thing when it is
+    // made and detaches last thing when it goes.
+    virtual void attach(DeckController* controller) = 0;
 
     // In screen coordinates (origin bottom left, y up). Set at once, without the window
     // system's own animation; the window converts at its edge.

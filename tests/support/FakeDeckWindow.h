@@ -14,6 +14,7 @@ public:
         friend bool operator==(const Change&, const Change&) = default;
     };
 
+    void attach(DeckController* c) override { controller = c; }
     QRectF frame() const override { return currentFrame; }
     void setFrame(const QRectF& frame) override
     {
@@ -50,6 +51,7 @@ public:
         changes.append({next, spring});
     }
 
+    DeckController* controller = nullptr;
     QRectF currentFrame;
     QList<QRectF> frames;
     QList<Change> changes;

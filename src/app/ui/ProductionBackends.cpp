@@ -1,6 +1,7 @@
 #include "app/ui/ProductionBackends.h"
 
 #include "app/ui/UnsavedQuitDialog.h"
+#include "deck/ui/DeckPanel.h"
 #include "notes/ui/StorageErrorDialog.h"
 #include "platform/fallback/FixedCompositor.h"
 #include "platform/fallback/NoWindowHints.h"
@@ -44,6 +45,12 @@ AppServices::Backends makeProductionBackends()
     else
         backends.windowHints = std::make_unique<NoWindowHints>();
     backends.compositor = std::make_unique<FixedCompositor>();
+    backends.makeDeckWindow =
+        [](const AppServices::DeckWindowParts& parts) -> std::unique_ptr<DeckWindow> {
+        return std::make_unique<DeckPanel>(DeckPanel::Parts{
+            parts.notes, parts.scheduler, parts.actions, parts.displays, parts.pointer,
+            parts.hints, parts.compositor, parts.keyboard});
+    };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
     backends.whenDisplayIsLost = &X11DisplayLoss::callBeforeExit;

@@ -1,0 +1,153 @@
+#include "deck/ui/DeckMenus.h"
+
+#include "deck/DeckActions.h"
+#include "l10n/L10n.h"
+#include "notes/Ink.h"
+#include "notes/NoteStore.h"
+#include "settings/DeckStyle.h"
+#include "settings/Settings.h"
+
+#include <QMenu>
+
+#include <cmath>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// A command item; absent from the menu when the program does not offer the command.
+QAction* command(QMenu& menu, DeckActions& actions, const QString& key, const QString& id)
+{
+    if (!actions.offers(id))
+        return nullptr;
+    return menu.addAction(L10n::text(key), [&actions, id] { actions.run(id); });
+}
+
+void check(QAction* action, bool on)
+{
+    if (!action)
+        return;
+    action->setCheckable(true);
+    action->setChecked(on);
+}
+
+// A submenu of choices of one command, each carrying its value; the current one is checked.
+struct Choice {
+    QString title;
+    QString value;
+    bool current = false;
+};
+
+void choices(QMenu& menu, DeckActions& actions, const QString& key, const QString& id,
+             const QList<Choice>& list)
+{
+    if (!actions.offers(id) || list.isEmpty())
+        return;
+    QMenu* sub = menu.addMenu(L10n::text(key));
+    for (const Choice& c : list)
+        check(sub->addAction(c.title, [&actions, id, v = c.value] { actions.run(id + u':' + v); }),
+              c.current);
+}
+
+bool near(double a, double b) { return std::abs(a - b) < 0.01; }
+
+template <class Table>
+QList<Choice> sizes(const Table& table, double current)
+{
+    QList<Choice> list;
+    for (const auto& entry : table)
+        list.append({L10n::text(entry.key.toString()), QString::number(entry.value),
+                     near(entry.value, current)});
+    return list;
+}
+
+} // namespace
+
+namespace DeckMenus {
+
+void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& displays)
+{
+    command(menu, actions, u"menu.new_note"_s, u"newNote"_s);
+    command(menu, actions, u"menu.all_notes"_s, u"openAllNotes"_s);
+    command(menu, actions, u"menu.archive"_s, u"openArchive"_s);
+    menu.addSeparator();
+
+    check(command(menu, actions, u"menu.show_over_fullscreen"_s, u"toggleOverFullScreen"_s),
+          Settings::showOverFullScreen());
+
+    QList<Choice> styles;
+    for (const DeckStyle style : DeckStyles::all)
+        styles.append({L10n::text(DeckStyles::titleKey(style)), DeckStyles::rawValue(style),
+                       style == Settings::deckStyle()});
+    choices(menu, actions, u"menu.deck_style"_s, u"setDeckStyle"_s, styles);
+
+    QList<Choice> faces;
+    const NoteFace current = Ink::face();
+    for (const NoteFace& face : Ink::faces())
+        faces.append({face.localizedName(), face.body, face == current});
+    choices(menu, actions, u"menu.note_font"_s, u"setNoteFont"_s, faces);
+    choices(menu, actions, u"menu.text_size"_s, u"setFontSize"_s,
+            sizes(Settings::fontSizes, Settings::noteFontSize()));
+    choices(menu, actions, u"menu.deck_size"_s, u"setDeckScale"_s,
+            sizes(Settings::deckSizes, Settings::deckScale()));
+
+    check(command(menu, actions, u"menu.keep_deck_open"_s, u"toggleDeckAlwaysShown"_s),
+          Settings::deckAlwaysShown());
+    check(command(menu, actions, u"menu.dock_left"_s, u"toggleDeckEdge"_s),
+          Settings::deckOnLeftEdge());
+
+    if (displays.size() >= 2 && actions.offers(u"setDisplayTarget"_s)) {
+        QMenu* sub = menu.addMenu(L10n::text(u"menu.display"_s));
+        const QString target = Settings::displayTarget();
+        const auto add = [&](const QString& title, const QString& value) {
+            check(sub->addAction(title,
+                                 [&actions, value] { actions.run(u"setDisplayTarget:"_s + value); }),
+                  value == target);
+        };
+        add(L10n::text(u"display.all"_s), u"all"_s);
+        add(L10n::text(u"display.main"_s), u"main"_s);
+        sub->addSeparator();
+        for (const DisplayInfo& d : displays) {
+            const QString title =
+                d.isMain ? L10n::format(u"display.named_main"_s, {d.name}) : d.name;
+            add(title, u"id:"_s + QString::number(d.id));
+        }
+    }
+
+    command(menu, actions, u"menu.check_for_updates"_s, u"checkForUpdates"_s);
+    check(command(menu, actions, u"menu.check_automatically"_s, u"toggleAutoUpdates"_s), false);
+    menu.addSeparator();
+    check(command(menu, actions, u"menu.launch_at_login"_s, u"toggleLaunchAtLogin"_s),
+          Settings::launchAtLogin());
+    menu.addSeparator();
+
+    if (actions.offers(u"exportMarkdown"_s)) {
+        QMenu* sub = menu.addMenu(L10n::text(u"menu.export"_s));
+        command(*sub, actions, u"export.markdown_per_note"_s, u"exportMarkdown"_s);
+        command(*sub, actions, u"export.plain_per_note"_s, u"exportPlainText"_s);
+        command(*sub, actions, u"export.single_document"_s, u"exportSingleFile"_s);
+        command(*sub, actions, u"export.sticky_archive"_s, u"exportStickies"_s);
+    }
+    command(menu, actions, u"menu.import"_s, u"importStickies"_s);
+    menu.addSeparator();
+    command(menu, actions, u"menu.settings"_s, u"openSettings"_s);
+    command(menu, actions, u"menu.quit"_s, u"quit"_s);
+}
+
+void fillNoteMenu(QMenu& menu, const Note& note, NoteStore& notes, DeckActions& actions)
+{
+    const QString id = note.id;
+    menu.addAction(L10n::text(note.pinned ? u"action.unpin"_s : u"action.pin"_s),
+                   [&notes, id] { notes.togglePin(id); });
+    menu.addAction(L10n::text(u"action.archive"_s), [&notes, id] { notes.setArchived(id, true); });
+    menu.addAction(L10n::text(u"help.cycle_colour"_s), [&notes, id] { notes.cycleColor(id); });
+    menu.addSeparator();
+    menu.addAction(L10n::text(u"action.delete"_s), [&notes, id] { notes.deleteNote(id); });
+    if (Settings::deckAlwaysShown() && Settings::deckHideActions()) {
+        menu.addSeparator();
+        command(menu, actions, u"menu.new_note"_s, u"newNote"_s);
+        command(menu, actions, u"menu.settings"_s, u"openSettings"_s);
+    }
+}
+
+} // namespace DeckMenus
