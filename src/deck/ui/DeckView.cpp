@@ -3,6 +3,7 @@
 #include "deck/DeckActions.h"
 #include "deck/DeckController.h"
 #include "deck/DeckGeom.h"
+#include "deck/DeckLog.h"
 #include "deck/DeckModel.h"
 #include "settings/Settings.h"
 #include "deck/ui/DeckMenus.h"
@@ -379,11 +380,32 @@ void DeckView::paintEvent(QPaintEvent*)
         Q_EMIT shapeChanged();
     }
     if (settled(t)) {
+        if (frames.isActive())
+            logItems();
         frames.stop();
     } else if (!frames.isActive()) {
         const double hz = screen() ? screen()->refreshRate() : 60;
         frames.start(std::max(1, static_cast<int>(std::lround(1000.0 / std::max(hz, 24.0)))));
     }
+}
+
+// Where everything came to rest, in the desktop's coordinates, for the deck's debug trace.
+void DeckView::logItems() const
+{
+    DeckLog::line([this] {
+        QString line = u"items"_s;
+        const auto add = [&](const QString& kind, const QString& key, const QRectF& r) {
+            const QRect g(mapToGlobal(r.topLeft().toPoint()), r.size().toSize());
+            line += u" %1:%2@%3,%4,%5x%6"_s.arg(kind, key)
+                        .arg(g.x())
+                        .arg(g.y())
+                        .arg(g.width())
+                        .arg(g.height());
+        };
+        for (const ItemInfo& item : items())
+            add(item.kind, item.key, item.rect);
+        return line;
+    });
 }
 
 const DeckView::Item* DeckView::itemAt(QPointF point) const

@@ -140,6 +140,7 @@ private:
     bool onLeft() const;
     double now() const;
     bool settled(double now) const;
+    void logItems() const;
 
     DeckController& controller;
     NoteStore& notes;

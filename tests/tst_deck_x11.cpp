@@ -1,0 +1,336 @@
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// A window manager on a busy machine may take seconds to answer.
+constexpr int patience = 30000;
+
+struct FreeReply {
+    void operator()(void* reply) const { std::free(reply); }
+};
+template <typename T>
+using Reply = std::unique_ptr<T, FreeReply>;
+
+// The real program on an X server of its own with openbox, seen from outside: through its
+// deck trace, the server's idea of its window, and the pointer moved and clicked by xdotool
+// (XTest), as a person's hand would.
+class DeckOnScreen {
+public:
+    ~DeckOnScreen()
+    {
+        if (x)
+            xcb_disconnect(x);
+        for (QProcess* p : {&program, &windowManager, &server}) {
+            if (p->state() != QProcess::NotRunning) {
+                p->kill();
+                p->waitForFinished(10000);
+            }
+        }
+    }
+
+    bool startDesktop()
+    {
+        server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-nolisten"_s, u"tcp"_s,
+                                 u"-screen"_s, u"0"_s, u"1280x800x24"_s});
+        if (!server.waitForStarted())
+            return false;
+        QByteArray number;
+        const QDeadlineTimer deadline(patience);
+        while (!number.endsWith('\n') && !deadline.hasExpired()
+               && server.state() == QProcess::Running) {
+            server.waitForReadyRead(100);
+            number += server.readAllStandardOutput();
+        }
+        if (!number.endsWith('\n'))
+            return false;
+        display = ":" + number.trimmed();
+        x = xcb_connect(display.constData(), nullptr);
+        if (xcb_connection_has_error(x))
+            return false;
+        windowManager.setProcessEnvironment(environment());
+        windowManager.start(u"openbox"_s, {u"--sm-disable"_s});
+        return windowManager.waitForStarted()
+               && QTest::qWaitFor([&] { return !property(root(), "_NET_SUPPORTING_WM_CHECK").isEmpty(); },
+                                  patience);
+    }
+
+    QProcessEnvironment environment() const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(u"DISPLAY"_s, QString::fromLatin1(display));
+        env.insert(u"HOME"_s, home.path());
+        env.insert(u"XDG_DATA_HOME"_s, home.path() + u"/data"_s);
+        env.insert(u"XDG_CONFIG_HOME"_s, home.path() + u"/config"_s);
+        env.insert(u"XDG_RUNTIME_DIR"_s, home.path() + u"/run"_s);
+        env.insert(u"PONDRIFT_DEBUG_DECK"_s, u"1"_s);
+        env.remove(u"QT_QPA_PLATFORM"_s);
+        return env;
+    }
+
+    // Notes in the program's own library, written as an earlier launch would have.
+    bool seed(const QStringList& titles)
+    {
+        QDir(home.path()).mkpath(u"run"_s);
+        QFile::setPermissions(home.path() + u"/run"_s,
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        return QProcess::execute(QString::fromUtf8(PONDRIFT_HELPER_DIR) + u"/seednotes"_s,
+                                 QStringList{home.path() + u"/data/Pondrift"_s} + titles)
+               == 0;
+    }
+
+    bool launch()
+    {
+        program.setProcessEnvironment(environment());
+        program.setProcessChannelMode(QProcess::MergedChannels);
+        program.start(QString::fromUtf8(PONDRIFT_BINARY), {});
+        return program.waitForStarted() && waitForLine(u"making a deck"_s);
+    }
+
+    // Waits for a trace line holding the text, after the lines already looked at.
+    bool waitForLine(const QString& text)
+    {
+        return QTest::qWaitFor(
+            [&] {
+                trace += QString::fromUtf8(program.readAll());
+                const qsizetype at = trace.indexOf(text, seen);
+                if (at < 0)
+                    return false;
+                seen = at + text.size();
+                return true;
+            },
+            patience);
+    }
+    QString traceSoFar() { return trace + QString::fromUtf8(program.readAll()); }
+
+    // The deck's window: the program's only top-level window that the server shows.
+    xcb_window_t deckWindow()
+    {
+        const Reply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(x, xcb_query_tree(x, root()), nullptr));
+        if (!tree)
+            return XCB_NONE;
+        const xcb_window_t* frames = xcb_query_tree_children(tree.get());
+        for (int i = 0; i < xcb_query_tree_children_length(tree.get()); ++i) {
+            const Reply<xcb_query_tree_reply_t> inner(
+                xcb_query_tree_reply(x, xcb_query_tree(x, frames[i]), nullptr));
+            QList<xcb_window_t> candidates{frames[i]};
+            if (inner) {
+                const xcb_window_t* kids = xcb_query_tree_children(inner.get());
+                candidates.append(QList<xcb_window_t>(kids, kids + xcb_query_tree_children_length(inner.get())));
+            }
+            for (const xcb_window_t w : candidates) {
+                if (className(w).contains("pondrift"))
+                    return w;
+            }
+        }
+        return XCB_NONE;
+    }
+
+    QRect geometry(xcb_window_t window)
+    {
+        const Reply<xcb_get_geometry_reply_t> g(
+            xcb_get_geometry_reply(x, xcb_get_geometry(x, window), nullptr));
+        const Reply<xcb_translate_coordinates_reply_t> t(xcb_translate_coordinates_reply(
+            x, xcb_translate_coordinates(x, window, root(), 0, 0), nullptr));
+        if (!g || !t)
+            return {};
+        return {t->dst_x, t->dst_y, g->width, g->height};
+    }
+
+    bool viewable(xcb_window_t window)
+    {
+        const Reply<xcb_get_window_attributes_reply_t> a(xcb_get_window_attributes_reply(
+            x, xcb_get_window_attributes(x, window), nullptr));
+        return a && a->map_state == XCB_MAP_STATE_VIEWABLE;
+    }
+
+    xcb_window_t focus()
+    {
+        const Reply<xcb_get_input_focus_reply_t> f(
+            xcb_get_input_focus_reply(x, xcb_get_input_focus(x), nullptr));
+        return f ? f->focus : XCB_NONE;
+    }
+
+    // An ordinary window of another program, holding the keyboard.
+    xcb_window_t openOtherWindow()
+    {
+        const xcb_screen_t* screen = xcb_setup_roots_iterator(xcb_get_setup(x)).data;
+        const xcb_window_t w = xcb_generate_id(x);
+        const quint32 values[] = {screen->white_pixel};
+        xcb_create_window(x, XCB_COPY_FROM_PARENT, w, screen->root, 100, 100, 400, 300, 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, XCB_CW_BACK_PIXEL,
+                          values);
+        xcb_map_window(x, w);
+        xcb_flush(x);
+        return w;
+    }
+
+    void xdotool(const QStringList& args)
+    {
+        QProcess tool;
+        tool.setProcessEnvironment(environment());
+        tool.start(u"xdotool"_s, args);
+        QVERIFY2(tool.waitForFinished(patience), "xdotool is needed for this test");
+        QCOMPARE(tool.exitCode(), 0);
+    }
+
+    // As a pager's "Show Desktop" button asks.
+    void showDesktop(bool on)
+    {
+        xcb_client_message_event_t event{};
+        event.response_type = XCB_CLIENT_MESSAGE;
+        event.format = 32;
+        event.window = root();
+        event.type = atom("_NET_SHOWING_DESKTOP");
+        event.data.data32[0] = on ? 1 : 0;
+        xcb_send_event(x, false, root(),
+                       XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
+                       reinterpret_cast<const char*>(&event));
+        xcb_flush(x);
+    }
+
+    QList<quint32> property(xcb_window_t window, const char* name)
+    {
+        const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+            x, xcb_get_property(x, false, window, atom(name), XCB_GET_PROPERTY_TYPE_ANY, 0, 1024),
+            nullptr));
+        if (!reply || reply->format != 32)
+            return {};
+        const auto* values = static_cast<const quint32*>(xcb_get_property_value(reply.get()));
+        return QList<quint32>(values, values + xcb_get_property_value_length(reply.get()) / 4);
+    }
+
+    xcb_atom_t atom(const char* name)
+    {
+        const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
+            x, xcb_intern_atom(x, false, std::strlen(name), name), nullptr));
+        return reply ? reply->atom : XCB_NONE;
+    }
+
+    xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(x)).data->root; }
+
+    QProcess program;
+
+private:
+    QByteArray className(xcb_window_t w)
+    {
+        const Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+            x, xcb_get_property(x, false, w, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, 0, 256), nullptr));
+        if (!reply)
+            return {};
+        return QByteArray(static_cast<const char*>(xcb_get_property_value(reply.get())),
+                          xcb_get_property_value_length(reply.get()));
+    }
+
+    QTemporaryDir home;
+    QProcess server;
+    QProcess windowManager;
+    QByteArray display;
+    xcb_connection_t* x = nullptr;
+    QString trace;
+    qsizetype seen = 0;
+};
+
+// The centre of the first item of that kind in the deck's last "items" trace line.
+QPoint itemCentre(const QString& trace, const QString& kind)
+{
+    const qsizetype line = trace.lastIndexOf(u"[deck] items"_s);
+    const QRegularExpression item(u" "_s + kind + u":\\S*@(-?\\d+),(-?\\d+),(\\d+)x(\\d+)"_s);
+    const QRegularExpressionMatch m = item.match(trace.mid(line, trace.indexOf(u'\n', line) - line));
+    if (!m.hasMatch())
+        return {};
+    return QRect(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt(),
+                 m.captured(4).toInt())
+        .center();
+}
+
+} // namespace
+
+class TestDeckX11 : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    // Hover fans the deck out, a tab's click opens its note and a second click closes it, and
+    // the deck rests again once the pointer has gone; a click on the deck never takes the
+    // keyboard from the window that had it, and "Show Desktop" leaves the deck where it was.
+    void theDeckAnswersThePointerAndKeepsOutOfTheWay()
+    {
+        DeckOnScreen desk;
+        QVERIFY2(desk.startDesktop(), "Xvfb and openbox are needed for this test");
+        QVERIFY(desk.seed({u"Groceries"_s, u"Call Mum"_s, u"Ideas"_s, u"Trip"_s, u"Books"_s, u"Films"_s}));
+        QVERIFY(desk.launch());
+        xcb_window_t deck = XCB_NONE;
+        QVERIFY(QTest::qWaitFor([&] { return (deck = desk.deckWindow()) && desk.viewable(deck); },
+                                patience));
+        const QRect resting = desk.geometry(deck);
+        QCOMPARE(resting.right(), 1279);
+        QVERIFY2(resting.width() <= 44, qPrintable(u"%1 wide at rest"_s.arg(resting.width())));
+
+        const xcb_window_t other = desk.openOtherWindow();
+        QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
+        desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
+        QCOMPARE(desk.focus(), other);
+
+        // To the edge, where the pill is.
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(resting.center().x()),
+                      QString::number(resting.center().y())});
+        QVERIFY2(desk.waitForLine(u"setState rest -> fan"_s), qPrintable(desk.traceSoFar()));
+        QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).width() > 200; }, patience));
+        QVERIFY2(desk.waitForLine(u"[deck] items"_s), qPrintable(desk.traceSoFar()));
+        const QString trace = desk.traceSoFar();
+        for (const char* title : {"tab:", "plus:", "cog:"})
+            QVERIFY2(trace.count(QLatin1String(title)) >= (qstrcmp(title, "tab:") ? 1 : 5),
+                     qPrintable(trace));
+
+        const QPoint tab = itemCentre(trace, u"tab"_s);
+        QVERIFY2(!tab.isNull(), qPrintable(trace));
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(tab.x()), QString::number(tab.y())});
+        desk.xdotool({u"click"_s, u"1"_s});
+        QVERIFY2(desk.waitForLine(u"fan -> expanded("_s), qPrintable(desk.traceSoFar()));
+        desk.xdotool({u"click"_s, u"1"_s});
+        QVERIFY2(desk.waitForLine(u"expanded("_s) && desk.waitForLine(u") -> fan"_s),
+                 qPrintable(desk.traceSoFar()));
+
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, u"300"_s, u"300"_s});
+        QVERIFY2(desk.waitForLine(u"fan -> rest"_s), qPrintable(desk.traceSoFar()));
+        QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).width() <= 44; }, patience));
+
+        // A click on the deck with another window focused (the More tab: it opens no note)
+        // leaves the keyboard where it was.
+        desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(resting.center().x()),
+                      QString::number(resting.center().y())});
+        QVERIFY2(desk.waitForLine(u"rest -> fan"_s) && desk.waitForLine(u"[deck] items"_s),
+                 qPrintable(desk.traceSoFar()));
+        const QPoint more = itemCentre(desk.traceSoFar(), u"more"_s);
+        QVERIFY2(!more.isNull(), qPrintable(desk.traceSoFar()));
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(more.x()), QString::number(more.y())});
+        desk.xdotool({u"click"_s, u"1"_s});
+        // The column lists all six once the click has gone through.
+        QVERIFY2(desk.waitForLine(u"[deck] items"_s), qPrintable(desk.traceSoFar()));
+        QCOMPARE(desk.focus(), other);
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, u"300"_s, u"300"_s});
+        QVERIFY(desk.waitForLine(u"fan -> rest"_s));
+
+        desk.showDesktop(true);
+        QVERIFY(QTest::qWaitFor([&] { return !desk.viewable(other); }, patience));
+        QVERIFY(desk.viewable(deck));
+        desk.showDesktop(false);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestDeckX11)
+#include "tst_deck_x11.moc"

@@ -1,0 +1,205 @@
+#include "deck/DeckActions.h"
+#include "deck/DeckController.h"
+#include "deck/DeckGeom.h"
+#include "deck/ui/DeckView.h"
+#include "notes/Ink.h"
+#include "settings/Settings.h"
+#include "support/FakeDeckWindow.h"
+#include "support/FakeDisplays.h"
+#include "support/FakePointer.h"
+#include "support/MemoryDefaults.h"
+#include "support/MemoryLoginItem.h"
+#include "support/TableFonts.h"
+#include "support/TestLibrary.h"
+
+#include <QApplication>
+#include <QMouseEvent>
+#include <QStandardPaths>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+class NoActions final : public DeckActions {
+public:
+    void newNote() override {}
+    void openSettings() override {}
+    void stepFontSize(double) override {}
+    void refreshDecks() override {}
+    void run(const QString&) override {}
+    bool offers(const QString&) const override { return false; }
+};
+
+const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 0, 1920, 1080), true};
+
+// A fanned deck's view over three notes, driven by the pointer as a person drives it; the
+// deck's timers run on the test's clock, its motion on the real one.
+struct FannedView {
+    TestLibrary lib;
+    NoteStore& notes = lib.open();
+    FakeDisplays displays{{screen}};
+    FakePointer pointer;
+    FakeDeckWindow window;
+    NoActions actions;
+    QStringList ids{notes.create(u"one"_s, u"Alpha"_s).id, notes.create(u"two"_s, u"Beta"_s).id,
+                    notes.create(u"three"_s, u"Gamma"_s).id};
+    DeckController deck{screen.id, displays, pointer, lib.clock, notes, window, actions, nullptr,
+                        nullptr};
+    DeckView view{{deck, notes, lib.clock, actions}, nullptr};
+
+    FannedView()
+    {
+        // New notes go first: the ids in the deck's own order.
+        ids = order();
+        pointer.setLocation({1900, 540});
+        deck.pointerEntered();
+        lib.clock.advance(0.05);
+        view.resize(window.currentFrame.size().toSize());
+        view.show();
+    }
+    bool settled()
+    {
+        return QTest::qWaitFor([&] {
+            view.repaint();
+            return !view.isAnimating() && rectOf(ids[0]).isValid();
+        });
+    }
+    QRectF rectOf(const QString& key) const
+    {
+        for (const DeckView::ItemInfo& item : view.items()) {
+            if (item.key == key)
+                return item.rect;
+        }
+        return {};
+    }
+    bool has(const QString& kind) const
+    {
+        const QList<DeckView::ItemInfo> items = view.items();
+        return std::any_of(items.cbegin(), items.cend(),
+                           [&](const DeckView::ItemInfo& i) { return i.kind == kind; });
+    }
+    // Fractions of a point matter to the gesture, so the events carry them.
+    void send(QEvent::Type type, QPointF at, Qt::MouseButtons held)
+    {
+        QMouseEvent event(type, at, view.mapToGlobal(at), Qt::LeftButton, held, Qt::NoModifier);
+        QApplication::sendEvent(&view, &event);
+    }
+    void drag(QPointF from, QList<QPointF> moves)
+    {
+        send(QEvent::MouseButtonPress, from, Qt::LeftButton);
+        for (QPointF to : moves)
+            send(QEvent::MouseMove, to, Qt::LeftButton);
+        send(QEvent::MouseButtonRelease, moves.last(), Qt::NoButton);
+    }
+    QStringList order() const
+    {
+        QStringList list;
+        for (const Note& n : notes.active())
+            list.append(n.id);
+        return list;
+    }
+};
+
+} // namespace
+
+class TestDeckView : public QObject {
+    Q_OBJECT
+
+    MemoryDefaults defaults;
+    MemoryLoginItem loginItem;
+    TableFonts fonts;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        Settings::install(defaults, loginItem);
+        Ink::install(fonts);
+    }
+    void init() { defaults.values.clear(); }
+
+    // One gesture both clicks and drags: only vertical travel beyond 5 points drags, and a
+    // drag never clicks, even when it comes back where it began.
+    void aPressOnATabIsAClickOrADrag_data()
+    {
+        QTest::addColumn<QList<QPointF>>("moves");
+        QTest::addColumn<bool>("opens");
+        QTest::addColumn<int>("shift");
+        QTest::newRow("5.0 down is still a click") << QList<QPointF>{{0, 5.0}} << true << 0;
+        QTest::newRow("5.01 down is a drag, too short to move the tab")
+            << QList<QPointF>{{0, 5.01}} << false << 0;
+        QTest::newRow("sideways travel alone is a click") << QList<QPointF>{{-60, 4}} << true << 0;
+        QTest::newRow("a drag back to its start moves nothing")
+            << QList<QPointF>{{0, 30}, {0, 80}, {0, 0}} << false << 0;
+        QTest::newRow("a drag of one pitch moves the tab one place")
+            << QList<QPointF>{{0, 20}, {0, 1}} << false << 1;
+    }
+    void aPressOnATabIsAClickOrADrag()
+    {
+        QFETCH(QList<QPointF>, moves);
+        QFETCH(bool, opens);
+        QFETCH(int, shift);
+        FannedView f;
+        QVERIFY(f.settled());
+        const QRectF tab = f.rectOf(f.ids[0]);
+        const double pitch = f.rectOf(f.ids[1]).top() - tab.top();
+        const QPointF start(tab.center().x(), tab.top() + pitch * 0.5);
+        // A row's last move of {0, 1} stands for one pitch.
+        if (moves.last() == QPointF(0, 1))
+            moves.last() = QPointF(0, pitch);
+        for (QPointF& m : moves)
+            m += start;
+        f.drag(start, moves);
+        QCOMPARE(f.deck.state().expandedID().has_value(), opens);
+        QStringList expected = f.ids;
+        expected.move(0, shift);
+        QCOMPARE(f.order(), expected);
+    }
+
+    // Opening on hover waits for the pointer to rest; a click before then has opened the
+    // note, and the waiting open must not ask for the keyboard a second time.
+    void aClickBeatsTheHoverOpen()
+    {
+        Settings::setOpenOnHover(true);
+        FannedView f;
+        f.deck.model().syncPreferences();
+        QVERIFY(f.settled());
+        const QPointF on = f.rectOf(f.ids[0]).topLeft() + QPointF(20, 20);
+        f.send(QEvent::MouseMove, on, Qt::NoButton);
+        f.drag(on, {on});
+        QCOMPARE(f.deck.state().expandedID(), f.ids[0]);
+        const int requests = f.window.keyRequests;
+        f.lib.clock.advance(Settings::openOnHoverDelay + 0.1);
+        QCOMPARE(f.window.keyRequests, requests);
+    }
+
+    // The card waits a moment before it goes, so the pointer can cross from the tab to it.
+    void thePreviewCardOutlastsTheCrossingFromItsTab()
+    {
+        Settings::setTabPreview(true);
+        FannedView f;
+        f.deck.model().syncPreferences();
+        QVERIFY(f.settled());
+        f.send(QEvent::MouseMove, f.rectOf(f.ids[1]).topLeft() + QPointF(20, 20), Qt::NoButton);
+        f.lib.clock.advance(Settings::tabPreviewDelay + 0.01);
+        QVERIFY(QTest::qWaitFor([&] {
+            f.view.repaint();
+            return f.has(u"card"_s);
+        }));
+        f.send(QEvent::MouseMove, f.rectOf(u"#card"_s).center(), Qt::NoButton);
+        f.lib.clock.advance(0.1);
+        f.lib.clock.advance(0.5);
+        f.view.repaint();
+        QVERIFY(f.has(u"card"_s));
+        f.send(QEvent::MouseMove, {10, 10}, Qt::NoButton);
+        f.lib.clock.advance(0.2);
+        QVERIFY(QTest::qWaitFor([&] {
+            f.view.repaint();
+            return !f.has(u"card"_s);
+        }));
+    }
+};
+
+QTEST_MAIN(TestDeckView)
+#include "tst_deckview.moc"
