@@ -16,7 +16,7 @@ packages=(
 )
 if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi
 if [ "${PONDRIFT_WITH_SCREENSHOTS:-0}" = 1 ]; then
-  packages+=(picom xdotool imagemagick x11-utils)
+  packages+=(picom imagemagick x11-utils hsetroot)
 fi
 
 missing=()

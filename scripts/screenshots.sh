@@ -5,15 +5,22 @@
 #
 #   bash scripts/screenshots.sh [output-folder]
 #
-# PONDRIFT_SCENES and PONDRIFT_LANGUAGES (en, zh-Hans) choose a subset.
+# PONDRIFT_SCENES, PONDRIFT_LANGUAGES (en, zh-Hans) and PONDRIFT_COMPOSITORS (picom, none)
+# choose a subset. Without a compositor the file names end in "-flat".
 # Scenes (each in a fresh home of its own):
 #   damaged-key   the key file is the wrong size: the storage alert a person meets at launch
+#   deck-rest     the pill at rest on the right edge, six notes
+#   deck-fan      the pointer at the edge: five labelled tabs, More, plus and cog
+#   deck-chips    the same in the colour-chip style
+#   deck-left     the fan on the left edge
+#   deck-preview  the pointer resting on a tab: its preview card
+#   deck-drag     a tab dragged down, its neighbours making room
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${1:-$root/build/screenshots}
 PONDRIFT_WITH_SCREENSHOTS=1 bash "$root/scripts/install-deps.sh"
-cmake -S "$root" -B "$root/build/release" -DCMAKE_BUILD_TYPE=Release -DPONDRIFT_TESTS=OFF >/dev/null
-cmake --build "$root/build/release" --target pondrift -j"$(nproc)"
+cmake -S "$root" -B "$root/build/release" -DCMAKE_BUILD_TYPE=Release -DPONDRIFT_TESTS=ON >/dev/null
+cmake --build "$root/build/release" --target pondrift seednotes -j"$(nproc)"
 mkdir -p "$out"
 
 # Waits until a command succeeds, for at most 30 s.
@@ -34,11 +41,62 @@ prepare() {
   printf '[General]\nappLanguage=%s\n' "$language" >"$home/config/Pondrift/Pondrift.conf"
   case "$scene" in
     damaged-key) head -c 5 /dev/urandom >"$home/data/Pondrift/note.key" ;;
+    deck-*)
+      if [ "$language" = zh-Hans ]; then
+        "$root/build/release/tests/helpers/seednotes" "$home/data/Pondrift" \
+          '购物清单|牛奶\n鸡蛋\n- [ ] 面包\n- [x] 咖啡' '给妈妈打电话|周日下午' '演讲的想法|先讲故事，再讲数字' \
+          '里斯本之旅|机票已订' '书单|《百年孤独》' '电影|周五晚上'
+      else
+        "$root/build/release/tests/helpers/seednotes" "$home/data/Pondrift" \
+          'Groceries|Milk\nEggs\n- [ ] Bread\n- [x] Coffee' 'Call Mum|Sunday afternoon' \
+          'Ideas for the talk|Start with the story, then the numbers' 'Trip to Lisbon|Flights booked' \
+          'Reading list|One Hundred Years of Solitude' 'Films|Friday night'
+      fi
+      ;;
+  esac
+  case "$scene" in
+    deck-chips) printf 'deckStyle=compact\n' >>"$home/config/Pondrift/Pondrift.conf" ;;
+    deck-left) printf 'deckOnLeftEdge=true\n' >>"$home/config/Pondrift/Pondrift.conf" ;;
+  esac
+}
+
+# A point in the upper part of the first item of a kind in the deck's last "items" trace
+# line, as "X Y" in the screen's pixels (the trace speaks in points).
+item_centre() {
+  grep '\[deck\] items' "$1" | tail -1 | tr ' ' '\n' | grep "^$2:" | head -1 |
+    sed -E 's/.*@(-?[0-9]+),(-?[0-9]+),([0-9]+)x([0-9]+)/\1 \2 \3 \4/' |
+    awk -v s="$3" '{ printf "%d %d\n", ($1 + $3 / 2) * s, ($2 + $4 / 3) * s }'
+}
+
+# Brings the deck to the scene's moment: the pointer at the edge, on a tab, or dragging one.
+act() {
+  local scene=$1 log=$2 scale=$3 edge_x=1276
+  [ "$scene" = deck-left ] && edge_x=3
+  case "$scene" in
+    deck-rest | damaged-key) return 0 ;;
+  esac
+  xdotool mousemove --sync "$edge_x" 400
+  wait_for grep -q '\[deck\] items' "$log"
+  case "$scene" in
+    deck-preview)
+      # shellcheck disable=SC2046
+      xdotool mousemove --sync $(item_centre "$log" tab "$scale")
+      sleep 0.8
+      ;;
+    deck-drag)
+      local at
+      at=$(item_centre "$log" tab "$scale")
+      # shellcheck disable=SC2086
+      xdotool mousemove --sync $at mousedown 1
+      local x=${at% *} y=${at#* }
+      for step in 10 20 30 40 50 60; do xdotool mousemove --sync "$x" $((y + step)); done
+      sleep 0.5
+      ;;
   esac
 }
 
 shoot() {
-  local scene=$1 language=$2 scale=$3
+  local scene=$1 language=$2 scale=$3 compositor=$4
   local home display pids=()
   home=$(mktemp -d)
   prepare "$home" "$scene" "$language"
@@ -46,17 +104,24 @@ shoot() {
   read -r display <&3
   pids+=($!)
   export DISPLAY=:$display
+  # A desktop background: the compositor paints the root's pixmap under everything.
+  hsetroot -add '#23395b' -add '#5f7a8c' -gradient 160 >/dev/null 2>&1 || true
   openbox >/dev/null 2>&1 &
   pids+=($!)
-  picom --backend xrender >/dev/null 2>&1 &
-  pids+=($!)
+  if [ "$compositor" = picom ]; then
+    picom --backend xrender >/dev/null 2>&1 &
+    pids+=($!)
+  fi
   wait_for xprop -root _NET_SUPPORTING_WM_CHECK
   HOME=$home XDG_CONFIG_HOME=$home/config XDG_DATA_HOME=$home/data XDG_RUNTIME_DIR=$home/run \
-    QT_SCALE_FACTOR=$scale "$root/build/release/src/pondrift" >"$home/log" 2>&1 &
+    QT_SCALE_FACTOR=$scale PONDRIFT_DEBUG_DECK=1 "$root/build/release/src/pondrift" >"$home/log" 2>&1 &
   pids+=($!)
-  local shot=$out/$scene-$language-${scale}x.png
+  local suffix=""
+  [ "$compositor" = none ] && suffix="-flat"
+  local shot=$out/$scene-$language-${scale}x$suffix.png
   if wait_for xdotool search --onlyvisible --name Pondrift; then
     sleep 0.5 # the compositor's fade-in
+    act "$scene" "$home/log" "$scale"
     import -window root "$shot"
     echo "$shot"
   else
@@ -70,10 +135,12 @@ shoot() {
 }
 
 failed=0
-for scene in ${PONDRIFT_SCENES:-damaged-key}; do
+for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag}; do
   for language in ${PONDRIFT_LANGUAGES:-en zh-Hans}; do
     for scale in 1 2; do
-      shoot "$scene" "$language" "$scale"
+      for compositor in ${PONDRIFT_COMPOSITORS:-picom none}; do
+        shoot "$scene" "$language" "$scale" "$compositor"
+      done
     done
   done
 done

@@ -373,6 +373,9 @@ void DeckView::paintEvent(QPaintEvent*)
         shape.addPath(o);
     }
     painter.end();
+    static bool firstFrame = true;
+    if (std::exchange(firstFrame, false))
+        DeckLog::line([] { return u"first frame"_s; });
 
     const QRegion region = composited ? QRegion(rect()) : QRegion(shape.toFillPolygon().toPolygon());
     if (region != drawn) {
