@@ -280,13 +280,13 @@ namespace {
 
 double tabScale(const TabLook& look) { return look.scale.value_or(look.lifted ? liftScale : 1.0); }
 
-QTransform tabTransform(const QRectF& slot, const TabLook& look)
+} // namespace
+
+QTransform verticalTabTransform(const QRectF& slot, const TabLook& look)
 {
     return aroundAnchor(edgeAnchor(slot, look.onRight), DeckGeom::lean(look.onRight),
                         tabScale(look));
 }
-
-} // namespace
 
 Shadow verticalTabShadow(const TabLook& look)
 {
@@ -307,7 +307,7 @@ void paintVerticalTab(QPainter& p, const QRectF& slot, const TabLook& look)
     p.save();
     p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing
                      | QPainter::SmoothPixmapTransform);
-    p.setTransform(tabTransform(slot, look), true);
+    p.setTransform(verticalTabTransform(slot, look), true);
     const Shape body =
         edgeShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight, tabRadius);
     paintShadow(p, body, verticalTabShadow(look), look.surface);
@@ -325,7 +325,7 @@ void paintVerticalTab(QPainter& p, const QRectF& slot, const TabLook& look)
 
 QPainterPath verticalTabOutline(const QRectF& slot, const TabLook& look)
 {
-    return tabTransform(slot, look)
+    return verticalTabTransform(slot, look)
         .map(edgeTabShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight, tabRadius));
 }
 

@@ -8,6 +8,7 @@
 #include <QPixmap>
 #include <QRectF>
 #include <QString>
+#include <QTransform>
 
 #include <optional>
 #include <utility>
@@ -66,7 +67,7 @@ QColor secondaryColor(bool dark);
 // A shadow as an offset blurred silhouette: blur is the shadow's radius, whose Gaussian has
 // a sigma of half of it.
 struct Shadow {
-    QColor color;
+    QColor color{};
     double blur = 0;
     double dx = 0;
     double dy = 0;
@@ -79,13 +80,13 @@ QPainterPath edgeTabShape(const QRectF& rect, bool onRight, double radius);
 // The labelled tab of a note. slot is the tab's frame: tabWidth wide, `height` tall; the
 // body runs bleed further past the screen edge. strip is the part not covered by the next tab.
 struct TabLook {
-    Metrics metrics;
-    QColor paper;
-    QColor ink;
+    Metrics metrics{};
+    QColor paper{};
+    QColor ink{};
     // Upper-cased already.
-    QString label;
+    QString label{};
     // Its letter spacing is replaced by tracking.
-    QFont font;
+    QFont font{};
     double tracking = 0;
     double strip = 0;
     bool onRight = true;
@@ -94,24 +95,27 @@ struct TabLook {
     bool hovering = false;
     bool lifted = false;
     // Mid-animation; absent: liftScale when lifted, else 1.
-    std::optional<double> scale;
+    std::optional<double> scale{};
     Surface surface = Surface::Composited;
 };
 void paintVerticalTab(QPainter& p, const QRectF& slot, const TabLook& look);
 QPainterPath verticalTabOutline(const QRectF& slot, const TabLook& look);
 Shadow verticalTabShadow(const TabLook& look);
-// The label's slot in the tab's unrotated coordinates, before lean and scale.
+// The label's slot in the tab's own coordinates, before lean and scale.
 QRectF labelSlot(const QRectF& slot, const TabLook& look);
+// From the tab's own coordinates to the painter's: lean and scale about the middle of the
+// slot's edge side.
+QTransform verticalTabTransform(const QRectF& slot, const TabLook& look);
 
 // The colour chip of the compact style; slot is tabWidth × chipHeight.
 struct ChipLook {
-    Metrics metrics;
-    QColor paper;
+    Metrics metrics{};
+    QColor paper{};
     bool onRight = true;
     bool isOpen = false;
     bool pressed = false;
     // Absent: pressScale when pressed, else 1.
-    std::optional<double> scale;
+    std::optional<double> scale{};
     Surface surface = Surface::Composited;
 };
 void paintChipTab(QPainter& p, const QRectF& slot, const ChipLook& look);
@@ -120,18 +124,18 @@ QPainterPath chipTabOutline(const QRectF& slot, const ChipLook& look);
 // The More tab ("+N") and the Empty tab (the label of a new note), both on ultra-thin
 // material in the secondary style. The Empty tab leans and bleeds like a labelled tab.
 struct MaterialTabLook {
-    Metrics metrics;
+    Metrics metrics{};
     // "+N" for the More tab; the upper-cased label for the Empty tab.
-    QString label;
+    QString label{};
     // The Empty tab's tab font; the More tab sets its own.
-    QFont font;
+    QFont font{};
     double tracking = 0;
     // The Empty tab's label strip.
     double strip = 0;
     bool onRight = true;
     bool dark = true;
     bool pressed = false;
-    std::optional<double> scale;
+    std::optional<double> scale{};
     Surface surface = Surface::Composited;
 };
 void paintMoreTab(QPainter& p, const QRectF& slot, const MaterialTabLook& look);
@@ -145,7 +149,7 @@ struct ButtonLook {
     bool hovering = false;
     bool pressed = false;
     // Absent: hoverScale when hovering, pressScale when pressed, else 1.
-    std::optional<double> scale;
+    std::optional<double> scale{};
     Surface surface = Surface::Composited;
 };
 void paintPlusButton(QPainter& p, const QRectF& slot, const ButtonLook& look);
@@ -154,9 +158,9 @@ QPainterPath buttonOutline(const QRectF& slot, const ButtonLook& look);
 
 // The resting pill. slot is plusGap wide and DeckGeom::pillHeight tall.
 struct PillLook {
-    Metrics metrics;
+    Metrics metrics{};
     // One dash colour a note, at most DeckGeom::maxDashes; none draws the empty dash.
-    QList<QColor> dashes;
+    QList<QColor> dashes{};
     // More notes than dashes: one more dash in the secondary colour.
     bool overflow = false;
     bool dark = true;
@@ -173,22 +177,22 @@ QPainterPath edgeLineOutline(const QRectF& slot);
 // The preview card beside a hovered tab; slot's top left is the card's, its size is
 // cardWidth × cardHeight(look).
 struct CardLine {
-    QString text;
+    QString text{};
     bool task = false;
     bool done = false;
 };
 struct CardLook {
-    QColor paper;
-    QColor ink;
-    QString title;
+    QColor paper{};
+    QColor ink{};
+    QString title{};
     // Trimmed, without image tokens, a handful at most; empty: emptyText shows instead.
-    QList<CardLine> lines;
-    QString emptyText;
-    std::optional<std::pair<int, int>> progress;
+    QList<CardLine> lines{};
+    QString emptyText{};
+    std::optional<std::pair<int, int>> progress{};
     bool pinned = false;
     bool onRight = true;
     // The system font; sizes are set from it.
-    QFont font;
+    QFont font{};
     Surface surface = Surface::Composited;
 
     // The look of a note: its display title, up to maxLines body lines (without the line that
