@@ -1,5 +1,6 @@
 // Paints every piece of the deck, on both edges and in every state, into one PNG for a person
-// to look at: a column per edge, on a mid-grey and on a light desktop, with a compositor and
+// to look at: a column per edge, on a mid-grey desktop in the dark appearance and on a light
+// desktop in the light one, with a compositor and
 // without one (there the pieces are cut to their outlines by a 1-bit shape, over a black
 // window, as X shapes a window).
 //
@@ -21,7 +22,6 @@
 #include <QImage>
 #include <QLinearGradient>
 #include <QPainter>
-#include <QRegion>
 
 #include <algorithm>
 #include <cstdio>
@@ -33,7 +33,7 @@ using namespace Qt::Literals::StringLiterals;
 namespace {
 
 constexpr double sceneWidth = 300;
-constexpr double sceneHeight = 740;
+constexpr double sceneHeight = 820;
 
 // One piece: paints itself and gives its outline, both in scene coordinates.
 struct Piece {
@@ -46,7 +46,7 @@ QRectF mirrored(const QRectF& r, bool onRight)
     return onRight ? r : QRectF(sceneWidth - r.right(), r.top(), r.width(), r.height());
 }
 
-std::vector<Piece> scene(bool onRight, Surface surface)
+std::vector<Piece> scene(bool onRight, Surface surface, bool dark)
 {
     const Metrics m = Metrics::current();
     const QFont tabFont = Ink::tabFont();
@@ -103,12 +103,14 @@ std::vector<Piece> scene(bool onRight, Surface surface)
     more.label = u"+3"_s;
     more.onRight = onRight;
     more.surface = surface;
+    more.dark = dark;
     const QRectF moreSlot = at(column, y - pitch + itemHeight + 7, m.tabWidth, 34);
     pieces.push_back(
         {[=](QPainter& p) { paintMoreTab(p, moreSlot, more); }, moreTabOutline(moreSlot, more)});
 
     ButtonLook button;
     button.surface = surface;
+    button.dark = dark;
     const QRectF plusSlot = at(column, moreSlot.bottom() + 12, m.tabWidth, 28);
     const QRectF cogSlot = at(column, plusSlot.bottom() + 8, m.tabWidth, 24);
     pieces.push_back({[=](QPainter& p) { paintPlusButton(p, plusSlot, button); },
@@ -152,6 +154,7 @@ std::vector<Piece> scene(bool onRight, Surface surface)
     empty.strip = pitch;
     empty.onRight = onRight;
     empty.surface = surface;
+    empty.dark = dark;
     const QRectF emptySlot = at(column, cy + 12, m.tabWidth, pitch);
     pieces.push_back({[=](QPainter& p) { paintEmptyTab(p, emptySlot, empty); },
                       emptyTabOutline(emptySlot, empty)});
@@ -167,6 +170,7 @@ std::vector<Piece> scene(bool onRight, Surface surface)
             pill.dashes.append(NoteColor::at(i).dash);
         pill.overflow = overflow;
         pill.surface = surface;
+        pill.dark = dark;
         const int notes = overflow ? count + 1 : count;
         const QRectF slot = at(px, 300, pillWidth, DeckGeom::pillHeight(notes));
         pieces.push_back({[=](QPainter& p) { paintPill(p, slot, pill); }, pillOutline(slot)});
@@ -201,10 +205,10 @@ std::vector<Piece> scene(bool onRight, Surface surface)
     return pieces;
 }
 
-QImage renderScene(bool onRight, Surface surface, const QImage& background, double dpr)
+QImage renderScene(bool onRight, Surface surface, bool dark, const QImage& background, double dpr)
 {
     const QSize device = (QSizeF(sceneWidth, sceneHeight) * dpr).toSize();
-    const std::vector<Piece> pieces = scene(onRight, surface);
+    const std::vector<Piece> pieces = scene(onRight, surface, dark);
     QImage out = background.scaled(device);
     out.setDevicePixelRatio(dpr);
     if (surface == Surface::Composited) {
@@ -275,7 +279,7 @@ int main(int argc, char** argv)
             const QImage back = backdrop(light, sceneDevice);
             for (Surface surface : {Surface::Composited, Surface::Shaped}) {
                 for (bool onRight : {false, true}) {
-                    QImage scene = renderScene(onRight, surface, back, dpr);
+                    QImage scene = renderScene(onRight, surface, !light, back, dpr);
                     scene.setDevicePixelRatio(1);
                     p.drawImage(column * sceneDevice.width(), 0, scene);
                     ++column;

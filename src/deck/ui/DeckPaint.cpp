@@ -6,6 +6,7 @@
 #include "notes/NoteText.h"
 #include "notes/Tasks.h"
 
+#include <QBitmap>
 #include <QFontMetricsF>
 #include <QImage>
 #include <QPaintDevice>
@@ -120,16 +121,16 @@ Shape edgeShape(const QRectF& rect, bool onRight, double radius)
             radius};
 }
 
-// Fills the shape. On a shaped window the fill also covers a band of 0.75 device pixel
-// outside it: the 1-bit window shape keeps every pixel whose centre is inside, and the band
-// covers those whole, so none shows the window's black through an antialiased edge.
+// Fills the shape. On a shaped window the fill also covers a band of 0.75 logical pixel
+// outside it: the window shape keeps every logical pixel whose centre is inside, whose corners
+// lie at most 0.71 outside, and the band covers those whole, so none shows the window's black
+// through an antialiased edge.
 void fillSolid(QPainter& p, const Shape& shape, const QColor& color, Surface surface)
 {
     const QPainterPath path = shape.path();
     p.fillPath(path, color);
     if (surface == Surface::Shaped) {
         QPen pen(color, 1.5);
-        pen.setCosmetic(true);
         pen.setJoinStyle(Qt::RoundJoin);
         p.strokePath(path, pen);
     }
@@ -234,6 +235,23 @@ QColor primaryColor(bool dark) { return dark ? QColor(255, 255, 255, 235) : QCol
 QColor secondaryColor(bool dark)
 {
     return dark ? QColor(255, 255, 255, 150) : QColor(0, 0, 0, 128);
+}
+
+QRegion windowShape(const QPainterPath& outlines)
+{
+    const QRect bounds = outlines.boundingRect().toAlignedRect();
+    if (bounds.isEmpty())
+        return {};
+    // An aliased fill takes exactly the pixels whose centres are inside.
+    QImage image(bounds.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter p(&image);
+        p.translate(-bounds.topLeft());
+        p.fillPath(outlines, Qt::black);
+    }
+    return QRegion(QBitmap::fromImage(image.createAlphaMask(Qt::ThresholdAlphaDither)))
+        .translated(bounds.topLeft());
 }
 
 Metrics Metrics::current()

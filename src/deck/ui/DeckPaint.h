@@ -7,6 +7,7 @@
 #include <QPainterPath>
 #include <QPixmap>
 #include <QRectF>
+#include <QRegion>
 #include <QString>
 #include <QTransform>
 
@@ -35,9 +36,13 @@ namespace DeckPaint {
 // Composited: translucent materials with a hairline, and shadows. Shaped: no compositor, so
 // the window is cut to the union of the outlines; shadows would be cut away and translucent
 // pixels would show black, so none are drawn and materials are opaque. Shaped fills also run
-// a device pixel past their outline, so that the edge pixels a 1-bit window shape keeps are
-// fully covered rather than blended with the window's black.
+// 0.75 logical pixel past their outline, so that the edge pixels windowShape keeps are fully
+// covered rather than blended with the window's black.
 enum class Surface { Composited, Shaped };
+
+// The window shape for a union of outlines, in logical pixels: each logical pixel whose centre
+// lies inside. Shaped painting covers every such pixel whole and opaque, at any ratio.
+QRegion windowShape(const QPainterPath& outlines);
 
 // The deck's scaled lengths, as DeckGeom gives them.
 struct Metrics {
