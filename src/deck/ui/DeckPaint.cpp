@@ -6,6 +6,7 @@
 #include "notes/NoteText.h"
 #include "notes/Tasks.h"
 
+#include <QBitmap>
 #include <QFontMetricsF>
 #include <QImage>
 #include <QPaintDevice>
@@ -44,6 +45,8 @@ constexpr double pinTop = 7;
 constexpr double pinInset = 9;
 constexpr double cardPadX = 10;
 constexpr double cardPadY = 9;
+constexpr double edgeDashOn = 3;
+constexpr double edgeDashOff = 4;
 
 QColor withAlpha(QColor c, double a)
 {
@@ -118,16 +121,16 @@ Shape edgeShape(const QRectF& rect, bool onRight, double radius)
             radius};
 }
 
-// Fills the shape. On a shaped window the fill also covers a band of 0.75 device pixel
-// outside it: the 1-bit window shape keeps every pixel whose centre is inside, and the band
-// covers those whole, so none shows the window's black through an antialiased edge.
+// Fills the shape. On a shaped window the fill also covers a band of 0.75 logical pixel
+// outside it: the window shape keeps every logical pixel whose centre is inside, whose corners
+// lie at most 0.71 outside, and the band covers those whole, so none shows the window's black
+// through an antialiased edge.
 void fillSolid(QPainter& p, const Shape& shape, const QColor& color, Surface surface)
 {
     const QPainterPath path = shape.path();
     p.fillPath(path, color);
     if (surface == Surface::Shaped) {
         QPen pen(color, 1.5);
-        pen.setCosmetic(true);
         pen.setJoinStyle(Qt::RoundJoin);
         p.strokePath(path, pen);
     }
@@ -234,6 +237,23 @@ QColor secondaryColor(bool dark)
     return dark ? QColor(255, 255, 255, 150) : QColor(0, 0, 0, 128);
 }
 
+QRegion windowShape(const QPainterPath& outlines)
+{
+    const QRect bounds = outlines.boundingRect().toAlignedRect();
+    if (bounds.isEmpty())
+        return {};
+    // An aliased fill takes exactly the pixels whose centres are inside.
+    QImage image(bounds.size(), QImage::Format_ARGB32_Premultiplied);
+    image.fill(Qt::transparent);
+    {
+        QPainter p(&image);
+        p.translate(-bounds.topLeft());
+        p.fillPath(outlines, Qt::black);
+    }
+    return QRegion(QBitmap::fromImage(image.createAlphaMask(Qt::ThresholdAlphaDither)))
+        .translated(bounds.topLeft());
+}
+
 Metrics Metrics::current()
 {
     Metrics m;
@@ -278,19 +298,17 @@ namespace {
 
 double tabScale(const TabLook& look) { return look.scale.value_or(look.lifted ? liftScale : 1.0); }
 
-QTransform tabTransform(const QRectF& slot, const TabLook& look)
+} // namespace
+
+QTransform verticalTabTransform(const QRectF& slot, const TabLook& look)
 {
     return aroundAnchor(edgeAnchor(slot, look.onRight), DeckGeom::lean(look.onRight),
                         tabScale(look));
 }
 
-} // namespace
-
 Shadow verticalTabShadow(const TabLook& look)
 {
-    Shadow s = look.lifted                     ? tabLifted
-               : look.isOpen || look.hovering ? tabHover
-                                               : tabRest;
+    Shadow s = look.lifted ? tabLifted : look.isOpen || look.hovering ? tabHover : tabRest;
     if (look.onRight)
         s.dx = -s.dx;
     return s;
@@ -307,9 +325,9 @@ void paintVerticalTab(QPainter& p, const QRectF& slot, const TabLook& look)
     p.save();
     p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing
                      | QPainter::SmoothPixmapTransform);
-    p.setTransform(tabTransform(slot, look), true);
-    const Shape body = edgeShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight,
-                                 tabRadius);
+    p.setTransform(verticalTabTransform(slot, look), true);
+    const Shape body =
+        edgeShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight, tabRadius);
     paintShadow(p, body, verticalTabShadow(look), look.surface);
     fillSolid(p, body, look.paper, look.surface);
     drawTurnedLabel(p, labelSlot(slot, look), look.label, look.font, look.tracking,
@@ -325,7 +343,7 @@ void paintVerticalTab(QPainter& p, const QRectF& slot, const TabLook& look)
 
 QPainterPath verticalTabOutline(const QRectF& slot, const TabLook& look)
 {
-    return tabTransform(slot, look)
+    return verticalTabTransform(slot, look)
         .map(edgeTabShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight, tabRadius));
 }
 
@@ -347,8 +365,8 @@ void paintChipTab(QPainter& p, const QRectF& slot, const ChipLook& look)
     p.save();
     p.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
     p.setTransform(chipTransform(slot, look), true);
-    const Shape body = edgeShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight,
-                                 chipRadius);
+    const Shape body =
+        edgeShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight, chipRadius);
     Shadow s = look.isOpen ? chipOpen : chipRest;
     if (look.onRight)
         s.dx = -s.dx;
@@ -412,14 +430,13 @@ void paintEmptyTab(QPainter& p, const QRectF& slot, const MaterialTabLook& look)
     p.save();
     p.setRenderHints(QPainter::Antialiasing | QPainter::TextAntialiasing);
     p.setTransform(emptyTransform(slot, look), true);
-    const Shape body = edgeShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight,
-                                 tabRadius);
+    const Shape body =
+        edgeShape(bled(slot, look.onRight, look.metrics.bleed), look.onRight, tabRadius);
     fillMaterial(p, body, {materialTint(Material::UltraThin, look.dark)}, look.surface, look.dark,
                  true);
     const double length = std::max(look.strip - look.metrics.labelInset, minLabelSlot);
     drawTurnedLabel(p, {slot.left(), slot.top() + look.metrics.labelInset, slot.width(), length},
-                    look.label, look.font, look.tracking, secondaryColor(look.dark),
-                    look.onRight);
+                    look.label, look.font, look.tracking, secondaryColor(look.dark), look.onRight);
     p.restore();
 }
 
@@ -441,8 +458,9 @@ QRectF circleIn(const QRectF& slot)
 
 QTransform buttonTransform(const QRectF& slot, const ButtonLook& look)
 {
-    const double scale =
-        look.scale.value_or(look.hovering ? hoverScale : look.pressed ? pressScale : 1.0);
+    const double scale = look.scale.value_or(look.hovering  ? hoverScale
+                                             : look.pressed ? pressScale
+                                                            : 1.0);
     return aroundAnchor(slot.center(), 0, scale);
 }
 
@@ -560,22 +578,21 @@ QPainterPath pillOutline(const QRectF& slot)
 
 // ---- Edge line ----
 
-void paintEdgeLine(QPainter& p, const QRectF& slot)
+void paintEdgeLine(QPainter& p, const QRectF& slot, Surface surface)
 {
-    p.save();
-    p.setRenderHint(QPainter::Antialiasing);
-    QPen pen(QColor(255, 255, 255, 89), 1, Qt::CustomDashLine, Qt::FlatCap);
-    pen.setDashPattern({3, 4});
-    p.setPen(pen);
-    const double x = slot.center().x();
-    p.drawLine(QPointF(x, slot.top()), QPointF(x, slot.bottom()));
-    p.restore();
+    // White at 0.35; laid over the shaped grey where nothing shows through.
+    const QColor white(255, 255, 255, 89);
+    p.fillPath(edgeLineOutline(slot),
+               surface == Surface::Shaped ? over(shapedBase(true), white) : white);
 }
 
 QPainterPath edgeLineOutline(const QRectF& slot)
 {
+    // Dashes of 3 on and 4 off from the top, as whole rectangles so that they stay sharp.
     QPainterPath path;
-    path.addRect(QRectF(slot.center().x() - 0.5, slot.top(), 1, slot.height()));
+    const double x = slot.center().x() - 0.5;
+    for (double y = slot.top(); y < slot.bottom(); y += edgeDashOn + edgeDashOff)
+        path.addRect(QRectF(x, y, 1, std::min(edgeDashOn, slot.bottom() - y)));
     return path;
 }
 
@@ -694,7 +711,8 @@ void paintNotePreviewCard(QPainter& p, const QRectF& slot, const CardLook& look)
     const double titleWidth = look.pinned ? width - pinGlyph - 4 : width;
     p.setFont(f.title);
     p.setPen(look.ink);
-    p.drawText(QPointF(left, y + tm.ascent()), tm.elidedText(look.title, Qt::ElideRight, titleWidth));
+    p.drawText(QPointF(left, y + tm.ascent()),
+               tm.elidedText(look.title, Qt::ElideRight, titleWidth));
     if (look.pinned) {
         p.save();
         p.translate(slot.right() - cardPadX - pinGlyph, y + (tm.height() - pinGlyph) / 2);

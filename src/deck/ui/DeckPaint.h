@@ -7,7 +7,9 @@
 #include <QPainterPath>
 #include <QPixmap>
 #include <QRectF>
+#include <QRegion>
 #include <QString>
+#include <QTransform>
 
 #include <optional>
 #include <utility>
@@ -34,9 +36,13 @@ namespace DeckPaint {
 // Composited: translucent materials with a hairline, and shadows. Shaped: no compositor, so
 // the window is cut to the union of the outlines; shadows would be cut away and translucent
 // pixels would show black, so none are drawn and materials are opaque. Shaped fills also run
-// a device pixel past their outline, so that the edge pixels a 1-bit window shape keeps are
-// fully covered rather than blended with the window's black.
+// 0.75 logical pixel past their outline, so that the edge pixels windowShape keeps are fully
+// covered rather than blended with the window's black.
 enum class Surface { Composited, Shaped };
+
+// The window shape for a union of outlines, in logical pixels: each logical pixel whose centre
+// lies inside. Shaped painting covers every such pixel whole and opaque, at any ratio.
+QRegion windowShape(const QPainterPath& outlines);
 
 // The deck's scaled lengths, as DeckGeom gives them.
 struct Metrics {
@@ -66,7 +72,7 @@ QColor secondaryColor(bool dark);
 // A shadow as an offset blurred silhouette: blur is the shadow's radius, whose Gaussian has
 // a sigma of half of it.
 struct Shadow {
-    QColor color;
+    QColor color{};
     double blur = 0;
     double dx = 0;
     double dy = 0;
@@ -79,13 +85,13 @@ QPainterPath edgeTabShape(const QRectF& rect, bool onRight, double radius);
 // The labelled tab of a note. slot is the tab's frame: tabWidth wide, `height` tall; the
 // body runs bleed further past the screen edge. strip is the part not covered by the next tab.
 struct TabLook {
-    Metrics metrics;
-    QColor paper;
-    QColor ink;
+    Metrics metrics{};
+    QColor paper{};
+    QColor ink{};
     // Upper-cased already.
-    QString label;
+    QString label{};
     // Its letter spacing is replaced by tracking.
-    QFont font;
+    QFont font{};
     double tracking = 0;
     double strip = 0;
     bool onRight = true;
@@ -94,24 +100,27 @@ struct TabLook {
     bool hovering = false;
     bool lifted = false;
     // Mid-animation; absent: liftScale when lifted, else 1.
-    std::optional<double> scale;
+    std::optional<double> scale{};
     Surface surface = Surface::Composited;
 };
 void paintVerticalTab(QPainter& p, const QRectF& slot, const TabLook& look);
 QPainterPath verticalTabOutline(const QRectF& slot, const TabLook& look);
 Shadow verticalTabShadow(const TabLook& look);
-// The label's slot in the tab's unrotated coordinates, before lean and scale.
+// The label's slot in the tab's own coordinates, before lean and scale.
 QRectF labelSlot(const QRectF& slot, const TabLook& look);
+// From the tab's own coordinates to the painter's: lean and scale about the middle of the
+// slot's edge side.
+QTransform verticalTabTransform(const QRectF& slot, const TabLook& look);
 
 // The colour chip of the compact style; slot is tabWidth × chipHeight.
 struct ChipLook {
-    Metrics metrics;
-    QColor paper;
+    Metrics metrics{};
+    QColor paper{};
     bool onRight = true;
     bool isOpen = false;
     bool pressed = false;
     // Absent: pressScale when pressed, else 1.
-    std::optional<double> scale;
+    std::optional<double> scale{};
     Surface surface = Surface::Composited;
 };
 void paintChipTab(QPainter& p, const QRectF& slot, const ChipLook& look);
@@ -120,18 +129,18 @@ QPainterPath chipTabOutline(const QRectF& slot, const ChipLook& look);
 // The More tab ("+N") and the Empty tab (the label of a new note), both on ultra-thin
 // material in the secondary style. The Empty tab leans and bleeds like a labelled tab.
 struct MaterialTabLook {
-    Metrics metrics;
+    Metrics metrics{};
     // "+N" for the More tab; the upper-cased label for the Empty tab.
-    QString label;
+    QString label{};
     // The Empty tab's tab font; the More tab sets its own.
-    QFont font;
+    QFont font{};
     double tracking = 0;
     // The Empty tab's label strip.
     double strip = 0;
     bool onRight = true;
     bool dark = true;
     bool pressed = false;
-    std::optional<double> scale;
+    std::optional<double> scale{};
     Surface surface = Surface::Composited;
 };
 void paintMoreTab(QPainter& p, const QRectF& slot, const MaterialTabLook& look);
@@ -145,7 +154,7 @@ struct ButtonLook {
     bool hovering = false;
     bool pressed = false;
     // Absent: hoverScale when hovering, pressScale when pressed, else 1.
-    std::optional<double> scale;
+    std::optional<double> scale{};
     Surface surface = Surface::Composited;
 };
 void paintPlusButton(QPainter& p, const QRectF& slot, const ButtonLook& look);
@@ -154,9 +163,9 @@ QPainterPath buttonOutline(const QRectF& slot, const ButtonLook& look);
 
 // The resting pill. slot is plusGap wide and DeckGeom::pillHeight tall.
 struct PillLook {
-    Metrics metrics;
+    Metrics metrics{};
     // One dash colour a note, at most DeckGeom::maxDashes; none draws the empty dash.
-    QList<QColor> dashes;
+    QList<QColor> dashes{};
     // More notes than dashes: one more dash in the secondary colour.
     bool overflow = false;
     bool dark = true;
@@ -165,29 +174,30 @@ struct PillLook {
 void paintPill(QPainter& p, const QRectF& slot, const PillLook& look);
 QPainterPath pillOutline(const QRectF& slot);
 
-// The dashed line along the column's edge side, down the middle of slot (1 wide).
-void paintEdgeLine(QPainter& p, const QRectF& slot);
+// The dashed line along the column's edge side, down the middle of slot (1 wide). Its outline
+// is the dashes alone, so that a shaped window shows nothing between them.
+void paintEdgeLine(QPainter& p, const QRectF& slot, Surface surface);
 QPainterPath edgeLineOutline(const QRectF& slot);
 
 // The preview card beside a hovered tab; slot's top left is the card's, its size is
 // cardWidth × cardHeight(look).
 struct CardLine {
-    QString text;
+    QString text{};
     bool task = false;
     bool done = false;
 };
 struct CardLook {
-    QColor paper;
-    QColor ink;
-    QString title;
+    QColor paper{};
+    QColor ink{};
+    QString title{};
     // Trimmed, without image tokens, a handful at most; empty: emptyText shows instead.
-    QList<CardLine> lines;
-    QString emptyText;
-    std::optional<std::pair<int, int>> progress;
+    QList<CardLine> lines{};
+    QString emptyText{};
+    std::optional<std::pair<int, int>> progress{};
     bool pinned = false;
     bool onRight = true;
     // The system font; sizes are set from it.
-    QFont font;
+    QFont font{};
     Surface surface = Surface::Composited;
 
     // The look of a note: its display title, up to maxLines body lines (without the line that
