@@ -51,6 +51,11 @@ const QString plusKey = u"#plus"_s;
 const QString cogKey = u"#cog"_s;
 const QString cardKey = u"#card"_s;
 
+DeckPaint::Surface surfaceOf(bool composited)
+{
+    return composited ? DeckPaint::Surface::Composited : DeckPaint::Surface::Shaped;
+}
+
 } // namespace
 
 DeckView::DeckView(Parts parts, QWidget* parent)
@@ -350,7 +355,8 @@ void DeckView::paintEvent(QPaintEvent*)
     }
     if (!edgeLine.isEmpty() && lineOpacity.value(t) > 0.001) {
         painter.setOpacity(std::clamp(lineOpacity.value(t), 0.0, 1.0));
-        DeckPaint::paintEdgeLine(painter, edgeLine);
+        DeckPaint::paintEdgeLine(painter, edgeLine, surfaceOf(composited));
+        shape.addPath(DeckPaint::edgeLineOutline(edgeLine));
         painter.setOpacity(1);
     }
     for (const Item& item : std::as_const(laidOut)) {
@@ -377,7 +383,7 @@ void DeckView::paintEvent(QPaintEvent*)
     if (std::exchange(firstFrame, false))
         DeckLog::line([] { return u"first frame"_s; });
 
-    const QRegion region = composited ? QRegion(rect()) : QRegion(shape.toFillPolygon().toPolygon());
+    const QRegion region = composited ? QRegion(rect()) : DeckPaint::windowShape(shape);
     if (region != drawn) {
         drawn = region;
         Q_EMIT shapeChanged();
@@ -620,15 +626,6 @@ QList<DeckView::ItemInfo> DeckView::items() const
     }
     return list;
 }
-
-namespace {
-
-DeckPaint::Surface surfaceOf(bool composited)
-{
-    return composited ? DeckPaint::Surface::Composited : DeckPaint::Surface::Shaped;
-}
-
-} // namespace
 
 // Each item's look, for painting and for its outline alike.
 void DeckView::paintItem(QPainter& painter, const Item& item)
