@@ -7,20 +7,32 @@
 #include "settings/DeckStyle.h"
 #include "settings/Settings.h"
 
+#include <QApplication>
 #include <QMenu>
+#include <QTimer>
 
 #include <cmath>
+#include <functional>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
+
+// A command can take down the deck whose menu ran it (a move to another display), so it runs
+// once the menu has closed and its event has returned.
+void later(std::function<void()> work) { QTimer::singleShot(0, qApp, std::move(work)); }
+
+void run(DeckActions& actions, const QString& id)
+{
+    later([&actions, id] { actions.run(id); });
+}
 
 // A command item; absent from the menu when the program does not offer the command.
 QAction* command(QMenu& menu, DeckActions& actions, const QString& key, const QString& id)
 {
     if (!actions.offers(id))
         return nullptr;
-    return menu.addAction(L10n::text(key), [&actions, id] { actions.run(id); });
+    return menu.addAction(L10n::text(key), [&actions, id] { run(actions, id); });
 }
 
 void check(QAction* action, bool on)
@@ -45,8 +57,23 @@ void choices(QMenu& menu, DeckActions& actions, const QString& key, const QStrin
         return;
     QMenu* sub = menu.addMenu(L10n::text(key));
     for (const Choice& c : list)
-        check(sub->addAction(c.title, [&actions, id, v = c.value] { actions.run(id + u':' + v); }),
+        check(sub->addAction(c.title, [&actions, id, v = c.value] { run(actions, id + u':' + v); }),
               c.current);
+}
+
+// A divider between groups, never first, last or twice: the commands around it may be absent.
+void separate(QMenu& menu)
+{
+    const QList<QAction*> list = menu.actions();
+    if (!list.isEmpty() && !list.constLast()->isSeparator())
+        menu.addSeparator();
+}
+
+void trim(QMenu& menu)
+{
+    const QList<QAction*> list = menu.actions();
+    if (!list.isEmpty() && list.constLast()->isSeparator())
+        menu.removeAction(list.constLast());
 }
 
 bool near(double a, double b) { return std::abs(a - b) < 0.01; }
@@ -70,7 +97,7 @@ void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& d
     command(menu, actions, u"menu.new_note"_s, u"newNote"_s);
     command(menu, actions, u"menu.all_notes"_s, u"openAllNotes"_s);
     command(menu, actions, u"menu.archive"_s, u"openArchive"_s);
-    menu.addSeparator();
+    separate(menu);
 
     check(command(menu, actions, u"menu.show_over_fullscreen"_s, u"toggleOverFullScreen"_s),
           Settings::showOverFullScreen());
@@ -101,7 +128,7 @@ void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& d
         const QString target = Settings::displayTarget();
         const auto add = [&](const QString& title, const QString& value) {
             check(sub->addAction(title,
-                                 [&actions, value] { actions.run(u"setDisplayTarget:"_s + value); }),
+                                 [&actions, value] { run(actions, u"setDisplayTarget:"_s + value); }),
                   value == target);
         };
         add(L10n::text(u"display.all"_s), u"all"_s);
@@ -116,10 +143,10 @@ void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& d
 
     command(menu, actions, u"menu.check_for_updates"_s, u"checkForUpdates"_s);
     check(command(menu, actions, u"menu.check_automatically"_s, u"toggleAutoUpdates"_s), false);
-    menu.addSeparator();
+    separate(menu);
     check(command(menu, actions, u"menu.launch_at_login"_s, u"toggleLaunchAtLogin"_s),
           Settings::launchAtLogin());
-    menu.addSeparator();
+    separate(menu);
 
     if (actions.offers(u"exportMarkdown"_s)) {
         QMenu* sub = menu.addMenu(L10n::text(u"menu.export"_s));
@@ -129,24 +156,29 @@ void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& d
         command(*sub, actions, u"export.sticky_archive"_s, u"exportStickies"_s);
     }
     command(menu, actions, u"menu.import"_s, u"importStickies"_s);
-    menu.addSeparator();
+    separate(menu);
     command(menu, actions, u"menu.settings"_s, u"openSettings"_s);
     command(menu, actions, u"menu.quit"_s, u"quit"_s);
+    trim(menu);
 }
 
 void fillNoteMenu(QMenu& menu, const Note& note, NoteStore& notes, DeckActions& actions)
 {
     const QString id = note.id;
     menu.addAction(L10n::text(note.pinned ? u"action.unpin"_s : u"action.pin"_s),
-                   [&notes, id] { notes.togglePin(id); });
-    menu.addAction(L10n::text(u"action.archive"_s), [&notes, id] { notes.setArchived(id, true); });
-    menu.addAction(L10n::text(u"help.cycle_colour"_s), [&notes, id] { notes.cycleColor(id); });
+                   [&notes, id] { later([&notes, id] { notes.togglePin(id); }); });
+    menu.addAction(L10n::text(u"action.archive"_s),
+                   [&notes, id] { later([&notes, id] { notes.setArchived(id, true); }); });
+    menu.addAction(L10n::text(u"help.cycle_colour"_s),
+                   [&notes, id] { later([&notes, id] { notes.cycleColor(id); }); });
     menu.addSeparator();
-    menu.addAction(L10n::text(u"action.delete"_s), [&notes, id] { notes.deleteNote(id); });
+    menu.addAction(L10n::text(u"action.delete"_s),
+                   [&notes, id] { later([&notes, id] { notes.deleteNote(id); }); });
     if (Settings::deckAlwaysShown() && Settings::deckHideActions()) {
         menu.addSeparator();
         command(menu, actions, u"menu.new_note"_s, u"newNote"_s);
         command(menu, actions, u"menu.settings"_s, u"openSettings"_s);
+        trim(menu);
     }
 }
 
