@@ -501,9 +501,14 @@ void DeckView::mouseReleaseEvent(QMouseEvent* event)
         if (release.outcome == TabPress::Outcome::Click) {
             fan.open(item->note->id);
         } else if (release.outcome == TabPress::Outcome::DragEnded) {
-            // The tab lands from where the pointer left it, not from its old slot.
-            Motion& m = motions[key];
-            m.top.jumpTo(m.top.value(now()) + release.dy);
+            // Every tab goes to its new slot from where it shows now: the dragged one from
+            // where the pointer left it, its neighbours from the room they made.
+            const double t = now();
+            for (auto it = motions.begin(); it != motions.end(); ++it) {
+                const double extra = it.key() == key ? release.dy : it->shift.value(t);
+                it->top.jumpTo(it->top.value(t) + extra);
+                it->shift.jumpTo(0);
+            }
             fan.dragEnded(shownNotes, item->index, release.dy, pitch);
         }
         update();
