@@ -40,8 +40,8 @@ TabPress::Release TabPress::release(QPointF at)
     return result;
 }
 
-FanColumnState::FanColumnState(DeckController& controller, NoteStore& notes,
-                               Scheduler& scheduler, QObject* parent)
+FanColumnState::FanColumnState(DeckController& controller, NoteStore& notes, Scheduler& scheduler,
+                               QObject* parent)
     : QObject(parent)
     , controller(controller)
     , store(notes)
@@ -82,6 +82,8 @@ void FanColumnState::modelChanged()
     const bool cameToRest = rest && !wasRest;
     lastRevealTick = tick;
     wasRest = rest;
+    // A note opened straight from the pill (a hot key, a link) brings the column with no
+    // tick: it stages in all the same.
     if (cameToRest)
         fold();
     else if (!rest && (ticked || leftRest))
@@ -171,7 +173,8 @@ void FanColumnState::scheduleHoverOpen(const QString& id)
 {
     hoverWork = scheduler.after(Settings::openOnHoverDelay, [this, id] {
         const QString note = id; // the work dies with hoverWork below
-        if (!controller.model().openOnHover() || dragging || controller.state().expandedID() == note)
+        if (!controller.model().openOnHover() || dragging
+            || controller.state().expandedID() == note)
             return;
         hoverWork.reset();
         controller.expand(note);

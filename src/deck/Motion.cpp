@@ -209,8 +209,8 @@ Animated::Sample Animated::sample(double now) const
     const double span = to - from;
     switch (curve.kind) {
     case Curve::Kind::EaseInOut:
-        return {from + span * easeInOutCurve.at(p),
-                span * easeInOutCurve.slope(p) / curve.duration, false};
+        return {from + span * easeInOutCurve.at(p), span * easeInOutCurve.slope(p) / curve.duration,
+                false};
     case Curve::Kind::EaseOut:
         return {from + span * easeOutCurve.at(p), span * easeOutCurve.slope(p) / curve.duration,
                 false};
