@@ -63,8 +63,9 @@ public:
         windowManager.setProcessEnvironment(environment());
         windowManager.start(u"openbox"_s, {u"--sm-disable"_s});
         return windowManager.waitForStarted()
-               && QTest::qWaitFor([&] { return !property(root(), "_NET_SUPPORTING_WM_CHECK").isEmpty(); },
-                                  patience);
+               && QTest::qWaitFor(
+                   [&] { return !property(root(), "_NET_SUPPORTING_WM_CHECK").isEmpty(); },
+                   patience);
     }
 
     QProcessEnvironment environment() const
@@ -84,8 +85,9 @@ public:
     bool seed(const QStringList& titles)
     {
         QDir(home.path()).mkpath(u"run"_s);
-        QFile::setPermissions(home.path() + u"/run"_s,
-                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QFile::setPermissions(home.path() + u"/run"_s, QFileDevice::ReadOwner
+                                                           | QFileDevice::WriteOwner
+                                                           | QFileDevice::ExeOwner);
         return QProcess::execute(QString::fromUtf8(PONDRIFT_HELPER_DIR) + u"/seednotes"_s,
                                  QStringList{home.path() + u"/data/Pondrift"_s} + titles)
                == 0;
@@ -129,7 +131,8 @@ public:
             QList<xcb_window_t> candidates{frames[i]};
             if (inner) {
                 const xcb_window_t* kids = xcb_query_tree_children(inner.get());
-                candidates.append(QList<xcb_window_t>(kids, kids + xcb_query_tree_children_length(inner.get())));
+                candidates.append(
+                    QList<xcb_window_t>(kids, kids + xcb_query_tree_children_length(inner.get())));
             }
             for (const xcb_window_t w : candidates) {
                 if (className(w).contains("pondrift"))
@@ -152,8 +155,8 @@ public:
 
     bool viewable(xcb_window_t window)
     {
-        const Reply<xcb_get_window_attributes_reply_t> a(xcb_get_window_attributes_reply(
-            x, xcb_get_window_attributes(x, window), nullptr));
+        const Reply<xcb_get_window_attributes_reply_t> a(
+            xcb_get_window_attributes_reply(x, xcb_get_window_attributes(x, window), nullptr));
         return a && a->map_state == XCB_MAP_STATE_VIEWABLE;
     }
 
@@ -215,8 +218,8 @@ public:
 
     xcb_atom_t atom(const char* name)
     {
-        const Reply<xcb_intern_atom_reply_t> reply(xcb_intern_atom_reply(
-            x, xcb_intern_atom(x, false, std::strlen(name), name), nullptr));
+        const Reply<xcb_intern_atom_reply_t> reply(
+            xcb_intern_atom_reply(x, xcb_intern_atom(x, false, std::strlen(name), name), nullptr));
         return reply ? reply->atom : XCB_NONE;
     }
 
@@ -249,7 +252,8 @@ QPoint itemCentre(const QString& trace, const QString& kind)
 {
     const qsizetype line = trace.lastIndexOf(u"[deck] items"_s);
     const QRegularExpression item(u" "_s + kind + u":\\S*@(-?\\d+),(-?\\d+),(\\d+)x(\\d+)"_s);
-    const QRegularExpressionMatch m = item.match(trace.mid(line, trace.indexOf(u'\n', line) - line));
+    const QRegularExpressionMatch m =
+        item.match(trace.mid(line, trace.indexOf(u'\n', line) - line));
     if (!m.hasMatch())
         return {};
     return QRect(m.captured(1).toInt(), m.captured(2).toInt(), m.captured(3).toInt(),
@@ -270,7 +274,8 @@ private Q_SLOTS:
     {
         DeckOnScreen desk;
         QVERIFY2(desk.startDesktop(), "Xvfb and openbox are needed for this test");
-        QVERIFY(desk.seed({u"Groceries"_s, u"Call Mum"_s, u"Ideas"_s, u"Trip"_s, u"Books"_s, u"Films"_s}));
+        QVERIFY(desk.seed(
+            {u"Groceries"_s, u"Call Mum"_s, u"Ideas"_s, u"Trip"_s, u"Books"_s, u"Films"_s}));
         QVERIFY(desk.launch());
         xcb_window_t deck = XCB_NONE;
         QVERIFY(QTest::qWaitFor([&] { return (deck = desk.deckWindow()) && desk.viewable(deck); },
@@ -297,7 +302,8 @@ private Q_SLOTS:
 
         const QPoint tab = itemCentre(trace, u"tab"_s);
         QVERIFY2(!tab.isNull(), qPrintable(trace));
-        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(tab.x()), QString::number(tab.y())});
+        desk.xdotool(
+            {u"mousemove"_s, u"--sync"_s, QString::number(tab.x()), QString::number(tab.y())});
         desk.xdotool({u"click"_s, u"1"_s});
         QVERIFY2(desk.waitForLine(u"fan -> expanded("_s), qPrintable(desk.traceSoFar()));
         desk.xdotool({u"click"_s, u"1"_s});
@@ -317,7 +323,8 @@ private Q_SLOTS:
                  qPrintable(desk.traceSoFar()));
         const QPoint more = itemCentre(desk.traceSoFar(), u"more"_s);
         QVERIFY2(!more.isNull(), qPrintable(desk.traceSoFar()));
-        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(more.x()), QString::number(more.y())});
+        desk.xdotool(
+            {u"mousemove"_s, u"--sync"_s, QString::number(more.x()), QString::number(more.y())});
         desk.xdotool({u"click"_s, u"1"_s});
         // The column lists all six once the click has gone through.
         QVERIFY2(desk.waitForLine(u"[deck] items"_s), qPrintable(desk.traceSoFar()));

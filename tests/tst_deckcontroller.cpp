@@ -11,6 +11,7 @@
 #include "support/FakePointer.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
+#include "support/RecordingDeckActions.h"
 #include "support/TestLibrary.h"
 
 #include <QSignalSpy>
@@ -22,17 +23,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-class RecordingActions final : public DeckActions {
-public:
-    void newNote() override { calls.append(u"newNote"_s); }
-    void openSettings() override { calls.append(u"openSettings"_s); }
-    void stepFontSize(double delta) override { calls.append(u"stepFontSize %1"_s.arg(delta)); }
-    void refreshDecks() override { calls.append(u"refreshDecks"_s); }
-    void run(const QString& id) override { calls.append(id); }
-    bool offers(const QString&) const override { return true; }
-    QStringList calls;
-};
 
 class FakeFloatingNote final : public DetachTarget {
 public:
@@ -72,7 +62,7 @@ struct Deck {
     FakeDisplays displays{{screen}};
     FakePointer pointer;
     FakeDeckWindow window;
-    RecordingActions actions;
+    RecordingDeckActions actions;
     FakeFloatingNote floating;
     CountingCoordinator coordinator;
     std::unique_ptr<DeckController> deck;

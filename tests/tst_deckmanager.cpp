@@ -8,6 +8,7 @@
 #include "support/FakePointer.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
+#include "support/RecordingDeckActions.h"
 #include "support/TestLibrary.h"
 
 #include <QTest>
@@ -20,14 +21,6 @@ namespace {
 const QList<DisplayInfo> twoScreens{FakeDisplays::make(7, {0, 0, 1440, 900}, true),
                                     FakeDisplays::make(42, {1440, 0, 2560, 1440})};
 
-struct NoActions final : DeckActions {
-    void newNote() override {}
-    void openSettings() override {}
-    void stepFontSize(double) override {}
-    void refreshDecks() override {}
-    void run(const QString&) override {}
-};
-
 // The decks of a desktop with fake screens, a fake pointer and fake windows over a real
 // library. Windows are remembered by display; a window is gone with its deck.
 struct Desk {
@@ -36,7 +29,7 @@ struct Desk {
     TestLibrary library;
     FakeDisplays displays{twoScreens};
     FakePointer pointer;
-    NoActions actions;
+    RecordingDeckActions actions;
     QMultiMap<quint32, FakeDeckWindow*> made;
     std::unique_ptr<DeckManager> manager;
 

@@ -5,6 +5,7 @@
 #include "settings/Settings.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
+#include "support/RecordingDeckActions.h"
 #include "support/TableFonts.h"
 #include "support/TestLibrary.h"
 
@@ -15,23 +16,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-// The commands a program of this age offers, recorded when run.
-class Offered final : public DeckActions {
-public:
-    explicit Offered(QStringList ids)
-        : ids(std::move(ids))
-    {
-    }
-    void newNote() override { ran.append(u"newNote"_s); }
-    void openSettings() override { ran.append(u"openSettings"_s); }
-    void stepFontSize(double) override {}
-    void refreshDecks() override {}
-    void run(const QString& id) override { ran.append(id); }
-    bool offers(const QString& id) const override { return ids.contains(id.section(u':', 0, 0)); }
-    QStringList ids;
-    QStringList ran;
-};
 
 // The menu as a person reads it: titles in order, "-" for a separator, "*" before a checked
 // item, and a submenu's items in brackets after its title.
@@ -79,13 +63,13 @@ private Q_SLOTS:
     {
         Settings::setDeckAlwaysShown(true);
         Settings::setDisplayTarget(u"id:2"_s);
-        Offered actions({u"newNote"_s, u"toggleDeckAlwaysShown"_s, u"toggleDeckEdge"_s,
-                         u"setDisplayTarget"_s, u"quit"_s});
+        RecordingDeckActions actions({u"newNote"_s, u"toggleDeckAlwaysShown"_s, u"toggleDeckEdge"_s,
+                                      u"setDisplayTarget"_s, u"quit"_s});
         QMenu oneScreen;
         DeckMenus::fillDeckMenu(oneScreen, actions, {left});
-        QCOMPARE(read(oneScreen), (QStringList{t("menu.new_note"), u"-"_s,
-                                               u"*"_s + t("menu.keep_deck_open"),
-                                               t("menu.dock_left"), u"-"_s, t("menu.quit")}));
+        QCOMPARE(read(oneScreen),
+                 (QStringList{t("menu.new_note"), u"-"_s, u"*"_s + t("menu.keep_deck_open"),
+                              t("menu.dock_left"), u"-"_s, t("menu.quit")}));
 
         QMenu twoScreens;
         DeckMenus::fillDeckMenu(twoScreens, actions, {left, right});
@@ -99,14 +83,14 @@ private Q_SLOTS:
     // A command runs once the menu has closed: it may take down the deck whose menu it was.
     void aChoiceRunsAfterTheMenuWithItsValue()
     {
-        Offered actions({u"setDeckStyle"_s});
+        RecordingDeckActions actions({u"setDeckStyle"_s});
         QMenu menu;
         DeckMenus::fillDeckMenu(menu, actions, {left});
         QMenu* styles = menu.actions().constFirst()->menu();
         QVERIFY(styles);
         styles->actions().constLast()->trigger();
-        QVERIFY(actions.ran.isEmpty());
-        QTRY_COMPARE(actions.ran, QStringList{u"setDeckStyle:compact"_s});
+        QVERIFY(actions.calls.isEmpty());
+        QTRY_COMPARE(actions.calls, QStringList{u"setDeckStyle:compact"_s});
     }
 
     void aNoteMenuOffersNewNoteOnlyWhenTheButtonsAreHidden_data()
@@ -124,11 +108,11 @@ private Q_SLOTS:
         NoteStore& notes = lib.open();
         const Note note = notes.create(u"text"_s);
         notes.togglePin(note.id);
-        Offered actions({u"newNote"_s});
+        RecordingDeckActions actions({u"newNote"_s});
         QMenu menu;
         DeckMenus::fillNoteMenu(menu, *notes.note(note.id), notes, actions);
-        QStringList expected{t("action.unpin"), t("action.archive"), t("help.cycle_colour"),
-                             u"-"_s, t("action.delete")};
+        QStringList expected{t("action.unpin"), t("action.archive"), t("help.cycle_colour"), u"-"_s,
+                             t("action.delete")};
         if (hideActions)
             expected << u"-"_s << t("menu.new_note");
         QCOMPARE(read(menu), expected);

@@ -9,6 +9,7 @@
 #include "support/FakePointer.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
+#include "support/RecordingDeckActions.h"
 #include "support/TableFonts.h"
 #include "support/TestLibrary.h"
 
@@ -21,16 +22,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class NoActions final : public DeckActions {
-public:
-    void newNote() override {}
-    void openSettings() override {}
-    void stepFontSize(double) override {}
-    void refreshDecks() override {}
-    void run(const QString&) override {}
-    bool offers(const QString&) const override { return false; }
-};
-
 const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 0, 1920, 1080), true};
 
 // A fanned deck's view over three notes, driven by the pointer as a person drives it; the
@@ -41,11 +32,11 @@ struct FannedView {
     FakeDisplays displays{{screen}};
     FakePointer pointer;
     FakeDeckWindow window;
-    NoActions actions;
+    RecordingDeckActions actions;
     QStringList ids{notes.create(u"one"_s, u"Alpha"_s).id, notes.create(u"two"_s, u"Beta"_s).id,
                     notes.create(u"three"_s, u"Gamma"_s).id};
-    DeckController deck{screen.id, displays, pointer, lib.clock, notes, window, actions, nullptr,
-                        nullptr};
+    DeckController deck{screen.id, displays, pointer, lib.clock, notes,
+                        window,    actions,  nullptr, nullptr};
     DeckView view{{deck, notes, lib.clock, actions}, nullptr};
 
     FannedView()

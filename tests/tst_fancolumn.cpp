@@ -8,6 +8,7 @@
 #include "support/FakePointer.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
+#include "support/RecordingDeckActions.h"
 #include "support/TestLibrary.h"
 
 #include <QStandardPaths>
@@ -20,15 +21,6 @@ using Moving = FanColumnState::PreviewMotion;
 
 namespace {
 
-class NoActions final : public DeckActions {
-public:
-    void newNote() override {}
-    void openSettings() override {}
-    void stepFontSize(double) override {}
-    void refreshDecks() override {}
-    void run(const QString&) override {}
-};
-
 const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 60, 1920, 1000), true};
 constexpr double pitch = 40;
 
@@ -40,7 +32,7 @@ struct Fan {
     FakeDisplays displays{{screen}};
     FakePointer pointer;
     FakeDeckWindow window;
-    NoActions actions;
+    RecordingDeckActions actions;
     std::unique_ptr<DeckController> deck;
     std::unique_ptr<FanColumnState> column;
 

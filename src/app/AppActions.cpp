@@ -60,9 +60,8 @@ void AppActions::addSettingsCommands()
                    toggle(&Settings::deckAlwaysShown, &Settings::setDeckAlwaysShown));
     actions.insert(u"toggleDeckEdge"_s,
                    toggle(&Settings::deckOnLeftEdge, &Settings::setDeckOnLeftEdge));
-    actions.insert(u"toggleLaunchAtLogin"_s, [](const QString&) {
-        Settings::setLaunchAtLogin(!Settings::launchAtLogin());
-    });
+    actions.insert(u"toggleLaunchAtLogin"_s,
+                   [](const QString&) { Settings::setLaunchAtLogin(!Settings::launchAtLogin()); });
     actions.insert(u"setDeckStyle"_s, [this](const QString& raw) {
         if (const std::optional<DeckStyle> style = DeckStyles::fromRawValue(raw)) {
             Settings::setDeckStyle(*style);

@@ -34,7 +34,9 @@ int main(int argc, char* argv[])
         const QString arg = QString::fromLocal8Bit(argv[i]);
         const qsizetype bar = arg.indexOf(u'|');
         const QString title = bar < 0 ? arg : arg.left(bar);
-        const QString body = bar < 0 ? QStringLiteral("…") : arg.mid(bar + 1).replace(QStringLiteral("\\n"), QStringLiteral("\n"));
+        const QString body =
+            bar < 0 ? QStringLiteral("…")
+                    : arg.mid(bar + 1).replace(QStringLiteral("\\n"), QStringLiteral("\n"));
         notes.create(body, title);
     }
     return notes.flushAll() ? 0 : 1;

@@ -47,9 +47,9 @@ AppServices::Backends makeProductionBackends()
     backends.compositor = std::make_unique<FixedCompositor>();
     backends.makeDeckWindow =
         [](const AppServices::DeckWindowParts& parts) -> std::unique_ptr<DeckWindow> {
-        return std::make_unique<DeckPanel>(DeckPanel::Parts{
-            parts.notes, parts.scheduler, parts.actions, parts.displays, parts.pointer,
-            parts.hints, parts.compositor, parts.keyboard});
+        return std::make_unique<DeckPanel>(
+            DeckPanel::Parts{parts.notes, parts.scheduler, parts.actions, parts.displays,
+                             parts.pointer, parts.hints, parts.compositor, parts.keyboard});
     };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;

@@ -127,8 +127,8 @@ void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& d
         QMenu* sub = menu.addMenu(L10n::text(u"menu.display"_s));
         const QString target = Settings::displayTarget();
         const auto add = [&](const QString& title, const QString& value) {
-            check(sub->addAction(title,
-                                 [&actions, value] { run(actions, u"setDisplayTarget:"_s + value); }),
+            check(sub->addAction(
+                      title, [&actions, value] { run(actions, u"setDisplayTarget:"_s + value); }),
                   value == target);
         };
         add(L10n::text(u"display.all"_s), u"all"_s);

@@ -54,8 +54,8 @@ void DeckPanel::attach(DeckController* c)
     delete std::exchange(content, nullptr);
     if (!controller)
         return;
-    content = new DeckView(
-        DeckView::Parts{*controller, with.notes, with.scheduler, with.actions}, this);
+    content =
+        new DeckView(DeckView::Parts{*controller, with.notes, with.scheduler, with.actions}, this);
     content->setGeometry(rect());
     content->setComposited(composited);
     content->show();
@@ -256,7 +256,8 @@ void DeckPanel::dragPillTo(QPointF p)
         pillDrag->screen = displays.first();
     }
     const QRectF f = pillDrag->screen->frame;
-    const double h = DeckGeom::pillHeight(std::max(1, static_cast<int>(with.notes.active().size())));
+    const double h =
+        DeckGeom::pillHeight(std::max(1, static_cast<int>(with.notes.active().size())));
     const double w = std::max(DeckGeom::plusGap() + 2, Settings::edgeWidth());
     pillDrag->onLeft = p.x() < f.center().x();
     const DeckGeom::PillDrop drop = DeckGeom::pillDrag(pillDrag->screen->visibleFrame, h, p.y());

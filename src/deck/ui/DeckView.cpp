@@ -5,7 +5,6 @@
 #include "deck/DeckGeom.h"
 #include "deck/DeckLog.h"
 #include "deck/DeckModel.h"
-#include "settings/Settings.h"
 #include "deck/ui/DeckMenus.h"
 #include "deck/ui/DeckPaint.h"
 #include "l10n/L10n.h"
@@ -13,16 +12,16 @@
 #include "notes/NoteColor.h"
 #include "notes/NoteStore.h"
 #include "notes/NoteText.h"
+#include "settings/Settings.h"
 
 #include <QContextMenuEvent>
 #include <QGuiApplication>
 #include <QMenu>
 #include <QPainter>
+#include <QPalette>
 #include <QScreen>
 #include <QToolTip>
 #include <QWheelEvent>
-
-#include <QPalette>
 
 #include <algorithm>
 #include <cmath>
@@ -92,10 +91,7 @@ DeckView::~DeckView() = default;
 
 double DeckView::now() const { return static_cast<double>(clock.nsecsElapsed()) * 1e-9; }
 
-bool DeckView::onLeft() const
-{
-    return edgeOverride.value_or(controller.model().onLeftEdge());
-}
+bool DeckView::onLeft() const { return edgeOverride.value_or(controller.model().onLeftEdge()); }
 
 void DeckView::setComposited(bool on)
 {
@@ -135,9 +131,9 @@ void DeckView::layoutItems(double t)
     p.kind = Kind::Pill;
     p.key = u"#pill"_s;
     p.name = L10n::plural(u"notes.count"_s, activeCount);
-    p.rect = QRectF(right ? w - 1 - pillWidth : 1,
-                    (1 - Settings::deckYRatio()) * std::max(h - pillHeight, 0.0), pillWidth,
-                    pillHeight);
+    p.rect =
+        QRectF(right ? w - 1 - pillWidth : 1,
+               (1 - Settings::deckYRatio()) * std::max(h - pillHeight, 0.0), pillWidth, pillHeight);
     const bool pillShows = model.state().isRest() && !model.pillHidden();
     aim(pillOpacity, pillShows ? 1 : 0, Curve::easeInOut(0.2, pillShows ? 0.12 : 0), t);
     p.opacity = std::clamp(pillOpacity.value(t), 0.0, 1.0);
@@ -289,8 +285,9 @@ void DeckView::layoutItems(double t)
 
     const double lineHeight = std::min(layout.stackHeight() + 26, layout.cap());
     aim(lineOpacity, revealed ? 1 : 0, Curve::easeInOut(0.2), t);
-    edgeLine = QRectF(right ? w - 4 : 3, std::max(0.0, top + layout.stackHeight() * 0.5 - lineHeight * 0.5),
-                      1, lineHeight);
+    edgeLine =
+        QRectF(right ? w - 4 : 3,
+               std::max(0.0, top + layout.stackHeight() * 0.5 - lineHeight * 0.5), 1, lineHeight);
 
     // The preview card beside its tab.
     const std::optional<Note> preview = fan.activePreviewNote(visible);
@@ -405,11 +402,8 @@ void DeckView::logItems() const
         QString line = u"items"_s;
         const auto add = [&](const QString& kind, const QString& key, const QRectF& r) {
             const QRect g(mapToGlobal(r.topLeft().toPoint()), r.size().toSize());
-            line += u" %1:%2@%3,%4,%5x%6"_s.arg(kind, key)
-                        .arg(g.x())
-                        .arg(g.y())
-                        .arg(g.width())
-                        .arg(g.height());
+            line += u" %1:%2@%3,%4,%5x%6"_s.arg(kind, key).arg(g.x()).arg(g.y()).arg(g.width()).arg(
+                g.height());
         };
         for (const ItemInfo& item : items())
             add(item.kind, item.key, item.rect);
@@ -618,9 +612,9 @@ bool DeckView::event(QEvent* event)
 QList<DeckView::ItemInfo> DeckView::items() const
 {
     static const QHash<Kind, QString> kinds{
-        {Kind::Pill, u"pill"_s},   {Kind::Empty, u"empty"_s}, {Kind::Tab, u"tab"_s},   {Kind::Chip, u"chip"_s},
-        {Kind::More, u"more"_s},   {Kind::Plus, u"plus"_s}, {Kind::Cog, u"cog"_s},
-        {Kind::Card, u"card"_s},
+        {Kind::Pill, u"pill"_s}, {Kind::Empty, u"empty"_s}, {Kind::Tab, u"tab"_s},
+        {Kind::Chip, u"chip"_s}, {Kind::More, u"more"_s},   {Kind::Plus, u"plus"_s},
+        {Kind::Cog, u"cog"_s},   {Kind::Card, u"card"_s},
     };
     QList<ItemInfo> list;
     if (pill && pill->opacity > 0.5)
