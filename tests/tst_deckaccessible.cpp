@@ -166,6 +166,9 @@ private Q_SLOTS:
             QCOMPARE(child->parent(), d.iface);
             QCOMPARE(d.iface->indexOfChild(child), i);
             QVERIFY(!child->state().focusable && !child->state().invisible);
+            // Everything but the pill does something when pressed.
+            QCOMPARE(child->actionInterface()->actionNames().isEmpty(),
+                     child->role() == QAccessible::StaticText);
             // On the screen, where a magnifier or a reader following the pointer looks.
             const QRectF global = child->rect();
             const QRectF drawn(d.view->mapToGlobal(items[i].rect.topLeft()), items[i].rect.size());
