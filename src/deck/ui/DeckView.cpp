@@ -5,6 +5,7 @@
 #include "deck/DeckGeom.h"
 #include "deck/DeckLog.h"
 #include "deck/DeckModel.h"
+#include "deck/ui/DeckAccessible.h"
 #include "deck/ui/DeckMenus.h"
 #include "deck/ui/DeckPaint.h"
 #include "l10n/L10n.h"
@@ -64,6 +65,7 @@ DeckView::DeckView(Parts parts, QWidget* parent)
     , actions(parts.actions)
     , fan(parts.controller, parts.notes, parts.scheduler)
 {
+    DeckAccessible::install();
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent, false);
     clock.start();
@@ -392,6 +394,13 @@ void DeckView::paintEvent(QPaintEvent*)
     } else if (!frames.isActive()) {
         const double hz = screen() ? screen()->refreshRate() : 60;
         frames.start(std::max(1, static_cast<int>(std::lround(1000.0 / std::max(hz, 24.0)))));
+    }
+    QList<std::pair<QString, QString>> listing;
+    for (const ItemInfo& item : items())
+        listing.append({item.key, item.name});
+    if (listing != listed) {
+        listed = listing;
+        Q_EMIT itemsChanged();
     }
 }
 

@@ -14,6 +14,7 @@
 #include <QWidget>
 
 #include <optional>
+#include <utility>
 
 class DeckActions;
 class DeckController;
@@ -79,6 +80,9 @@ public:
 Q_SIGNALS:
     // Emitted after a repaint that changed drawnRegion.
     void shapeChanged();
+    // Emitted after a repaint that changed what items() lists: which items, their order or
+    // their names (not their places).
+    void itemsChanged();
     // A right click on bare panel or the pill; the cog does it too while the program has no
     // settings window. At the global point.
     void deckMenuRequested(QPoint global);
@@ -171,4 +175,6 @@ private:
     QList<Note> shownNotes;
     double pitch = 0;
     int hiddenCount = 0;
+    // Each listed item's key and name as last announced by itemsChanged.
+    QList<std::pair<QString, QString>> listed;
 };
