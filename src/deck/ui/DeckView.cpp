@@ -347,15 +347,22 @@ void DeckView::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::TextAntialiasing);
-    QPainterPath shape;
+    // Without a compositor the window keeps only what is drawn. Outlines overlap (the tabs
+    // lie on one another), so they are united as regions, never added as paths, whose
+    // overlaps would cancel out into holes.
+    QRegion shape;
+    const auto keep = [&](const QPainterPath& outline) {
+        if (!composited)
+            shape |= DeckPaint::windowShape(outline);
+    };
     if (pill && pill->opacity > 0.001) {
         paintItem(painter, *pill);
-        shape.addPath(outline(*pill));
+        keep(outline(*pill));
     }
     if (!edgeLine.isEmpty() && lineOpacity.value(t) > 0.001) {
         painter.setOpacity(std::clamp(lineOpacity.value(t), 0.0, 1.0));
         DeckPaint::paintEdgeLine(painter, edgeLine, surfaceOf(composited));
-        shape.addPath(DeckPaint::edgeLineOutline(edgeLine));
+        keep(DeckPaint::edgeLineOutline(edgeLine));
         painter.setOpacity(1);
     }
     for (const Item& item : std::as_const(laidOut)) {
@@ -369,20 +376,22 @@ void DeckView::paintEvent(QPaintEvent*)
         paintItem(painter, item);
         if (clipped)
             painter.restore();
-        QPainterPath o = outline(item);
-        if (clipped) {
-            QPainterPath c;
-            c.addRect(*clip);
-            o = o.intersected(c);
+        if (!composited) {
+            QPainterPath o = outline(item);
+            if (clipped) {
+                QPainterPath c;
+                c.addRect(*clip);
+                o = o.intersected(c);
+            }
+            keep(o);
         }
-        shape.addPath(o);
     }
     painter.end();
     static bool firstFrame = true;
     if (std::exchange(firstFrame, false))
         DeckLog::line([] { return u"first frame"_s; });
 
-    const QRegion region = composited ? QRegion(rect()) : DeckPaint::windowShape(shape);
+    const QRegion region = composited ? QRegion(rect()) : shape;
     if (region != drawn) {
         drawn = region;
         Q_EMIT shapeChanged();
