@@ -104,8 +104,6 @@ shoot() {
   read -r display <&3
   pids+=($!)
   export DISPLAY=:$display
-  # A desktop background: the compositor paints the root's pixmap under everything.
-  hsetroot -add '#23395b' -add '#5f7a8c' -gradient 160 >/dev/null 2>&1 || true
   openbox >/dev/null 2>&1 &
   pids+=($!)
   if [ "$compositor" = picom ]; then
@@ -113,6 +111,8 @@ shoot() {
     pids+=($!)
   fi
   wait_for xprop -root _NET_SUPPORTING_WM_CHECK
+  # A desktop background, which the compositor paints under everything.
+  hsetroot -add '#23395b' -add '#5f7a8c' -gradient 160 >/dev/null 2>&1 || true
   HOME=$home XDG_CONFIG_HOME=$home/config XDG_DATA_HOME=$home/data XDG_RUNTIME_DIR=$home/run \
     QT_SCALE_FACTOR=$scale PONDRIFT_DEBUG_DECK=1 "$root/build/release/src/pondrift" >"$home/log" 2>&1 &
   pids+=($!)
