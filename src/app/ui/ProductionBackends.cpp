@@ -11,6 +11,7 @@
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtPointer.h"
 #include "platform/qt/QtScheduler.h"
+#include "platform/x11/X11Compositor.h"
 #include "platform/x11/X11DisplayLoss.h"
 #include "platform/x11/X11WindowHints.h"
 #include "platform/x11/XkbKeyboardLayout.h"
@@ -43,7 +44,10 @@ AppServices::Backends makeProductionBackends()
         backends.windowHints = std::move(x11);
     else
         backends.windowHints = std::make_unique<NoWindowHints>();
-    backends.compositor = std::make_unique<FixedCompositor>();
+    if (auto x11 = X11Compositor::open())
+        backends.compositor = std::move(x11);
+    else
+        backends.compositor = std::make_unique<FixedCompositor>();
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
     backends.whenDisplayIsLost = &X11DisplayLoss::callBeforeExit;
