@@ -12,6 +12,7 @@
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtPointer.h"
 #include "platform/qt/QtScheduler.h"
+#include "platform/x11/X11Compositor.h"
 #include "platform/x11/X11DisplayLoss.h"
 #include "platform/x11/X11WindowHints.h"
 #include "platform/x11/XkbKeyboardLayout.h"
@@ -44,7 +45,10 @@ AppServices::Backends makeProductionBackends()
         backends.windowHints = std::move(x11);
     else
         backends.windowHints = std::make_unique<NoWindowHints>();
-    backends.compositor = std::make_unique<FixedCompositor>();
+    if (auto x11 = X11Compositor::open())
+        backends.compositor = std::move(x11);
+    else
+        backends.compositor = std::make_unique<FixedCompositor>();
     backends.makeDeckWindow =
         [](const AppServices::DeckWindowParts& parts) -> std::unique_ptr<DeckWindow> {
         return std::make_unique<DeckPanel>(

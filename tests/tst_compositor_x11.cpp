@@ -1,0 +1,111 @@
+#include "platform/x11/X11Compositor.h"
+
+#include <QDeadlineTimer>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTest>
+
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// A compositor takes the whole screen, so the test runs its own X server, apart from the one
+// other tests share.
+class Server {
+public:
+    bool start()
+    {
+        server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-nolisten"_s, u"tcp"_s,
+                                 u"-screen"_s, u"0"_s, u"800x600x24"_s});
+        if (!server.waitForStarted())
+            return false;
+        QByteArray number;
+        const QDeadlineTimer deadline(30000);
+        while (!number.endsWith('\n') && !deadline.hasExpired()
+               && server.state() == QProcess::Running) {
+            server.waitForReadyRead(100);
+            number += server.readAllStandardOutput();
+        }
+        if (!number.endsWith('\n'))
+            return false;
+        qputenv("DISPLAY", ":" + number.trimmed());
+        return true;
+    }
+    ~Server()
+    {
+        server.terminate();
+        server.waitForFinished(10000);
+    }
+
+private:
+    QProcess server;
+};
+
+// A compositor on a busy machine may take seconds to come up.
+constexpr int patience = 30000;
+
+enum class Ending { Quits, IsKilled };
+
+} // namespace
+
+Q_DECLARE_METATYPE(Ending)
+
+class TestCompositorX11 : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void followsACompositorThatComesAndGoes_data()
+    {
+        QTest::addColumn<Ending>("ending");
+        QTest::newRow("a compositor that quits") << Ending::Quits;
+        // It leaves no chance to give up the selection: the server takes it back.
+        QTest::newRow("a compositor that is killed") << Ending::IsKilled;
+    }
+
+    void followsACompositorThatComesAndGoes()
+    {
+        QFETCH(Ending, ending);
+        if (QStandardPaths::findExecutable(u"picom"_s).isEmpty())
+            QSKIP("picom is not installed; scripts/install-deps.sh installs it");
+        const std::unique_ptr<X11Compositor> compositor = X11Compositor::open();
+        QVERIFY(compositor);
+        QVERIFY(!compositor->isActive());
+        QList<bool> told;
+        const Subscription subscription =
+            compositor->onChanged([&](bool active) { told.append(active); });
+
+        QProcess picom;
+        picom.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        picom.start(u"picom"_s, {u"--backend"_s, u"xrender"_s, u"--config"_s, u"/dev/null"_s});
+        QVERIFY(picom.waitForStarted());
+        QTRY_COMPARE_WITH_TIMEOUT(told, QList<bool>{true}, patience);
+        QVERIFY(compositor->isActive());
+        // One opened while it runs knows it from the start.
+        QVERIFY(X11Compositor::open()->isActive());
+
+        if (ending == Ending::Quits)
+            picom.terminate();
+        else
+            picom.kill();
+        QVERIFY(picom.waitForFinished(patience));
+        QTRY_COMPARE_WITH_TIMEOUT(told, (QList<bool>{true, false}), patience);
+        QVERIFY(!compositor->isActive());
+    }
+};
+
+int main(int argc, char** argv)
+{
+    Server server;
+    if (!server.start()) {
+        qWarning("no X server of the test's own could be started");
+        return 1;
+    }
+    QGuiApplication app(argc, argv);
+    TestCompositorX11 test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_compositor_x11.moc"
