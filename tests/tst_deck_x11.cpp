@@ -225,6 +225,19 @@ public:
 
     xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(x)).data->root; }
 
+    // A value of the program's settings file, as the next launch would read it.
+    QByteArray setting(const char* key)
+    {
+        QFile file(home.path() + u"/config/Pondrift/Pondrift.conf"_s);
+        if (!file.open(QIODevice::ReadOnly))
+            return {};
+        for (const QByteArray& line : file.readAll().split('\n')) {
+            if (line.startsWith(QByteArray(key) + '='))
+                return line.mid(qstrlen(key) + 1).trimmed();
+        }
+        return {};
+    }
+
     QProcess program;
 
 private:
@@ -336,6 +349,21 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return !desk.viewable(other); }, patience));
         QVERIFY(desk.viewable(deck));
         desk.showDesktop(false);
+        QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
+
+        // With Control held (Alt-drag is openbox's own) the pill goes where it is dragged,
+        // across to the other edge, and stays there: the next launch reads it from the settings.
+        QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).width() <= 44; }, patience));
+        const QRect pill = desk.geometry(deck);
+        desk.xdotool({u"keydown"_s, u"ctrl"_s, u"mousemove"_s, u"--sync"_s,
+                      QString::number(pill.center().x()), QString::number(pill.center().y()),
+                      u"mousedown"_s, u"1"_s, u"mousemove"_s, u"--sync"_s, u"640"_s, u"200"_s,
+                      u"mousemove"_s, u"--sync"_s, u"20"_s, u"200"_s, u"mouseup"_s, u"1"_s,
+                      u"keyup"_s, u"ctrl"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).left() == 0; }, patience));
+        QVERIFY(desk.geometry(deck).top() < pill.top());
+        QVERIFY(QTest::qWaitFor([&] { return desk.setting("deckOnLeftEdge") == "true"; },
+                                patience));
     }
 };
 

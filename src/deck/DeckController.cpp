@@ -214,8 +214,8 @@ void DeckController::pointerEntered()
         return u"pointerEntered state="_s + current.description() + u" panel="_s
                + QString::number(std::lround(window.frame().width()));
     });
-    // Alt is how the pill is grabbed, so it must not open under the hand.
-    if (pointer.modifiers().testFlag(Qt::AltModifier))
+    // The pill is being grabbed: it must not open under the hand.
+    if (grabsPill(pointer.modifiers()))
         return;
     if (!current.isRest()) {
         // Puts back the frame that a cancelled shrink left too large.
@@ -320,6 +320,15 @@ void DeckController::applyRestingState()
         else
             setState(DeckState::rest());
     }
+}
+
+bool DeckController::grabsPill(Qt::KeyboardModifiers held)
+{
+#ifdef Q_OS_MACOS
+    return held.testFlag(Qt::AltModifier);
+#else
+    return held.testFlag(Qt::AltModifier) || held.testFlag(Qt::ControlModifier);
+#endif
 }
 
 bool DeckController::canBeginPillDrag() const

@@ -88,6 +88,10 @@ public:
     // folds unless the pointer is at it.
     void applyRestingState();
 
+    // Held while pressing the pill, these move it instead of opening the deck: Alt (Option on
+    // a Mac), and on X11 also Control, since most X11 window managers keep Alt-drag to move
+    // windows themselves and the press never reaches the deck.
+    static bool grabsPill(Qt::KeyboardModifiers held);
     // The pill moves from the resting state only.
     bool canBeginPillDrag() const;
     // Stops the timers and goes to rest for a pill drag the window runs; endPillDrag after it.

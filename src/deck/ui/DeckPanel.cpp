@@ -207,12 +207,13 @@ void DeckPanel::applyShape()
         setMask(content->drawnRegion());
 }
 
-// The pill moves with Alt held, from the resting state only; the drag runs through the
-// window's own mouse events, with the pointer grabbed so that none goes astray.
+// The pill moves with its modifier held (see DeckController::grabsPill), from the resting
+// state only; the drag runs through the window's own mouse events, with the pointer grabbed
+// so that none goes astray.
 void DeckPanel::mousePressEvent(QMouseEvent* event)
 {
     if (!controller || event->button() != Qt::LeftButton
-        || !event->modifiers().testFlag(Qt::AltModifier) || !controller->canBeginPillDrag()) {
+        || !DeckController::grabsPill(event->modifiers()) || !controller->canBeginPillDrag()) {
         event->ignore();
         return;
     }

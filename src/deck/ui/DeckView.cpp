@@ -469,8 +469,8 @@ void DeckView::setHovered(const QString& key)
 
 void DeckView::mousePressEvent(QMouseEvent* event)
 {
-    // Alt grabs the pill; the panel does that.
-    if (event->modifiers().testFlag(Qt::AltModifier) || event->button() != Qt::LeftButton) {
+    // A press that grabs the pill is the panel's.
+    if (DeckController::grabsPill(event->modifiers()) || event->button() != Qt::LeftButton) {
         event->ignore();
         return;
     }
