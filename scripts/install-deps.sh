@@ -10,7 +10,7 @@ packages=(
   libsqlite3-dev libssl-dev
   libxcb1-dev libxcb-xkb-dev libxcb-xfixes0-dev libxkbcommon-dev libxkbcommon-x11-dev libfontconfig-dev
   libbenchmark-dev
-  xvfb xauth x11-xkb-utils openbox xfwm4 picom xdotool
+  xvfb xauth x11-xkb-utils openbox xfwm4 dbus-daemon picom xdotool
   desktop-file-utils libglib2.0-bin
   fonts-dejavu-core fonts-wqy-microhei
 )

@@ -5,6 +5,7 @@
 #include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTest>
 #include <QWindow>
 
@@ -13,16 +14,23 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <optional>
 
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
 // Focus, workspaces and the window state are the window manager's decisions, so the test runs
-// its own X server with openbox on it, apart from the server other tests share.
+// once per window manager, each time with an X server of its own, apart from the server other
+// tests share.
+const QStringList windowManagers{u"openbox"_s, u"xfwm4"_s};
+// Set in the run for one window manager; the first run starts one for each.
+constexpr char windowManagerVariable[] = "PONDRIFT_TEST_WINDOW_MANAGER";
+
 class Desktop {
 public:
-    bool start()
+    // Absent when the window manager is not installed.
+    std::optional<bool> start(const QString& name)
     {
         server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-nolisten"_s, u"tcp"_s,
                                  u"-screen"_s, u"0"_s, u"1600x900x24"_s});
@@ -39,13 +47,31 @@ public:
             return false;
         display = ":" + number.trimmed();
         qputenv("DISPLAY", display);
+        if (QStandardPaths::findExecutable(name).isEmpty())
+            return std::nullopt;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        QStringList arguments{u"--sm-disable"_s};
+        if (name == u"xfwm4"_s) {
+            // xfwm4 reads its settings from xfconfd over a session bus and quits without one.
+            bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
+            QByteArray address;
+            while (!address.endsWith('\n') && !deadline.hasExpired()
+                   && bus.state() != QProcess::NotRunning) {
+                bus.waitForReadyRead(100);
+                address += bus.readAllStandardOutput();
+            }
+            environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(address.trimmed()));
+            environment.insert(u"NO_AT_BRIDGE"_s, u"1"_s);
+            arguments = QStringList{u"--compositor=off"_s, u"--sm-client-disable"_s};
+        }
+        windowManager.setProcessEnvironment(environment);
         windowManager.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        windowManager.start(u"openbox"_s, {u"--sm-disable"_s});
+        windowManager.start(name, arguments);
         return windowManager.waitForStarted();
     }
     ~Desktop()
     {
-        for (QProcess* p : {&windowManager, &server}) {
+        for (QProcess* p : {&windowManager, &bus, &server}) {
             if (p->state() != QProcess::NotRunning) {
                 p->terminate();
                 p->waitForFinished(10000);
@@ -57,6 +83,7 @@ public:
 
 private:
     QProcess server;
+    QProcess bus;
     QProcess windowManager;
 };
 
@@ -118,6 +145,13 @@ bool takesInput(const QWindow& window)
     return hints.size() >= 2 && (hints[0] & 1u) && hints[1] != 0;
 }
 
+xcb_window_t inputFocus()
+{
+    const Reply<xcb_get_input_focus_reply_t> reply(
+        xcb_get_input_focus_reply(connection(), xcb_get_input_focus(connection()), nullptr));
+    return reply ? reply->focus : XCB_NONE;
+}
+
 bool viewable(const QWindow& window)
 {
     const Reply<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
@@ -125,15 +159,15 @@ bool viewable(const QWindow& window)
     return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
-// Asks the window manager to show another workspace, as a pager would.
-void showDesktop(quint32 desktop)
+// Asks the window manager for something, as a pager would.
+void askWindowManager(const char* message, quint32 value)
 {
     xcb_client_message_event_t event{};
     event.response_type = XCB_CLIENT_MESSAGE;
     event.format = 32;
     event.window = root();
-    event.type = atom("_NET_CURRENT_DESKTOP");
-    event.data.data32[0] = desktop;
+    event.type = atom(message);
+    event.data.data32[0] = value;
     xcb_send_event(connection(), false, root(),
                    XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY | XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT,
                    reinterpret_cast<const char*>(&event));
@@ -162,9 +196,16 @@ class TestWindowHintsX11 : public QObject {
 
     std::unique_ptr<X11WindowHints> hints;
 
+public:
+    QString windowManager;
+    bool windowManagerInstalled = true;
+
 private Q_SLOTS:
     void initTestCase()
     {
+        if (!windowManagerInstalled)
+            QSKIP(qPrintable(windowManager
+                             + u" is not installed; scripts/install-deps.sh installs it"_s));
         QCOMPARE(QGuiApplication::platformName(), u"xcb"_s);
         hints = X11WindowHints::open();
         QVERIFY(hints);
@@ -225,7 +266,9 @@ private Q_SLOTS:
             QTRY_VERIFY_WITH_TIMEOUT(windowProperty(panel.winId(), "_NET_WM_STATE")
                                          .contains(atom("_NET_WM_STATE_ABOVE")),
                                      patience);
-            QVERIFY(!hasPanelState(panel));
+            // xfwm4 keeps a utility window out of the taskbar and the pager of its own
+            // accord, but on one workspace.
+            QVERIFY(!hasPanelState(panel) || !onEveryDesktop(panel));
             hints->makePanel(&panel);
             break;
         }
@@ -241,12 +284,52 @@ private Q_SLOTS:
         // Mapped is enough: the window manager may place it under the panel, and a window
         // that is covered whole never counts as exposed.
         QTRY_VERIFY_WITH_TIMEOUT(viewable(ordinary), patience);
-        showDesktop(1);
+        askWindowManager("_NET_CURRENT_DESKTOP", 1);
         QTRY_VERIFY_WITH_TIMEOUT(
             windowProperty(root(), "_NET_CURRENT_DESKTOP") == QList<quint32>{1}, patience);
         QTRY_VERIFY_WITH_TIMEOUT(!viewable(ordinary), patience);
         QVERIFY(viewable(panel));
-        showDesktop(0);
+        askWindowManager("_NET_CURRENT_DESKTOP", 0);
+        QTRY_VERIFY_WITH_TIMEOUT(viewable(ordinary), patience);
+    }
+
+    void aPanelOutlastsWhatHidesOtherWindows_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        const QByteArray name = windowManager.toUtf8();
+        QTest::addRow("%s: the desktop is shown", name.constData())
+            << QByteArray("_NET_SHOWING_DESKTOP");
+        QTest::addRow("%s: another workspace is shown", name.constData())
+            << QByteArray("_NET_CURRENT_DESKTOP");
+    }
+
+    void aPanelOutlastsWhatHidesOtherWindows()
+    {
+        QFETCH(QByteArray, request);
+        QWindow ordinary;
+        ordinary.setGeometry(100, 100, 200, 200);
+        ordinary.show();
+        QWindow panel;
+        makePanelWindow(panel);
+        hints->makePanel(&panel);
+        panel.show();
+        QTRY_VERIFY_WITH_TIMEOUT(viewable(ordinary) && viewable(panel), patience);
+        QTRY_VERIFY_WITH_TIMEOUT(!windowProperty(panel.winId(), "WM_STATE").isEmpty(), patience);
+
+        askWindowManager(request.constData(), 1);
+        QTRY_VERIFY_WITH_TIMEOUT(windowProperty(root(), request.constData()) == QList<quint32>{1},
+                                 patience);
+        QTRY_VERIFY_WITH_TIMEOUT(!viewable(ordinary), patience);
+        QVERIFY(viewable(panel));
+        QVERIFY(
+            !windowProperty(panel.winId(), "_NET_WM_STATE").contains(atom("_NET_WM_STATE_HIDDEN")));
+        // A note opened from the deck meanwhile still gets the keys.
+        hints->takeKeyboard(&panel, 0);
+        QTRY_COMPARE_WITH_TIMEOUT(inputFocus(), xcb_window_t(panel.winId()), patience);
+        QVERIFY(viewable(panel));
+
+        hints->releaseKeyboard(&panel);
+        askWindowManager(request.constData(), 0);
         QTRY_VERIFY_WITH_TIMEOUT(viewable(ordinary), patience);
     }
 
@@ -290,13 +373,34 @@ private Q_SLOTS:
 
 int main(int argc, char** argv)
 {
+    const QString windowManager = qEnvironmentVariable(windowManagerVariable);
+    if (windowManager.isEmpty()) {
+        // One run for each window manager, each with the arguments given.
+        QCoreApplication app(argc, argv);
+        int failed = 0;
+        for (const QString& name : windowManagers) {
+            QProcess run;
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(QString::fromLatin1(windowManagerVariable), name);
+            run.setProcessEnvironment(environment);
+            run.setProcessChannelMode(QProcess::ForwardedChannels);
+            run.start(QCoreApplication::applicationFilePath(), app.arguments().mid(1));
+            run.waitForFinished(-1);
+            if (run.exitStatus() != QProcess::NormalExit || run.exitCode() != 0)
+                ++failed;
+        }
+        return failed;
+    }
     Desktop desktop;
-    if (!desktop.start()) {
+    const std::optional<bool> started = desktop.start(windowManager);
+    if (started == false) {
         qWarning("no X server or window manager of the test's own could be started");
         return 1;
     }
     QGuiApplication app(argc, argv);
     TestWindowHintsX11 test;
+    test.windowManager = windowManager;
+    test.windowManagerInstalled = started.has_value();
     return QTest::qExec(&test, argc, argv);
 }
 

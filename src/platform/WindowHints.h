@@ -20,9 +20,10 @@ class WindowHints {
 public:
     virtual ~WindowHints() = default;
 
-    // Sticky (every workspace), skip taskbar, skip pager and above. Call before every show:
-    // window managers drop these when a window hides. On a shown window the change goes to the
-    // window manager at once.
+    // Sticky (every workspace), skip taskbar, skip pager and above, and staying when the user
+    // asks to see the desktop. Call before every show: window managers drop these when a
+    // window hides. On a shown window the change goes to the window manager at once, except
+    // the last, which counts from the next show.
     virtual void makePanel(QWindow* window) = 0;
     // Records the user's last action in the window at time. Qt writes its own when it shows a
     // window, so call this after show.

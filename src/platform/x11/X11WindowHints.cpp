@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 #include <QList>
+#include <QVariant>
 #include <QWindow>
 
 #include <xcb/xcb.h>
@@ -23,6 +24,8 @@ enum Atom {
     WmUserTimeWindow,
     ActiveWindow,
     BlurBehindRegion,
+    WmWindowType,
+    WmWindowTypeDock,
     AtomCount
 };
 
@@ -37,9 +40,13 @@ constexpr std::array<const char*, AtomCount> atomNames{
     "_NET_WM_USER_TIME_WINDOW",
     "_NET_ACTIVE_WINDOW",
     "_KDE_NET_WM_BLUR_BEHIND_REGION",
+    "_NET_WM_WINDOW_TYPE",
+    "_NET_WM_WINDOW_TYPE_DOCK",
 };
 
 constexpr quint32 allDesktops = 0xFFFFFFFF;
+// Qt's own flag for a dock in the window types it reads from a window's dynamic property.
+constexpr int qtDockType = 0x4;
 constexpr quint32 stateAdd = 1;
 // Messages from an application, as opposed to a pager or taskbar acting for the user.
 constexpr quint32 sourceApplication = 1;
@@ -50,6 +57,17 @@ struct FreeReply {
 };
 template <typename T>
 using Reply = std::unique_ptr<T, FreeReply<T>>;
+
+QList<xcb_atom_t> atomList(xcb_connection_t* connection, xcb_window_t window, xcb_atom_t property)
+{
+    Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+        connection, xcb_get_property(connection, false, window, property, XCB_ATOM_ATOM, 0, 1024),
+        nullptr));
+    if (!reply || reply->format != 32 || reply->type != XCB_ATOM_ATOM)
+        return {};
+    const auto* values = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
+    return QList<xcb_atom_t>(values, values + xcb_get_property_value_length(reply.get()) / 4);
+}
 
 } // namespace
 
@@ -127,6 +145,8 @@ X11WindowHints::~X11WindowHints() = default;
 void X11WindowHints::makePanel(QWindow* window)
 {
     const auto id = static_cast<xcb_window_t>(window->winId());
+    if (!window->isVisible())
+        makeDock(window);
     const std::array<xcb_atom_t, 4> wanted{(*x)[WmStateSticky], (*x)[WmStateSkipTaskbar],
                                            (*x)[WmStateSkipPager], (*x)[WmStateAbove]};
     if (window->isVisible()) {
@@ -138,16 +158,7 @@ void X11WindowHints::makePanel(QWindow* window)
     } else {
         // Before the map the properties themselves are read. Qt merges its own states into
         // what it finds when it shows the window, so ours are merged in the same way.
-        QList<xcb_atom_t> states;
-        Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
-            x->qt, xcb_get_property(x->qt, false, id, (*x)[WmState], XCB_ATOM_ATOM, 0, 1024),
-            nullptr));
-        if (reply && reply->format == 32 && reply->type == XCB_ATOM_ATOM) {
-            const auto* values =
-                static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
-            states =
-                QList<xcb_atom_t>(values, values + xcb_get_property_value_length(reply.get()) / 4);
-        }
+        QList<xcb_atom_t> states = atomList(x->qt, id, (*x)[WmState]);
         for (const xcb_atom_t state : wanted) {
             if (!states.contains(state))
                 states.append(state);
@@ -157,6 +168,27 @@ void X11WindowHints::makePanel(QWindow* window)
         x->setCardinal(id, WmDesktop, allDesktops);
     }
     xcb_flush(x->qt);
+}
+
+// When the user asks to see the desktop, openbox hides every window but docks and the
+// desktop itself (xfwm4 spares windows out of the taskbar as well), so a panel calls itself a
+// dock; both still give a dock the keyboard when it asks. Window managers read the type when
+// they take a window on, and xfwm4, seeing it change on a shown window, no longer lets that
+// window onto every workspace: so it is set on hidden windows only. Qt writes the type again
+// whenever the window's flags change, as taking the keyboard does, and keeps one named in the
+// dynamic property ahead of its own; the window exists already, so this time it is written
+// here.
+void X11WindowHints::makeDock(QWindow* window)
+{
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    window->setProperty("_q_xcb_wm_window_type", qtDockType);
+    QList<xcb_atom_t> types = atomList(x->qt, id, (*x)[WmWindowType]);
+    if (types.value(0) == (*x)[WmWindowTypeDock])
+        return;
+    types.removeAll((*x)[WmWindowTypeDock]);
+    types.prepend((*x)[WmWindowTypeDock]);
+    xcb_change_property(x->qt, XCB_PROP_MODE_REPLACE, id, (*x)[WmWindowType], XCB_ATOM_ATOM, 32,
+                        static_cast<quint32>(types.size()), types.constData());
 }
 
 void X11WindowHints::setUserTime(QWindow* window, quint32 time)

@@ -5,7 +5,8 @@
 #include <memory>
 
 // The panel hints on X11, through the EWMH properties and client messages that Qt's own
-// window flags do not reach: _NET_WM_STATE (sticky, skip taskbar, skip pager, above),
+// window flags do not reach: the dock window type, _NET_WM_STATE (sticky, skip taskbar, skip
+// pager, above),
 // _NET_WM_DESKTOP for every workspace, _NET_WM_USER_TIME and _NET_ACTIVE_WINDOW; and the blur
 // region KWin reads.
 //
@@ -27,6 +28,7 @@ public:
 private:
     struct Connection;
     explicit X11WindowHints(std::unique_ptr<Connection> connection);
+    void makeDock(QWindow* window);
     quint32 serverTime();
     std::unique_ptr<Connection> x;
 };
