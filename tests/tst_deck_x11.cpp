@@ -355,15 +355,30 @@ private Q_SLOTS:
         // across to the other edge, and stays there: the next launch reads it from the settings.
         QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).width() <= 44; }, patience));
         const QRect pill = desk.geometry(deck);
-        desk.xdotool({u"keydown"_s, u"ctrl"_s, u"mousemove"_s, u"--sync"_s,
-                      QString::number(pill.center().x()), QString::number(pill.center().y()),
-                      u"mousedown"_s, u"1"_s, u"mousemove"_s, u"--sync"_s, u"640"_s, u"200"_s,
-                      u"mousemove"_s, u"--sync"_s, u"20"_s, u"200"_s, u"mouseup"_s, u"1"_s,
-                      u"keyup"_s, u"ctrl"_s});
+        desk.xdotool({u"keydown"_s,
+                      u"ctrl"_s,
+                      u"mousemove"_s,
+                      u"--sync"_s,
+                      QString::number(pill.center().x()),
+                      QString::number(pill.center().y()),
+                      u"mousedown"_s,
+                      u"1"_s,
+                      u"mousemove"_s,
+                      u"--sync"_s,
+                      u"640"_s,
+                      u"200"_s,
+                      u"mousemove"_s,
+                      u"--sync"_s,
+                      u"20"_s,
+                      u"200"_s,
+                      u"mouseup"_s,
+                      u"1"_s,
+                      u"keyup"_s,
+                      u"ctrl"_s});
         QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).left() == 0; }, patience));
         QVERIFY(desk.geometry(deck).top() < pill.top());
-        QVERIFY(QTest::qWaitFor([&] { return desk.setting("deckOnLeftEdge") == "true"; },
-                                patience));
+        QVERIFY(
+            QTest::qWaitFor([&] { return desk.setting("deckOnLeftEdge") == "true"; }, patience));
     }
 };
 

@@ -23,8 +23,8 @@ class WindowHints;
 // never takes the keyboard from the window the person works in; opening a note does.
 //
 // It reports the pointer's entering and leaving to its controller, runs the pill's drag (with
-// Alt, or Control on X11) along and across the edges and displays, shows the deck's menu, and while a note is
-// open routes the program's key presses and its own loss of activation to the controller.
+// Alt, or Control on X11) along and across the edges and displays, shows the deck's menu, and while
+// a note is open routes the program's key presses and its own loss of activation to the controller.
 // Without a compositor it shapes itself to what it draws, so nothing square or black shows
 // around the pill and the tabs. Main thread only.
 class DeckPanel final : public QWidget, public DeckWindow {

@@ -34,8 +34,8 @@ class QPainterPath;
 // so a reordered tab glides and a re-fanned column replays its reveal. A frame timer at the
 // display's refresh rate runs only while something moves; at rest nothing ticks.
 //
-// A press that grabs the pill (with Alt or Control), and a right click outside every tab, are left to the panel (the pill's
-// drag and the deck's menu). Main thread only.
+// A press that grabs the pill (with Alt or Control), and a right click outside every tab, are left
+// to the panel (the pill's drag and the deck's menu). Main thread only.
 class DeckView final : public QWidget {
     Q_OBJECT
 
