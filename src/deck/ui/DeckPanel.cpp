@@ -33,7 +33,6 @@ DeckPanel::DeckPanel(Parts parts)
 {
     setAttribute(Qt::WA_TranslucentBackground);
     setAttribute(Qt::WA_ShowWithoutActivating);
-    setAttribute(Qt::WA_X11NetWmWindowTypeUtility);
     setWindowTitle(u"Pondrift"_s);
     setMouseTracking(true);
     // The native window exists from the start, so the hints can go on before the first show.
