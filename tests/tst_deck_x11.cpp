@@ -160,6 +160,22 @@ public:
         return a && a->map_state == XCB_MAP_STATE_VIEWABLE;
     }
 
+    // WM_HINTS: flags, then input; the input field counts only with its flag (bit 0) set. A
+    // window that says no is never given the keyboard by a click, whatever the manager.
+    bool takesInput(xcb_window_t window)
+    {
+        const QList<quint32> hints = property(window, "WM_HINTS");
+        return hints.size() >= 2 && (hints[0] & 1u) && hints[1] != 0;
+    }
+
+    // The modifier keys the server holds down now.
+    quint16 modifiers()
+    {
+        const Reply<xcb_query_pointer_reply_t> p(
+            xcb_query_pointer_reply(x, xcb_query_pointer(x, root()), nullptr));
+        return p ? p->mask : 0;
+    }
+
     xcb_window_t focus()
     {
         const Reply<xcb_get_input_focus_reply_t> f(
@@ -296,6 +312,7 @@ private Q_SLOTS:
         const QRect resting = desk.geometry(deck);
         QCOMPARE(resting.right(), 1279);
         QVERIFY2(resting.width() <= 44, qPrintable(u"%1 wide at rest"_s.arg(resting.width())));
+        QVERIFY(!desk.takesInput(deck));
 
         const xcb_window_t other = desk.openOtherWindow();
         QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
@@ -319,10 +336,13 @@ private Q_SLOTS:
             {u"mousemove"_s, u"--sync"_s, QString::number(tab.x()), QString::number(tab.y())});
         desk.xdotool({u"click"_s, u"1"_s});
         QVERIFY2(desk.waitForLine(u"fan -> expanded("_s), qPrintable(desk.traceSoFar()));
+        // An open note takes the keyboard.
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() == deck; }, patience));
         desk.xdotool({u"click"_s, u"1"_s});
         QVERIFY2(desk.waitForLine(u"expanded("_s) && desk.waitForLine(u") -> fan"_s),
                  qPrintable(desk.traceSoFar()));
 
+        QVERIFY(QTest::qWaitFor([&] { return !desk.takesInput(deck); }, patience));
         desk.xdotool({u"mousemove"_s, u"--sync"_s, u"300"_s, u"300"_s});
         QVERIFY2(desk.waitForLine(u"fan -> rest"_s), qPrintable(desk.traceSoFar()));
         QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).width() <= 44; }, patience));
@@ -355,27 +375,18 @@ private Q_SLOTS:
         // across to the other edge, and stays there: the next launch reads it from the settings.
         QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).width() <= 44; }, patience));
         const QRect pill = desk.geometry(deck);
-        desk.xdotool({u"keydown"_s,
-                      u"ctrl"_s,
-                      u"mousemove"_s,
-                      u"--sync"_s,
-                      QString::number(pill.center().x()),
-                      QString::number(pill.center().y()),
-                      u"mousedown"_s,
-                      u"1"_s,
-                      u"mousemove"_s,
-                      u"--sync"_s,
-                      u"640"_s,
-                      u"200"_s,
-                      u"mousemove"_s,
-                      u"--sync"_s,
-                      u"20"_s,
-                      u"200"_s,
-                      u"mouseup"_s,
-                      u"1"_s,
-                      u"keyup"_s,
-                      u"ctrl"_s});
-        QVERIFY(QTest::qWaitFor([&] { return desk.geometry(deck).left() == 0; }, patience));
+        // The key first, as a hand holds it before it reaches the pill.
+        desk.xdotool({u"keydown"_s, u"ctrl"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.modifiers() & XCB_MOD_MASK_CONTROL; }, patience));
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(pill.center().x()),
+                      QString::number(pill.center().y()), u"mousedown"_s, u"1"_s});
+        QVERIFY2(desk.waitForLine(u"pill drag begins"_s), qPrintable(desk.traceSoFar()));
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, u"640"_s, u"200"_s, u"mousemove"_s, u"--sync"_s,
+                      u"20"_s, u"200"_s, u"mouseup"_s, u"1"_s, u"keyup"_s, u"ctrl"_s});
+        QVERIFY2(desk.waitForLine(u"pill dropped on the left edge"_s),
+                 qPrintable(desk.traceSoFar()));
+        QVERIFY2(QTest::qWaitFor([&] { return desk.geometry(deck).left() == 0; }, patience),
+                 qPrintable(desk.traceSoFar().right(800)));
         QVERIFY(desk.geometry(deck).top() < pill.top());
         QVERIFY(
             QTest::qWaitFor([&] { return desk.setting("deckOnLeftEdge") == "true"; }, patience));

@@ -216,6 +216,7 @@ void DeckPanel::mousePressEvent(QMouseEvent* event)
         event->ignore();
         return;
     }
+    DeckLog::line([] { return u"pill drag begins"_s; });
     controller->beginPillDrag();
     pillDrag = PillDrag{controller->screen(), Settings::deckOnLeftEdge(), Settings::deckYRatio()};
     grabMouse(Qt::ClosedHandCursor);
@@ -271,6 +272,10 @@ void DeckPanel::endPillDrag()
 {
     const PillDrag done = *std::exchange(pillDrag, std::nullopt);
     releaseMouse();
+    DeckLog::line([&] {
+        return u"pill dropped on the %1 edge at %2"_s.arg(done.onLeft ? u"left"_s : u"right"_s)
+            .arg(done.ratio, 0, 'f', 3);
+    });
     Settings::setDeckOnLeftEdge(done.onLeft);
     Settings::setDeckYRatio(done.ratio);
     if (Settings::displayTarget() != u"all"_s && done.screen)
