@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QRegion>
 #include <QtGlobal>
+
+#include <optional>
 
 class QWindow;
 
@@ -37,6 +40,11 @@ public:
     // the whole window, or no more. Compositors that cannot ignore it, and it costs nothing
     // without one. Holds across hides and shows.
     virtual void setBlurBehind(QWindow* window, bool on) = 0;
+    // Where the window takes the pointer, in its own logical pixels: elsewhere clicks and
+    // motion reach whatever lies below, as if the window were not there, although it still
+    // draws there. Absent: the whole window. Call after the window exists; it lasts until
+    // the next call.
+    virtual void setInputRegion(QWindow* window, const std::optional<QRegion>& region) = 0;
 
 protected:
     WindowHints() = default;

@@ -7,7 +7,14 @@
 // Records what was asked of the window manager, and asks nothing.
 class RecordingWindowHints final : public WindowHints {
 public:
-    enum class Operation { MakePanel, SetUserTime, TakeKeyboard, ReleaseKeyboard, SetBlurBehind };
+    enum class Operation {
+        MakePanel,
+        SetUserTime,
+        TakeKeyboard,
+        ReleaseKeyboard,
+        SetBlurBehind,
+        SetInputRegion
+    };
     struct Call {
         Operation operation;
         QWindow* window = nullptr;
@@ -15,6 +22,8 @@ public:
         quint32 time = 0;
         // Whether blur was asked on; false for the other operations.
         bool on = false;
+        // The input region asked for; absent for the whole window and the other operations.
+        std::optional<QRegion> region;
 
         friend bool operator==(const Call&, const Call&) = default;
     };
@@ -35,6 +44,10 @@ public:
     void setBlurBehind(QWindow* window, bool on) override
     {
         calls.append({Operation::SetBlurBehind, window, 0, on});
+    }
+    void setInputRegion(QWindow* window, const std::optional<QRegion>& region) override
+    {
+        calls.append({Operation::SetInputRegion, window, 0, false, region});
     }
 
     QList<Call> calls;

@@ -197,13 +197,16 @@ void DeckPanel::followComposition(bool on)
 }
 
 // Without a compositor the window is cut to what is drawn; with one, it keeps its rectangle
-// and the clear parts show the desktop.
+// and the clear parts show the desktop. Either way the pointer passes through where the deck
+// draws nothing, to the window below.
 void DeckPanel::applyShape()
 {
     if (composited || !content)
         clearMask();
     else
         setMask(content->drawnRegion());
+    if (content)
+        with.hints.setInputRegion(windowHandle(), content->inputRegion());
 }
 
 // The pill moves with its modifier held (see DeckController::grabsPill), from the resting

@@ -155,6 +155,7 @@ void DeckView::layoutItems(double t)
     pitch = layout.pitch;
     if (!model.fanVisible() && h <= layout.stackHeight()) {
         edgeLine = {};
+        columnSpan = {};
         clip.reset();
         return;
     }
@@ -162,6 +163,7 @@ void DeckView::layoutItems(double t)
     const double tabWidth = DeckGeom::tabWidth();
     const double columnLeft = right ? w - tabWidth : 0;
     const double top = DeckGeom::fanTop(layout, h, activeCount);
+    columnSpan = QRectF(0, top, w, std::min(layout.stackHeight(), layout.cap()));
     const bool overflows = model.showAll() && layout.overflows();
     scrollRange = overflows ? layout.stackHeight() - layout.cap() : 0;
     scroll = std::clamp(scroll, 0.0, scrollRange);
@@ -392,8 +394,10 @@ void DeckView::paintEvent(QPaintEvent*)
         DeckLog::line([] { return u"first frame"_s; });
 
     const QRegion region = composited ? QRegion(rect()) : shape;
-    if (region != drawn) {
+    std::optional<QRegion> pointerRegion = takesPointer();
+    if (region != drawn || pointerRegion != input) {
         drawn = region;
+        input = std::move(pointerRegion);
         Q_EMIT shapeChanged();
     }
     if (settled(t)) {
@@ -411,6 +415,27 @@ void DeckView::paintEvent(QPaintEvent*)
         listed = listing;
         Q_EMIT itemsChanged();
     }
+}
+
+std::optional<QRegion> DeckView::takesPointer() const
+{
+    const DeckState& state = controller.model().state();
+    if (state.isExpanded())
+        return std::nullopt;
+    // The band the pill rests in, so that a pointer pushed against the screen's edge finds
+    // the deck whatever the pill's own width.
+    const double band = std::max(DeckGeom::plusGap() + 2, Settings::edgeWidth());
+    const double x = onLeft() ? 0 : width() - band;
+    if (state.isRest() || columnSpan.isEmpty()) {
+        const QRectF p = pill ? pill->rect : QRectF(0, 0, 0, height());
+        return QRegion(QRectF(x, p.top(), band, p.height()).toAlignedRect());
+    }
+    QRegion region(QRectF(x, columnSpan.top(), band, columnSpan.height()).toAlignedRect());
+    for (const Item& item : laidOut) {
+        if (item.opacity > 0.5)
+            region |= outline(item).boundingRect().toAlignedRect();
+    }
+    return region;
 }
 
 // Where everything came to rest, in the desktop's coordinates, for the deck's debug trace.

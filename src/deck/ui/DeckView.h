@@ -62,6 +62,10 @@ public:
     QRectF pillRect() const;
     // The union of what is drawn now; what the window keeps without a compositor.
     QRegion drawnRegion() const { return drawn; }
+    // Where the deck takes the pointer: the band at the screen edge where the pill or the
+    // column stands, and the items drawn; elsewhere a click goes to the window below. Absent
+    // (the whole panel) while a note is open.
+    const std::optional<QRegion>& inputRegion() const { return input; }
     // Anything still moving; the frame timer runs exactly while this holds.
     bool isAnimating() const { return frames.isActive(); }
 
@@ -78,7 +82,7 @@ public:
     void press(const QString& key);
 
 Q_SIGNALS:
-    // Emitted after a repaint that changed drawnRegion.
+    // Emitted after a repaint that changed drawnRegion or inputRegion.
     void shapeChanged();
     // Emitted after a repaint that changed what items() lists: which items, their order or
     // their names (not their places).
@@ -145,6 +149,7 @@ private:
     double now() const;
     bool settled(double now) const;
     void logItems() const;
+    std::optional<QRegion> takesPointer() const;
 
     DeckController& controller;
     NoteStore& notes;
@@ -163,6 +168,10 @@ private:
     QElapsedTimer clock;
     QTimer frames;
     QRegion drawn;
+    std::optional<QRegion> input;
+    // The column's extent from its top, for the edge band of the input region; empty while
+    // the column is not there.
+    QRectF columnSpan;
     bool composited = true;
     std::optional<bool> edgeOverride;
     QString hoveredKey;

@@ -12,4 +12,5 @@ public:
     void takeKeyboard(QWindow* window, quint32 time) override;
     void releaseKeyboard(QWindow* window) override;
     void setBlurBehind(QWindow*, bool) override {}
+    void setInputRegion(QWindow*, const std::optional<QRegion>&) override {}
 };

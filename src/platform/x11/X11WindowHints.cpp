@@ -5,11 +5,14 @@
 #include <QVariant>
 #include <QWindow>
 
+#include <xcb/shape.h>
 #include <xcb/xcb.h>
 
 #include <array>
+#include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 namespace {
 
@@ -241,6 +244,36 @@ void X11WindowHints::setBlurBehind(QWindow* window, bool on)
                             XCB_ATOM_CARDINAL, 32, 0, nullptr);
     else
         xcb_delete_property(x->qt, id, (*x)[BlurBehindRegion]);
+    xcb_flush(x->qt);
+}
+
+void X11WindowHints::setInputRegion(QWindow* window, const std::optional<QRegion>& region)
+{
+    const xcb_query_extension_reply_t* shape = xcb_get_extension_data(x->qt, &xcb_shape_id);
+    if (!shape || !shape->present)
+        return;
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    if (!region) {
+        // No input shape of its own: the window's whole bounding shape takes the pointer.
+        xcb_shape_mask(x->qt, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, id, 0, 0, XCB_NONE);
+        xcb_flush(x->qt);
+        return;
+    }
+    // The server counts in device pixels; a rectangle grows to whole pixels rather than lose
+    // an edge of what the person can click.
+    const qreal ratio = window->devicePixelRatio();
+    std::vector<xcb_rectangle_t> rects;
+    rects.reserve(static_cast<size_t>(region->rectCount()));
+    for (const QRect& r : *region) {
+        const int left = static_cast<int>(std::floor(r.left() * ratio));
+        const int top = static_cast<int>(std::floor(r.top() * ratio));
+        const int right = static_cast<int>(std::ceil((r.right() + 1) * ratio));
+        const int bottom = static_cast<int>(std::ceil((r.bottom() + 1) * ratio));
+        rects.push_back({static_cast<int16_t>(left), static_cast<int16_t>(top),
+                         static_cast<uint16_t>(right - left), static_cast<uint16_t>(bottom - top)});
+    }
+    xcb_shape_rectangles(x->qt, XCB_SHAPE_SO_SET, XCB_SHAPE_SK_INPUT, XCB_CLIP_ORDERING_UNSORTED,
+                         id, 0, 0, static_cast<uint32_t>(rects.size()), rects.data());
     xcb_flush(x->qt);
 }
 

@@ -7,8 +7,8 @@
 // The panel hints on X11, through the EWMH properties and client messages that Qt's own
 // window flags do not reach: the dock window type, _NET_WM_STATE (sticky, skip taskbar, skip
 // pager, above),
-// _NET_WM_DESKTOP for every workspace, _NET_WM_USER_TIME and _NET_ACTIVE_WINDOW; and the blur
-// region KWin reads.
+// _NET_WM_DESKTOP for every workspace, _NET_WM_USER_TIME and _NET_ACTIVE_WINDOW; the blur
+// region KWin reads; and the input shape.
 //
 // REQUIRES: the windows passed keep Qt::WindowStaysOnTopHint in their flags. Qt restates
 // "above" from that flag whenever a shown window's flags change, and taking or releasing the
@@ -24,6 +24,8 @@ public:
     void takeKeyboard(QWindow* window, quint32 time) override;
     void releaseKeyboard(QWindow* window) override;
     void setBlurBehind(QWindow* window, bool on) override;
+    // Through the X Shape extension's input shape; nothing where the server lacks it.
+    void setInputRegion(QWindow* window, const std::optional<QRegion>& region) override;
 
 private:
     struct Connection;
