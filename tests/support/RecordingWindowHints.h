@@ -23,7 +23,7 @@ public:
         // Whether blur was asked on; false for the other operations.
         bool on = false;
         // The input region asked for; absent for the whole window and the other operations.
-        std::optional<QRegion> region;
+        std::optional<QRegion> region = std::nullopt;
 
         friend bool operator==(const Call&, const Call&) = default;
     };
