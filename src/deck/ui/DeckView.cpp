@@ -287,11 +287,11 @@ void DeckView::layoutItems(double t)
             ++it;
     }
 
+    // Beside the column, or beside the part of it that shows when it scrolls.
     const double lineHeight = std::min(layout.stackHeight() + 26, layout.cap());
+    const double lineTop = overflows ? top : top + layout.stackHeight() * 0.5 - lineHeight * 0.5;
     aim(lineOpacity, revealed ? 1 : 0, Curve::easeInOut(0.2), t);
-    edgeLine =
-        QRectF(right ? w - 4 : 3,
-               std::max(0.0, top + layout.stackHeight() * 0.5 - lineHeight * 0.5), 1, lineHeight);
+    edgeLine = QRectF(right ? w - 4 : 3, std::max(0.0, lineTop), 1, lineHeight);
 
     // The preview card beside its tab.
     const std::optional<Note> preview = fan.activePreviewNote(visible);
@@ -632,6 +632,8 @@ void DeckView::wheelEvent(QWheelEvent* event)
         event->ignore();
         return;
     }
+    // Scrolling is the person at work in the deck, as a move of the pointer is.
+    controller.noteActivity();
     const QPoint pixels = event->pixelDelta();
     const double delta = !pixels.isNull() ? pixels.y() : event->angleDelta().y() / 120.0 * 48;
     scroll = std::clamp(scroll - delta, 0.0, scrollRange);
