@@ -5,6 +5,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <xcb/shape.h>
 #include <xcb/xcb.h>
 
 #include <cstdlib>
@@ -260,6 +261,20 @@ public:
         return reply ? reply->atom : XCB_NONE;
     }
 
+    // Whether the window is cut to a shape of its own rather than its rectangle.
+    bool shaped(xcb_window_t window)
+    {
+        const Reply<xcb_shape_query_extents_reply_t> e(
+            xcb_shape_query_extents_reply(x, xcb_shape_query_extents(x, window), nullptr));
+        return e && e->bounding_shaped;
+    }
+
+    void stopCompositor()
+    {
+        compositor.terminate();
+        compositor.waitForFinished(patience);
+    }
+
     xcb_window_t selectionOwner(const char* name)
     {
         const Reply<xcb_get_selection_owner_reply_t> owner(
@@ -342,6 +357,8 @@ private Q_SLOTS:
         QCOMPARE(resting.right(), 1279);
         QVERIFY2(resting.width() <= 44, qPrintable(u"%1 wide at rest"_s.arg(resting.width())));
         QVERIFY(!desk.takesInput(deck));
+        // With a compositor the clear parts show the desktop: no shape is needed.
+        QVERIFY(!desk.shaped(deck));
 
         const xcb_window_t other = desk.openOtherWindow();
         QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
@@ -425,6 +442,10 @@ private Q_SLOTS:
         QVERIFY(desk.geometry(deck).top() < pill.top());
         QVERIFY(
             QTest::qWaitFor([&] { return desk.setting("deckOnLeftEdge") == "true"; }, patience));
+
+        // Without one they would show black: the deck cuts itself to what it draws, at once.
+        desk.stopCompositor();
+        QVERIFY(QTest::qWaitFor([&] { return desk.shaped(deck); }, patience));
     }
 };
 
