@@ -378,6 +378,19 @@ QString PairLife::live(quint32 seed, int steps)
         } else if (op < 69) {
             m.restart();
             log << at + u"restart"_s;
+        } else if (op < 72) {
+            // A plain file from a third machine lands in both folders at once: both adopt it,
+            // and must make one note of it.
+            const QString line = mark();
+            const QString name = u"dropped %1.md"_s.arg(step);
+            for (SyncMachine* side : sides) {
+                TestFiles::write(side->file(name), (u"From elsewhere\n"_s + line).toUtf8());
+                side->folder.stamp(side->file(name));
+            }
+            client.look();
+            client.settle();
+            saved << line;
+            log << at + u"a file dropped into both folders: %1 %2"_s.arg(name, line);
         } else {
             // Now and then the client puts the other machine's version of a file in place
             // while the pass is between its look at the folder and its writes.
