@@ -185,20 +185,56 @@ private Q_SLOTS:
         QCOMPARE(NoteDocument::parse(text, {}).note.body, u"call Ana at 5"_s);
     }
 
+    // A note deleted here whose document another machine edited meanwhile: the document goes
+    // with the note, and its new text, which no note holds anywhere, goes to the trash.
+    void aDeletionHereKeepsTextEditedElsewhere()
+    {
+        const Note a = synced(u"call Ana at 5"_s, u"Plans"_s);
+        m->notes->deleteNote(a.id);
+        clock.advance(2);
+        drop(u"Plans.md"_s, doc(u"Plans.md"_s).replace(u"at 5"_s, u"at 6"_s).toUtf8());
+        QVERIFY(passAfter(CloudSync::undoHold + 1));
+        QCOMPARE(m->names(), QStringList{});
+        QCOMPARE(trashed().size(), 1);
+        QVERIFY(TestFiles::read(m->trash.folder() + u'/' + trashed().first())
+                    .contains("call Ana at 6"));
+    }
+
     // The sync client puts the other machine's version in place after this pass's scan and
-    // before its write: the write must not go over it, and the next pass keeps both texts.
+    // before its write, or before a push that renames the note removes the old name: neither
+    // the write nor the removal may go over it, and the next pass keeps both texts.
+    void aWriteNeverGoesOverAFileReplacedSinceTheScan_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("beforeRemoval");
+        QTest::newRow("an edit in place") << u"Plans"_s << false;
+        QTest::newRow("a new title, replaced before the write") << u"Ideas"_s << false;
+        QTest::newRow("a new title, replaced before the old name goes") << u"Ideas"_s << true;
+    }
     void aWriteNeverGoesOverAFileReplacedSinceTheScan()
     {
+        QFETCH(QString, title);
+        QFETCH(bool, beforeRemoval);
         const Note a = synced(u"original"_s, u"Plans"_s);
         clock.advance(5);
         m->notes->updateBody(a.id, u"ours"_s);
+        m->notes->updateTitle(a.id, title);
         const QString theirs = doc(u"Plans.md"_s).replace(u"original"_s, u"theirs"_s);
         bool replaced = false;
-        m->folder.onNextRead = [&](const QString& name) {
-            if ((replaced = name == u"Plans.md"_s))
+        const auto replace = [&](const QString& name) {
+            if (!replaced && (replaced = name == u"Plans.md"_s))
                 drop(name, theirs.toUtf8());
         };
+        if (beforeRemoval)
+            m->folder.beforeTouch = [&](const QString& name) {
+                if (!QFile::exists(m->file(u"Ideas.md"_s)))
+                    return; // the read before the write
+                replace(name);
+            };
+        else
+            m->folder.onNextRead = replace;
         m->engine->syncNow();
+        m->folder.beforeTouch = nullptr;
         QVERIFY(replaced);
         QCOMPARE(doc(u"Plans.md"_s), theirs);
 
@@ -1179,6 +1215,28 @@ private Q_SLOTS:
         QVERIFY(m->engine->syncNow());
         QCOMPARE(plan(), QString());
         QCOMPARE(m->notes->notes().size(), sameText ? 1 : 2);
+    }
+
+    // A client met this machine's pushed text and another machine's edit of the same file:
+    // it put the other version in place and this one beside it as its copy. The pull of the
+    // other version replaces the note's text, so the copy is then the only place that holds
+    // it: it is adopted, not removed.
+    void clientsCopyOfTextPulledOverIsKept()
+    {
+        const Note a = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        Note there = *m->notes->note(a.id);
+        const QString copy = u"Plans.sync-conflict-20260314-092653-ABCDEFG.md"_s;
+        dropNote(copy, there);
+        there.body = u"call Ana at 6"_s;
+        dropNote(u"Plans.md"_s, there);
+
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->note(a.id)->body, u"call Ana at 6"_s);
+        QCOMPARE(m->names(), (QStringList{u"Plans.md"_s, copy}));
+        QVERIFY(idIn(copy) != a.id);
+        QCOMPARE(m->notes->note(idIn(copy))->body, u"call Ana at 5"_s);
+        quietPass();
     }
 
     // Two documents of a note this machine has not seen yet, one of them a copy someone made

@@ -6,6 +6,7 @@
 #include "notes/NoteText.h"
 #include "notes/Tasks.h"
 #include "platform/Log.h"
+#include "sync/ClientConflicts.h"
 #include "sync/DocumentNames.h"
 #include "sync/LocalTrash.h"
 
@@ -353,13 +354,42 @@ QList<Action> CloudSync::hold(const QList<Action>& planned)
     // Taking in a note that left the store within the undo window, and undoing later, would
     // give two records. A file this pass did not read is not pulled anyway.
     const Date now = scheduler.now();
+    QSet<QString> waiting;
     kept.removeIf([&](const Action& a) {
+        if (a.kind == Action::Kind::Adopt && mayBeRenameInFlight(a.fileName, now)) {
+            waiting.insert(a.fileName);
+            return true;
+        }
         if (a.kind != Action::Kind::Pull)
             return false;
         const auto note = pass->scanned.constFind(a.fileName);
         return note != pass->scanned.cend() && vanished.keepsOut(note->id, store, now);
     });
+    renamesWaiting.removeIf([&](const auto& it) { return !waiting.contains(it.key()); });
     return kept;
+}
+
+bool CloudSync::mayBeRenameInFlight(const QString& fileName, Date now)
+{
+    // A client's own copy is not a rename, and its original stays.
+    if (ClientConflicts::originalName(fileName))
+        return false;
+    const auto read = pass->scanned.constFind(fileName);
+    if (read == pass->scanned.cend())
+        return false;
+    const auto* entry = syncIndex.entry(read->id);
+    if (!entry || entry->fileName == fileName || !store.note(read->id)
+        || !pass->scan.documents.contains(entry->fileName))
+        return false;
+    const Date since = renamesWaiting.value(fileName, now);
+    if (now.seconds - since.seconds >= renameWait)
+        return false;
+    if (!renamesWaiting.contains(fileName))
+        Log::cloud(u"waiting with "_s + fileName,
+                   u"it names the note of "_s + entry->fileName
+                       + u", which another machine may have renamed"_s);
+    renamesWaiting.insert(fileName, since);
+    return true;
 }
 
 bool CloudSync::finishPass(const QList<Action>& carriedOut, const QList<Note>& notes, bool quiet)
@@ -476,18 +506,26 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
         target = *old;
     claimed().insert(target.toLower());
     const QStringList foreign = foreignHeaderOf(folder, old);
-    // A sync client may have put another machine's version in place since this pass looked;
-    // writing now would lose it without a copy anywhere. The next pass sees both changes.
-    if (changedSinceScan(target)) {
-        Log::cloud(u"not writing "_s + target,
-                   u"it changed since this pass looked; the next pass decides again"_s);
-        return false;
+    // A sync client may have put another machine's version in place since this pass looked,
+    // at the name written or at the old name a rename removes; writing or removing now would
+    // lose it without a copy anywhere. The next pass sees both changes.
+    const bool renaming = old && *old != target;
+    for (const QString& name : {target, renaming ? *old : target}) {
+        if (changedSinceScan(name)) {
+            Log::cloud(u"not writing "_s + target,
+                       name + u" changed since this pass looked; the next pass decides again"_s);
+            return false;
+        }
     }
     if (!folder.write(NoteDocument::render(*note, foreign), target))
         return false;
-    if (old && *old != target) {
-        folder.remove(*old);
-        claimed().remove(old->toLower());
+    if (renaming) {
+        // Checked again: the client keeps working while the new document is written.
+        if (changedSinceScan(*old))
+            Log::cloud(u"not removing "_s + *old,
+                       u"it changed since this pass looked; the next pass decides again"_s);
+        else if (folder.remove(*old))
+            claimed().remove(old->toLower());
     }
     syncIndex.record(noteID, target, note->modified,
                      folder.modificationDate(target).value_or(scheduler.now()), localHash(*note));
@@ -571,6 +609,17 @@ void CloudSync::deleteRemote(const QString& fileName)
     // A copy adopted earlier in this pass is the adopted note's document now.
     if (pass->adopted.contains(fileName))
         return;
+    if (changedSinceScan(fileName))
+        return;
+    // The note went here, but its document changed elsewhere since: that text is in no note
+    // on any machine, so it is kept like a note the sync deletes.
+    const auto read = pass->scanned.constFind(fileName);
+    if (read != pass->scanned.cend() && deletedNotes) {
+        const auto* entry = syncIndex.entry(read->id);
+        if ((!entry || entry->contentHash != SyncPlan::contentHash(*read))
+            && !deletedNotes->keep(*read, scheduler.now()))
+            return;
+    }
     folder.remove(fileName);
     // The entry of the id the document declares, even when it still names an older file
     // (a document renamed by hand keeps its entry's name until the next push): left behind,
@@ -581,6 +630,9 @@ void CloudSync::deleteRemote(const QString& fileName)
 
 void CloudSync::discard(const QString& fileName)
 {
+    // Edited since the scan, the copy may hold text that is nowhere else.
+    if (changedSinceScan(fileName))
+        return;
     if (folder.remove(fileName))
         Log::cloud(u"removed "_s + fileName,
                    u"a sync client's copy of a note with the same text"_s);

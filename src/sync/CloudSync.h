@@ -36,6 +36,10 @@ class NoteStoring;
 // - A note that left the store within the undo window is not taken in again from the
 //   folder until that window has passed, so that an undo can never make two records with
 //   one id (VanishedNotes).
+// - A second document of a synced note's id while the note's own document is still there
+//   may be a rename from another machine whose removal of the old name has not arrived yet,
+//   edited meanwhile: it is not made a note of its own for renameWait seconds, so that the
+//   note keeps its id when the old name goes.
 class CloudSync final : public QObject {
     Q_OBJECT
 
@@ -44,6 +48,9 @@ public:
     static constexpr double debounce = 1.0;
     // The store's undo window, plus a second for the timers' own order.
     static constexpr double undoHold = 11.0;
+    // How long a second document of a synced note, with other text, may wait for the
+    // removal of the note's own document before it counts as a note of its own.
+    static constexpr double renameWait = 60.0;
 
     // Why passes are not running, for the settings' sync status.
     enum class Blocked {
@@ -138,6 +145,9 @@ private:
     QList<SyncPlan::RemoteFile> remoteFiles();
     QSet<QString> unresolvedNames(const QList<SyncPlan::RemoteFile>& remote) const;
     QList<SyncPlan::Action> hold(const QList<SyncPlan::Action>& planned);
+    // Whether an adoption planned for the file waits for the removal of a synced note's own
+    // document (see renameWait).
+    bool mayBeRenameInFlight(const QString& fileName, Date now);
     void carryOut(const SyncPlan::Action& action);
     bool finishPass(const QList<SyncPlan::Action>& carriedOut, const QList<Note>& notes,
                     bool quiet = true);
@@ -171,4 +181,7 @@ private:
     Blocked blockedBy = Blocked::None;
     // Each note's content hash with the note it was taken from (see localHash).
     QHash<QString, std::pair<Note, QByteArray>> hashes;
+    // Second documents of synced notes' ids waiting for their note's old name to go, with
+    // the moment each was first held back.
+    QHash<QString, Date> renamesWaiting;
 };

@@ -203,6 +203,9 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
     QSet<qsizetype> setAside;
     QStringList discards;
     QStringList orphans;
+    // Copies whose text only the note here holds, by the note's canonical id: they add
+    // nothing unless this pass pulls the original's other text over the note.
+    QHash<QString, QStringList> copiesOfNote;
 
     // Clients' conflict copies. Only a copy read in this pass can be one that is new here;
     // the rest have been decided before.
@@ -236,10 +239,13 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         if (!sameIdentity)
             continue; // adopted before: a note of its own now
         const Note* note = from.noteID ? noteFor(*from.noteID) : nullptr;
-        const bool sameText = (from.textKey && *from.textKey == *copy.textKey)
-                              || (note && textKey(note->body) == *copy.textKey);
         setAside.insert(i);
-        (sameText ? discards : orphans).append(copy.fileName);
+        if (from.textKey && *from.textKey == *copy.textKey)
+            discards.append(copy.fileName);
+        else if (note && textKey(note->body) == *copy.textKey)
+            copiesOfNote[canonical(note->id)].append(copy.fileName);
+        else
+            orphans.append(copy.fileName);
     }
 
     // Step 1: group the documents by canonical id, in remote order; collect orphans. Most
@@ -318,14 +324,9 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
 
     QList<Action> result;
 
-    // Step 3: orphans become notes of their own, in name order; then copies that hold
-    // nothing new go.
-    for (const QString& name : sortedNames(orphans))
-        result.append(Action::adopt(name));
-    for (const QString& name : sortedNames(discards))
-        result.append(Action::discard(name));
-
-    // Step 4: each local note in the store's order.
+    // Step 4 (planned before step 3, which comes first in the result): each local note in
+    // the store's order.
+    QList<Action> perNote;
     QSet<QString> localIDs;
     localIDs.reserve(notes.size());
     for (const Note& note : notes) {
@@ -335,9 +336,9 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         const auto w = winners.constFind(id);
         if (w == winners.cend()) {
             if (!entry)
-                result.append(Action::push(note.id, std::nullopt));
+                perNote.append(Action::push(note.id, std::nullopt));
             else if (!canonicalUnresolved.contains(canonical(entry->fileName)))
-                result.append(Action::deleteLocal(note.id));
+                perNote.append(Action::deleteLocal(note.id));
             continue;
         }
         const RemoteFile& r = remote[w.value() - 1];
@@ -348,13 +349,13 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
             // First meeting: equal content needs only an entry; differing content keeps the
             // loser as a copy, whatever the dates say.
             if (sameContent)
-                result.append(Action::reindex(note.id, r.fileName));
+                perNote.append(Action::reindex(note.id, r.fileName));
             else if (r.contentHash)
-                result.append(Action::conflict(note.id, r.fileName, localWins));
+                perNote.append(Action::conflict(note.id, r.fileName, localWins));
             else if (note.modified == r.declaredModified)
-                result.append(Action::reindex(note.id, r.fileName));
+                perNote.append(Action::reindex(note.id, r.fileName));
             else if (note.modified != r.effectiveModified())
-                result.append(Action::conflict(note.id, r.fileName, localWins));
+                perNote.append(Action::conflict(note.id, r.fileName, localWins));
             continue;
         }
         const bool stampMoved = r.fileModified != entry->fileModified;
@@ -365,7 +366,7 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
             remoteChanged = stampMoved && r.contentHash && *r.contentHash != *entry->contentHash;
         } else if (sameContent) {
             // An entry from before hashes were kept, over content that agrees: record it.
-            result.append(Action::reindex(note.id, r.fileName));
+            perNote.append(Action::reindex(note.id, r.fileName));
             continue;
         } else {
             // An entry from before hashes, over content that differs: the dates' rule once,
@@ -378,18 +379,33 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         }
         if (localChanged && remoteChanged) {
             if (sameContent)
-                result.append(Action::reindex(note.id, r.fileName));
+                perNote.append(Action::reindex(note.id, r.fileName));
             else
-                result.append(Action::conflict(note.id, r.fileName, localWins));
+                perNote.append(Action::conflict(note.id, r.fileName, localWins));
         } else if (localChanged) {
-            result.append(Action::push(note.id, r.fileName));
+            perNote.append(Action::push(note.id, r.fileName));
         } else if (remoteChanged) {
-            result.append(Action::pull(r.fileName));
+            perNote.append(Action::pull(r.fileName));
+            // The note's text goes, and a client's copy may be the only place left that
+            // holds it.
+            if (const auto copies = copiesOfNote.constFind(id); copies != copiesOfNote.cend())
+                orphans.append(copies.value());
+            copiesOfNote.remove(id);
         } else if (stampMoved && r.contentHash) {
             // Touched, not changed: remember the new date so that the file is not read again.
-            result.append(Action::reindex(note.id, r.fileName));
+            perNote.append(Action::reindex(note.id, r.fileName));
         }
     }
+
+    // Step 3: orphans become notes of their own, in name order; then copies that hold
+    // nothing new go.
+    for (const QString& name : sortedNames(orphans))
+        result.append(Action::adopt(name));
+    for (const auto& copies : std::as_const(copiesOfNote))
+        discards.append(copies);
+    for (const QString& name : sortedNames(discards))
+        result.append(Action::discard(name));
+    result.append(perNote);
 
     // Step 5: every document whose id has no local note, but those set aside above: a copy
     // adopted under a new id and pulled under its old one too would leave two entries

@@ -96,7 +96,9 @@ struct Action {
 // makes copies of its own when a file changed on two machines:
 // - A client's conflict copy (ClientConflicts) of a document in this scan that declares its
 //   original's id, or no id like its original, never competes for that id: it is discarded
-//   when its text is the original's (or that note's), and adopted otherwise.
+//   when its text is the original's, or the note's while the note keeps it, and adopted
+//   otherwise. A note that this pass overwrites by pulling the original loses that text, and
+//   the copy may be the only place left that holds it.
 // - Another document of an indexed note's id whose text is the note's or the indexed file's is
 //   that note renamed elsewhere, the removal of its old name not here yet: nothing is done
 //   with it until the old name is gone, and then it is the note's document.

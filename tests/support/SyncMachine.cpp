@@ -53,6 +53,8 @@ std::optional<QString> ClockedFolder::read(const QString& name)
 {
     if (const auto hook = std::exchange(onNextRead, nullptr))
         hook(name);
+    if (beforeTouch)
+        beforeTouch(name);
     ++reads;
     return folder.read(name);
 }

@@ -63,6 +63,8 @@ public:
     std::optional<QString> read(const QString& name) override;
     std::optional<Date> modificationDate(const QString& name) override
     {
+        if (beforeTouch)
+            beforeTouch(name);
         return folder.modificationDate(name);
     }
     bool write(const QString& text, const QString& name) override;
@@ -78,6 +80,9 @@ public:
     // Runs once, the next time the engine reads a document, before the read: what a sync
     // client does between a pass's scan and its writes.
     std::function<void(const QString& name)> onNextRead;
+    // Runs before every read of a document and every look at its date, until cleared: a sync
+    // client working on the folder while a pass runs.
+    std::function<void(const QString& name)> beforeTouch;
 
 private:
     CloudFolder folder{[this] { return rootPath; }, files, [this] { return clock.now(); }};
