@@ -239,6 +239,35 @@ private Q_SLOTS:
         }
     }
 
+    // Find and spelling paint extra selections at the same time: neither wipes the other.
+    void selectionLayersKeepEachOther()
+    {
+        auto view = makeView(u"one two three"_s);
+        QVERIFY(view);
+        const auto over = [&](int from, int to) {
+            QTextEdit::ExtraSelection selection;
+            selection.cursor = QTextCursor(view->document());
+            selection.cursor.setPosition(from);
+            selection.cursor.setPosition(to, QTextCursor::KeepAnchor);
+            selection.format.setFontUnderline(true);
+            return selection;
+        };
+        const auto spans = [&] {
+            QList<std::pair<int, int>> found;
+            for (const QTextEdit::ExtraSelection& s : view->extraSelections())
+                found.append({s.cursor.selectionStart(), s.cursor.selectionEnd()});
+            return found;
+        };
+        view->setSelectionLayer(u"spelling"_s, {over(0, 3), over(8, 13)});
+        view->setSelectionLayer(u"find"_s, {over(4, 7)});
+        QCOMPARE(spans(), (QList<std::pair<int, int>>{{4, 7}, {0, 3}, {8, 13}}));
+        view->setSelectionLayer(u"spelling"_s, {over(0, 3)});
+        QCOMPARE(spans(), (QList<std::pair<int, int>>{{4, 7}, {0, 3}}));
+        view->setSelectionLayer(u"find"_s, {});
+        QCOMPARE(spans(), (QList<std::pair<int, int>>{{0, 3}}));
+        QCOMPARE(view->selectionLayer(u"spelling"_s).size(), 1);
+    }
+
     // Pictures of every kind in one note: each takes its size, its token's line takes its room,
     // and its characters none.
     void picturesTakeTheirSizeAndTheirLinesRoom()

@@ -271,6 +271,26 @@ void NoteTextView::placeCaretBehind(TextRange token)
     moveCaret(ImageCaret::positionBehind(*document(), token));
 }
 
+void NoteTextView::setSelectionLayer(const QString& name,
+                                     const QList<QTextEdit::ExtraSelection>& selections)
+{
+    if (selections.isEmpty()) {
+        if (selectionLayers.remove(name) == 0)
+            return;
+    } else {
+        selectionLayers.insert(name, selections);
+    }
+    QList<QTextEdit::ExtraSelection> merged;
+    for (const QList<QTextEdit::ExtraSelection>& layer : std::as_const(selectionLayers))
+        merged.append(layer);
+    setExtraSelections(merged);
+}
+
+QList<QTextEdit::ExtraSelection> NoteTextView::selectionLayer(const QString& name) const
+{
+    return selectionLayers.value(name);
+}
+
 // --- Keyboard ---------------------------------------------------------------------------------
 
 void NoteTextView::keyPressEvent(QKeyEvent* event)

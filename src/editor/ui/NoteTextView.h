@@ -9,6 +9,7 @@
 
 #include <QColor>
 #include <QFont>
+#include <QMap>
 #include <QPointer>
 #include <QTextEdit>
 
@@ -76,6 +77,13 @@ public:
     // Puts the caret behind a token: at its end, or past the line break that follows it.
     void placeCaretBehind(TextRange token);
 
+    // The view's extra selections are shared by several painters (the find flash, spelling
+    // underlines): each keeps its own named layer, and the view shows all of them merged, in
+    // the order of their names. An empty list removes the layer. Nobody else may call
+    // setExtraSelections: it would wipe the other layers.
+    void setSelectionLayer(const QString& name, const QList<QTextEdit::ExtraSelection>& selections);
+    QList<QTextEdit::ExtraSelection> selectionLayer(const QString& name) const;
+
     // EditorTextTarget
     QObject* targetObject() override { return this; }
     QTextDocument* textDocument() override { return document(); }
@@ -129,6 +137,7 @@ private:
     NoteImageOverlays* overlays = nullptr;
     EditorCoordinator coordinator;
     EditorStyleCache styleCache;
+    QMap<QString, QList<QTextEdit::ExtraSelection>> selectionLayers;
     // The text as last read; empty optional once the document changes.
     mutable std::optional<QString> cachedText;
 };
