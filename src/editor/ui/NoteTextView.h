@@ -13,12 +13,14 @@
 #include <QPointer>
 #include <QTextEdit>
 
+#include <array>
 #include <functional>
 #include <optional>
 
 class Desktop;
 class ImageStore;
 class NoteImageOverlays;
+class QVariantAnimation;
 
 // The live editing surface every note surface shares: a thin widget over the editor's
 // decisions. It forwards its events to its EditorCoordinator and runs the styling pass each
@@ -122,7 +124,10 @@ private:
     void carryOut(const EditorCoordinator::Answer& answer);
     void configure();
     void moveCaret(qsizetype position);
-    bool revealTokenBeforeDelete(bool backward);
+    bool revealTokenBeforeDelete(bool backward, ImageCaret::Unit unit);
+    void flash(TextRange range);
+    void paintFlash(double progress);
+    void endFlash();
     bool cancelImageRevealIfSelected();
     bool continueTaskList();
     bool toggleBox(const QPoint& viewportPoint);
@@ -138,6 +143,11 @@ private:
     EditorCoordinator coordinator;
     EditorStyleCache styleCache;
     QMap<QString, QList<QTextEdit::ExtraSelection>> selectionLayers;
+    // The find flash: the found range, and the selection's own colours, lent to the flash
+    // while it runs (Active and Inactive, Highlight and HighlightedText).
+    QVariantAnimation* findFlash = nullptr;
+    QTextCursor flashed;
+    std::optional<std::array<QBrush, 4>> lentSelection;
     // The text as last read; empty optional once the document changes.
     mutable std::optional<QString> cachedText;
 };
