@@ -300,10 +300,15 @@ private:
             f.setForeground(inkAt(options.ink, 0.45));
             break;
         }
-        // Qt has no synthetic slant by a factor; italic stands in (fontconfig slants a face
-        // that has no italic of its own).
-        if (attr.flags & MarkdownRuns::Oblique)
+        // The slant leans the run's own face. Qt has no shear by a factor (QFont and
+        // QTextCharFormat carry none), but asked for italic in a face named by its style, Qt's
+        // FreeType engine shears that face itself (FT_GlyphSlot_Oblique, a fixed 0.21) rather
+        // than take the family's italic face. Quotes lean the same 0.21: any other factor
+        // would need every run painted by hand under a sheared painter.
+        if (attr.flags & MarkdownRuns::Oblique) {
+            f.setFontStyleName(QFontInfo(font(attr.font)).styleName());
             f.setFontItalic(true);
+        }
         if (attr.flags & MarkdownRuns::Underline)
             f.setFontUnderline(true);
         if (attr.flags & MarkdownRuns::Struck)
