@@ -478,6 +478,7 @@ private Q_SLOTS:
         QTest::newRow("Ctrl+Shift+Right selects it whole") << true << u"shift right"_s << 0 << u"at 1"_s;
         QTest::newRow("Ctrl+Backspace behind a picture shows it") << true << u"backspace"_s << 1 << u"select"_s;
         QTest::newRow("Ctrl+Delete before a picture shows it") << true << u"delete"_s << 0 << u"select"_s;
+        QTest::newRow("Ctrl+Backspace past the blank behind a picture shows it") << true << u"backspace"_s << 2 << u"select"_s;
         QTest::newRow("Ctrl+Backspace on the line below a picture shows it") << false << u"backspace"_s << 2 << u"select"_s;
         QTest::newRow("a second Ctrl+Backspace removes the picture seen") << true << u"backspace|backspace"_s << 1 << u"deleted"_s;
         // clang-format on
