@@ -129,14 +129,30 @@ struct Driven {
             cursor.insertText(rest);
             composing = false;
             carryOut(coordinator.inputMethodHandled(true, cursor, false));
+        } else if (verb == u"preedit") { // an input method's update while it composes
+            composing = true;
+            carryOut(coordinator.inputMethodHandled(true, cursor, true));
+        } else if (verb == u"went") { // an arrow took the caret from there to here
+            const qsizetype from = rest.toInt();
+            if (const auto to =
+                    ImageCaret::snapped(cursor, ImageCaret::edgeOfMove(from, cursor.position())))
+                passes.append(u"@%1"_s.arg(*to));
+        } else if (verb == u"select") {
+            cursor.setPosition(rest.section(u' ', 0, 0).toInt());
+            cursor.setPosition(rest.section(u' ', 1).toInt(), QTextCursor::KeepAnchor);
+            moved();
+            passes.append(u"markers %1"_s.arg(
+                coordinator.restyle({{0, 1}}, cursor, false)->revealing.location));
         } else if (verb == u"configure" || verb == u"plain") {
             options.markdownEnabled = verb == u"configure";
             carryOut(coordinator.configure(rest, options.markdownEnabled, cursor, composing));
         } else if (edges.contains(verb)) { // where an arrow left the caret
             if (const auto to = ImageCaret::snapped(cursor, edges[verb]))
                 passes.append(u"@%1"_s.arg(*to));
-        } else if (const auto range =
-                       coordinator.revealBeforeDelete(cursor, verb == u"backspace")) {
+        } else if (const auto range = coordinator.revealBeforeDelete(
+                       cursor, verb.endsWith(u"backspace"_s),
+                       verb.startsWith(u"word"_s) ? ImageCaret::Unit::Word
+                                                  : ImageCaret::Unit::Character)) {
             passes.append(u"select %1+%2"_s.arg(range->location).arg(range->length));
             cursor.setPosition(static_cast<int>(range->location));
             cursor.setPosition(static_cast<int>(range->end()), QTextCursor::KeepAnchor);
@@ -344,7 +360,13 @@ private Q_SLOTS:
                 && at(u"H"_s).fontPointSize() == bodySize + 5.9);
         QVERIFY(at(u"b*"_s).fontWeight() >= QFont::DemiBold
                 && at(u"b*"_s).fontPointSize() == bodySize);
-        QVERIFY(at(u"i*"_s).fontItalic() && at(u"q"_s).fontItalic() && at(u"l]"_s).fontUnderline());
+        QVERIFY(at(u"l]"_s).fontUnderline());
+        // Italic and quotes lean the body's own face, not the family's italic face.
+        const QString upright = QFontInfo(body(bodySize)).styleName();
+        for (const QString& leaning : {u"i*"_s, u"q"_s}) {
+            const QFontInfo face(at(leaning).font().resolve(body(bodySize)));
+            QVERIFY2(face.italic() && face.styleName() == upright, qPrintable(face.styleName()));
+        }
         QVERIFY(QFontInfo(at(u"c`"_s).font()).fixedPitch()
                 && at(u"c`"_s).background().style() == Qt::SolidPattern);
         // Code takes a faint wash of the ink, the backticks around it none, shown or not.
@@ -417,6 +439,7 @@ private Q_SLOTS:
         const QString three = u"one\ntwo\nthree"_s;
         const QString picture = u"ab\n"_s + token + u"\nef"_s;
         const QString tokens = u"ab"_s + token + u"cd\n"_s + token + u"\nef"_s; // at 2 and 31
+        const QString spaced = u"ab "_s + token + u" cd"_s;                     // at 3
         // clang-format off
         QTest::newRow("a caret move to another line restyles the two lines") << three << u"at 9"_s << u"0+4,8+5"_s;
         QTest::newRow("a caret move within a line restyles nothing") << three << u"at 1|at 3"_s << QString();
@@ -439,6 +462,16 @@ private Q_SLOTS:
         QTest::newRow("Backspace at a token's start, Delete at its end, take nothing")
             << tokens << u"at 2|backspace|at 57|delete"_s << u"0+58"_s;
         QTest::newRow("no key takes a shown token") << tokens << u"plain off|at 28|backspace"_s << u"full"_s;
+        QTest::newRow("a caret that went forward into a token leaves by its end, backward by its start")
+            << tokens << u"at 10|went 2|went 28|went 10"_s << u"@28|@2|@2"_s;
+        QTest::newRow("a word delete shows a token its word reaches into, by either side")
+            << spaced << u"at 30|wordbackspace|at 0|worddelete"_s << u"select 3+26|0+32 shows|0+32"_s;
+        QTest::newRow("a word delete that reaches no token takes its word")
+            << spaced << u"at 2|wordbackspace|at 31|worddelete"_s << QString();
+        QTest::newRow("the markers show on the line a selection starts on, made either way")
+            << three << u"select 1 9|select 9 1|select 5 12"_s << u"markers 0|markers 0|0+8|markers 4"_s;
+        QTest::newRow("each update of a composition restyles the caret's block, the commit its lines")
+            << three << u"at 5|preedit|preedit|commit x"_s << u"0+8|4+4|4+4|4+5"_s;
         // clang-format on
     }
 

@@ -12,7 +12,10 @@
 #include "support/RecordingDesktop.h"
 #include "support/TestFiles.h"
 
+#include <QAbstractAnimation>
+#include <QAbstractTextDocumentLayout>
 #include <QApplication>
+#include <QInputMethodEvent>
 #include <QMimeData>
 #include <QSignalSpy>
 #include <QStandardPaths>
@@ -54,6 +57,39 @@ QPoint pointOf(NoteTextView& view, qsizetype position)
 bool hidden(NoteTextView& view, qsizetype position)
 {
     return EditorStyleEngine::isHidden(*view.document(), position);
+}
+
+// What the block's layout draws at a position of its own text, a pre-edit included: every
+// format range over it, merged in their order, as QTextLayout resolves them.
+QTextCharFormat drawnFormat(const QTextBlock& block, int at)
+{
+    QTextCharFormat format;
+    for (const QTextLayout::FormatRange& range : block.layout()->formats()) {
+        if (at >= range.start && at < range.start + range.length)
+            format.merge(range.format);
+    }
+    return format;
+}
+
+// An input method's update: the pre-edit shown underlined, its caret at its end; or, with a
+// commit, the text it settles on.
+void compose(NoteTextView& view, const QString& preedit, const QString& commit = {})
+{
+    QTextCharFormat underline;
+    underline.setFontUnderline(true);
+    QList<QInputMethodEvent::Attribute> attributes;
+    if (!preedit.isEmpty())
+        attributes = {{QInputMethodEvent::TextFormat, 0, int(preedit.size()), underline},
+                      {QInputMethodEvent::Cursor, int(preedit.size()), 1, {}}};
+    QInputMethodEvent event(preedit, attributes);
+    event.setCommitString(commit);
+    QApplication::sendEvent(&view, &event);
+}
+
+double blockTop(NoteTextView& view, int block)
+{
+    const QTextDocument& document = *view.document();
+    return document.documentLayout()->blockBoundingRect(document.findBlockByNumber(block)).top();
 }
 
 } // namespace
@@ -237,6 +273,303 @@ private Q_SLOTS:
             bridge.findNext(query, forward);
             QCOMPARE(view->selectedRange(), found);
         }
+    }
+
+    // Find and spelling paint extra selections at the same time: neither wipes the other.
+    void selectionLayersKeepEachOther()
+    {
+        auto view = makeView(u"one two three"_s);
+        QVERIFY(view);
+        const auto over = [&](int from, int to) {
+            QTextEdit::ExtraSelection selection;
+            selection.cursor = QTextCursor(view->document());
+            selection.cursor.setPosition(from);
+            selection.cursor.setPosition(to, QTextCursor::KeepAnchor);
+            selection.format.setFontUnderline(true);
+            return selection;
+        };
+        const auto spans = [&] {
+            QList<std::pair<int, int>> found;
+            for (const QTextEdit::ExtraSelection& s : view->extraSelections())
+                found.append({s.cursor.selectionStart(), s.cursor.selectionEnd()});
+            return found;
+        };
+        view->setSelectionLayer(u"spelling"_s, {over(0, 3), over(8, 13)});
+        view->setSelectionLayer(u"find"_s, {over(4, 7)});
+        QCOMPARE(spans(), (QList<std::pair<int, int>>{{4, 7}, {0, 3}, {8, 13}}));
+        view->setSelectionLayer(u"spelling"_s, {over(0, 3)});
+        QCOMPARE(spans(), (QList<std::pair<int, int>>{{4, 7}, {0, 3}}));
+        view->setSelectionLayer(u"find"_s, {});
+        QCOMPARE(spans(), (QList<std::pair<int, int>>{{0, 3}}));
+        QCOMPARE(view->selectionLayer(u"spelling"_s).size(), 1);
+    }
+
+    // An input method's pre-edit must not take the line's styling away while it composes: a
+    // heading stays a heading around and under the pre-edit, a picture on the line keeps its
+    // room and its overlay, and nothing below moves. Looks are in the block's own positions,
+    // the pre-edit included: "2+2=heading" is two units from 2.
+    void composingKeepsTheLinesStyle_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("caret");
+        QTest::addColumn<QString>("looks");
+        const QString token = ImageTokens::token(u"COMPOSE"_s);
+        const int t = int(token.size());
+        // clang-format off
+        QTest::newRow("a heading composed mid-word") << u"# Title\nbody"_s << 4 << u"2+2=heading|4+5=heading,ime|9+3=heading"_s;
+        QTest::newRow("a heading composed at its end") << u"# Title\nbody"_s << 7 << u"2+5=heading|7+5=heading,ime"_s;
+        QTest::newRow("a picture's line composed behind the picture") << u"top\n"_s + token + u"\nend"_s << 4 + t << u"0+1=room|1+%1=hidden|%2+5=ime"_s.arg(t - 1).arg(t);
+        QTest::newRow("a picture's line composed before the picture") << u"top\n"_s + token + u"\nend"_s << 4 << u"0+5=ime|5+1=room|6+%1=hidden"_s.arg(t - 1);
+        // clang-format on
+    }
+
+    void composingKeepsTheLinesStyle()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, caret);
+        QFETCH(QString, looks);
+        auto view = makeView(text);
+        QVERIFY(view);
+        placeCaret(*view, caret);
+        const int block = view->textCursor().blockNumber();
+        const double below = blockTop(*view, block + 1);
+        const auto pictures = [&] {
+            QList<QRect> frames;
+            for (const NoteImageOverlayWidget* widget : view->imageOverlays()->widgets())
+                frames.append(widget->geometry());
+            return frames;
+        };
+        const QList<QRect> shown = pictures();
+        // What the engine reports at each character of the line, in the document's positions.
+        const auto reported = [&] {
+            QList<QTextCharFormat> formats;
+            const QTextBlock line = view->document()->findBlockByNumber(block);
+            for (int at = line.position(); at < line.position() + line.length() - 1; ++at)
+                formats.append(EditorStyleEngine::styledFormat(*view->document(), at));
+            return formats;
+        };
+        const QList<QTextCharFormat> styled = reported();
+        const QHash<QString, std::function<bool(const QTextCharFormat&)>> is{
+            {u"heading"_s, [](const QTextCharFormat& f) { return f.fontPointSize() > 14; }},
+            {u"ime"_s, [](const QTextCharFormat& f) { return f.fontUnderline(); }},
+            {u"hidden"_s,
+             [](const QTextCharFormat& f) {
+                 return f.boolProperty(EditorStyleEngine::hiddenProperty);
+             }},
+            {u"room"_s, [](const QTextCharFormat& f) {
+                 return f.doubleProperty(EditorStyleEngine::reservedHeightProperty) > 0;
+             }}};
+        // The first syllable starts the composition, the second updates it.
+        for (const QString& preedit : {u"z"_s, u"zhong"_s}) {
+            compose(*view, preedit);
+            QVERIFY(view->hasMarkedText());
+        }
+        const QTextBlock composing = view->document()->findBlockByNumber(block);
+        for (const QString& look : looks.split(u'|')) {
+            const TextRange range{look.section(u'+', 0, 0).toLongLong(),
+                                  look.section(u'+', 1).section(u'=', 0, 0).toLongLong()};
+            for (const QString& name : look.section(u'=', 1).split(u',')) {
+                for (qsizetype at = range.location; at < range.end(); ++at)
+                    QVERIFY2(is[name](drawnFormat(composing, int(at))),
+                             qPrintable(u"%1 at %2"_s.arg(name).arg(at)));
+            }
+        }
+        QVERIFY(reported() == styled);
+        view->document()->documentLayout()->documentSize();
+        QCOMPARE(blockTop(*view, block + 1), below);
+        view->imageOverlays()->place();
+        QCOMPARE(pictures(), shown);
+        QCOMPARE(view->text(), text);
+
+        compose(*view, {}, u"中"_s);
+        QVERIFY(!view->hasMarkedText());
+        QCOMPARE(view->text(), text.left(caret) + u"中"_s + text.mid(caret));
+        QCOMPARE(pictures().size(), shown.size());
+    }
+
+    // A picture shown for deletion (after Backspace) stays when the next key types instead:
+    // the text goes behind it, and it hides again.
+    void aRevealedPictureSurvivesTypedText_data()
+    {
+        QTest::addColumn<QString>("input");
+        QTest::addColumn<QString>("typed");
+        QTest::newRow("Tab") << u"tab"_s << u"\t"_s;
+        QTest::newRow("a letter with Alt") << u"alt"_s << u"x"_s;
+        QTest::newRow("a composition starting") << u"compose"_s << u"中"_s;
+        QTest::newRow("a commit with no composition") << u"commit"_s << u"中"_s;
+        QTest::newRow("a plain letter") << u"letter"_s << u"y"_s;
+    }
+
+    void aRevealedPictureSurvivesTypedText()
+    {
+        QFETCH(QString, input);
+        QFETCH(QString, typed);
+        const QString token = ImageTokens::token(makeImage(120, 60));
+        auto view = makeView(u"top\n"_s + token + u"\nbottom"_s);
+        QVERIFY(view);
+        placeCaret(*view, 4 + token.size() + 1);
+        QTest::keyClick(view.get(), Qt::Key_Backspace);
+        QCOMPARE(view->selectedRange(), (TextRange{4, token.size()}));
+        if (input == u"tab") {
+            QTest::keyClick(view.get(), Qt::Key_Tab);
+        } else if (input == u"alt") {
+            QTest::keyClick(view.get(), Qt::Key_X, Qt::AltModifier);
+        } else if (input == u"letter") {
+            QTest::keyClick(view.get(), Qt::Key_Y);
+        } else if (input == u"compose") {
+            compose(*view, u"zh"_s);
+            QVERIFY(view->text().contains(token));
+            compose(*view, {}, typed);
+        } else {
+            compose(*view, {}, typed);
+        }
+        QCOMPARE(view->text(), u"top\n"_s + token + u"\n"_s + typed + u"bottom"_s);
+        QVERIFY(hidden(*view, 4) && !view->revealedImageID());
+        QCOMPARE(view->imageOverlays()->widgets().size(), 1);
+    }
+
+    // In a right-to-left note Left goes forward through the text and Right back: either way the
+    // caret passes a picture and never rests inside its token.
+    void arrowsPassAPictureInARightToLeftNote_data()
+    {
+        QTest::addColumn<bool>("inLine");
+        QTest::newRow("a picture on a line of its own") << false;
+        QTest::newRow("a picture inside a line") << true;
+    }
+
+    void arrowsPassAPictureInARightToLeftNote()
+    {
+        QFETCH(bool, inLine);
+        const QString token = ImageTokens::token(makeImage(80, 40));
+        const QString text =
+            inLine ? u"שלום "_s + token + u" עולם"_s : u"שלום\n"_s + token + u"\nעולם"_s;
+        const TextRange at{5, token.size()};
+        auto view = makeView(text);
+        QVERIFY(view);
+        NoteTextView::Configuration rtl = configuration();
+        rtl.textDirection = NoteTextDirection::RightToLeft;
+        view->setConfiguration(rtl);
+        QVERIFY(hidden(*view, at.location));
+        for (const auto& [key, from, to] : {std::tuple{Qt::Key_Left, qsizetype(0), text.size()},
+                                            std::tuple{Qt::Key_Right, text.size(), qsizetype(0)}}) {
+            placeCaret(*view, from);
+            for (int press = 0; press < 2 * text.size() && view->textCursor().position() != to;
+                 ++press) {
+                QTest::keyClick(view.get(), key);
+                const qsizetype caret = view->textCursor().position();
+                QVERIFY2(caret <= at.location || caret >= at.end(),
+                         qPrintable(QString::number(caret)));
+            }
+            QCOMPARE(view->textCursor().position(), to);
+        }
+    }
+
+    // Word keys take a hidden picture as one unit: a word move stops before or after it, a
+    // word delete shows it first, as Backspace does, and only the next press removes it.
+    void wordKeysTakeAPictureWhole_data()
+    {
+        QTest::addColumn<bool>("inLine");
+        QTest::addColumn<QString>("keys");
+        QTest::addColumn<int>("caret"); // 0: at the picture's start, 1: at its end, 2: a line below
+        QTest::addColumn<QString>("expected"); // "at 0|1" or "select" or "deleted"
+        // clang-format off
+        QTest::newRow("Ctrl+Right at a picture's start passes it") << true << u"right"_s << 0 << u"at 1"_s;
+        QTest::newRow("Ctrl+Left at a picture's end passes it") << true << u"left"_s << 1 << u"at 0"_s;
+        QTest::newRow("Ctrl+Shift+Right selects it whole") << true << u"shift right"_s << 0 << u"at 1"_s;
+        QTest::newRow("Ctrl+Backspace behind a picture shows it") << true << u"backspace"_s << 1 << u"select"_s;
+        QTest::newRow("Ctrl+Delete before a picture shows it") << true << u"delete"_s << 0 << u"select"_s;
+        QTest::newRow("Ctrl+Backspace past the blank behind a picture shows it") << true << u"backspace"_s << 2 << u"select"_s;
+        QTest::newRow("Ctrl+Backspace on the line below a picture shows it") << false << u"backspace"_s << 2 << u"select"_s;
+        QTest::newRow("a second Ctrl+Backspace removes the picture seen") << true << u"backspace|backspace"_s << 1 << u"deleted"_s;
+        // clang-format on
+    }
+
+    void wordKeysTakeAPictureWhole()
+    {
+        QFETCH(bool, inLine);
+        QFETCH(QString, keys);
+        QFETCH(int, caret);
+        QFETCH(QString, expected);
+        const QString token = ImageTokens::token(makeImage(80, 40));
+        const QString before = inLine ? u"ab "_s : u"ab\n"_s;
+        const QString text = before + token + (inLine ? u" cd"_s : u"\ncd"_s);
+        const TextRange at{before.size(), token.size()};
+        auto view = makeView(text);
+        QVERIFY(view);
+        placeCaret(*view, QList<qsizetype>{at.location, at.end(), at.end() + 1}[caret]);
+        for (const QString& key : keys.split(u'|')) {
+            const Qt::KeyboardModifiers mods =
+                Qt::ControlModifier
+                | (key.startsWith(u"shift"_s) ? Qt::ShiftModifier : Qt::NoModifier);
+            const QString name = key.section(u' ', -1);
+            QTest::keyClick(view.get(),
+                            name == u"right"_s    ? Qt::Key_Right
+                            : name == u"left"_s   ? Qt::Key_Left
+                            : name == u"delete"_s ? Qt::Key_Delete
+                                                  : Qt::Key_Backspace,
+                            mods);
+        }
+        if (expected == u"deleted"_s) {
+            QCOMPARE(view->text(), text.left(at.location) + text.mid(at.end()));
+            return;
+        }
+        QCOMPARE(view->text(), text);
+        if (expected == u"select"_s) {
+            QCOMPARE(view->selectedRange(), at);
+            QVERIFY(!hidden(*view, at.location));
+            return;
+        }
+        const qsizetype end = expected.endsWith(u'1') ? at.end() : at.location;
+        QCOMPARE(view->textCursor().position(), end);
+        QVERIFY(hidden(*view, at.location));
+    }
+
+    // A selection shows its markers on the line where it starts, whichever way it was made.
+    void markersShowOnTheSelectionsFirstLine_data()
+    {
+        QTest::addColumn<int>("anchor");
+        QTest::addColumn<int>("position");
+        QTest::newRow("a selection made downwards") << 2 << 8;
+        QTest::newRow("a selection made upwards") << 8 << 2;
+    }
+
+    void markersShowOnTheSelectionsFirstLine()
+    {
+        QFETCH(int, anchor);
+        QFETCH(int, position);
+        auto view = makeView(u"**a**\n**b**\nc"_s);
+        QVERIFY(view);
+        placeCaret(*view, 12);
+        QTextCursor cursor = view->textCursor();
+        cursor.setPosition(anchor);
+        cursor.setPosition(position, QTextCursor::KeepAnchor);
+        view->setTextCursor(cursor);
+        QVERIFY(!hidden(*view, 0) && !hidden(*view, 3));
+        QVERIFY(hidden(*view, 6) && hidden(*view, 9));
+    }
+
+    // Find selects the match and flashes it: a highlight that fades and goes, leaving nothing
+    // running.
+    void findFlashesTheMatch()
+    {
+        auto view = makeView(u"one two one"_s);
+        QVERIFY(view);
+        view->setSelectionLayer(u"spelling"_s, {});
+        bridge.findNext(u"two"_s, true);
+        QCOMPARE(view->selectedRange(), (TextRange{4, 3}));
+        const auto flash = [&] { return view->selectionLayer(u"find"_s); };
+        QCOMPARE(flash().size(), 1);
+        QCOMPARE(flash()[0].cursor.selectionStart(), 4);
+        QCOMPARE(flash()[0].cursor.selectionEnd(), 7);
+        QCOMPARE(view->extraSelections().size(), 1);
+        const QColor first = flash()[0].format.background().color();
+        QVERIFY(first.alpha() > 0);
+        QTRY_VERIFY(flash().isEmpty() || flash()[0].format.background().color() != first);
+        QTRY_VERIFY(flash().isEmpty());
+        QVERIFY(view->extraSelections().isEmpty());
+        for (const QAbstractAnimation* animation : view->findChildren<QAbstractAnimation*>())
+            QCOMPARE(animation->state(), QAbstractAnimation::Stopped);
+        QCOMPARE(view->selectedRange(), (TextRange{4, 3}));
     }
 
     // Pictures of every kind in one note: each takes its size, its token's line takes its room,

@@ -3,6 +3,7 @@
 #include "editor/EditorRanges.h"
 #include "editor/ImageCaret.h"
 
+#include <QTextBlock>
 #include <QTextCursor>
 #include <QTextDocument>
 
@@ -13,7 +14,7 @@ EditorCoordinator::EditorCoordinator(const QTextDocument& document)
 
 TextRange EditorCoordinator::caretLine(const QTextCursor& cursor) const
 {
-    return EditorRanges::lineRange(cursor.position(), document);
+    return EditorRanges::lineRange(cursor.selectionStart(), document);
 }
 
 EditorCoordinator::Answer EditorCoordinator::pass(const QList<TextRange>& lines,
@@ -104,8 +105,19 @@ EditorCoordinator::Answer EditorCoordinator::selectionChanged(const QTextCursor&
 EditorCoordinator::Answer
 EditorCoordinator::inputMethodHandled(bool wasComposing, const QTextCursor& cursor, bool composing)
 {
-    if (composing)
-        return std::nullopt;
+    if (composing) {
+        // The edits stay pending for the commit; the block is styled as it was, the pre-edit
+        // aside. The whole block: Qt's formats replaced all of it, lines split by U+2028
+        // included.
+        const QTextBlock block = document.findBlock(cursor.position());
+        if (!block.isValid())
+            return std::nullopt;
+        const QList<TextRange> whole = EditorRanges::merged({{block.position(), block.length()}},
+                                                            EditorRanges::length(document));
+        if (whole.isEmpty())
+            return std::nullopt;
+        return Restyle{whole, caretLine(cursor), revealed, false};
+    }
     if (needsFullPass)
         return fullPass(cursor, false);
     if (!wasComposing && !edits.hasPendingEdits())
@@ -124,9 +136,9 @@ EditorCoordinator::Answer EditorCoordinator::restyle(const QList<TextRange>& lin
 }
 
 std::optional<TextRange> EditorCoordinator::revealBeforeDelete(const QTextCursor& cursor,
-                                                               bool backward)
+                                                               bool backward, ImageCaret::Unit unit)
 {
-    const std::optional<ImageToken> token = ImageCaret::tokenBeforeDelete(cursor, backward);
+    const std::optional<ImageToken> token = ImageCaret::tokenBeforeDelete(cursor, backward, unit);
     if (!token)
         return std::nullopt;
     revealed = token->id;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "editor/EditorEditAccumulator.h"
+#include "editor/ImageCaret.h"
 #include "notes/TextRange.h"
 
 #include <QList>
@@ -73,15 +74,19 @@ public:
     // The caret or the selection moved: only a move to another line restyles (the two
     // lines), and a move off the revealed token hides it again.
     Answer selectionChanged(const QTextCursor& cursor, bool composing);
-    // After the view handled an input method's event.
+    // After the view handled an input method's event. While it composes, Qt has put its
+    // pre-edit formats in place of the caret block's: the answer is the block, whose styles the
+    // pass lays back around the pre-edit. Nothing else is styled until the composition ends.
     Answer inputMethodHandled(bool wasComposing, const QTextCursor& cursor, bool composing);
     // Lines to restyle for a reason of the view's own (a picture's room changed).
     Answer restyle(const QList<TextRange>& lines, const QTextCursor& cursor, bool composing);
 
-    // Backspace (backward) or Delete: when the key would take a unit of a hidden token, the
-    // token becomes the revealed one and its range is the answer; the view selects it and
-    // restyles its line. Absent: the key does its usual work.
-    std::optional<TextRange> revealBeforeDelete(const QTextCursor& cursor, bool backward);
+    // Backspace (backward) or Delete, by character or by word: when the key would take a unit
+    // of a hidden token, the token becomes the revealed one and its range is the answer; the
+    // view selects it and restyles its line. Absent: the key does its usual work.
+    std::optional<TextRange>
+    revealBeforeDelete(const QTextCursor& cursor, bool backward,
+                       ImageCaret::Unit unit = ImageCaret::Unit::Character);
     // Typing or pasting over the revealed token, selected whole, would replace the picture:
     // the answer is where the caret goes instead, behind the token.
     std::optional<qsizetype> cancelRevealIfSelected(const QTextCursor& cursor) const;
@@ -95,7 +100,8 @@ private:
 
     const QTextDocument& document;
     EditorEditAccumulator edits;
-    // The caret's line as last styled.
+    // The line whose markers show, as last styled: the line where the selection starts (the
+    // caret's line when nothing is selected), whichever end of it moves.
     TextRange lastLine;
     std::optional<QString> stamp;
     std::optional<QString> revealed;

@@ -130,19 +130,73 @@ private:
         qsizetype& image;    // the image whose room the next Reserves run holds
     };
 
+    // Where an input method's pre-edit sits in a block's layout, which holds the pre-edit
+    // text as if typed while the document does not: a layout position is a document position
+    // shifted past the pre-edit when it lies behind it.
+    struct Preedit {
+        qsizetype at = -1;
+        qsizetype length = 0;
+    };
+
+    // A run's range in the block's layout. A run that goes on past the pre-edit, or ends at it
+    // and would take typed text (no marker, nothing hidden), grows over the pre-edit, so that
+    // a heading composes at its size; anything else parts around the pre-edit.
+    static void placeAround(QList<QTextLayout::FormatRange>& into, QTextLayout::FormatRange range,
+                            const Attributes& attributes, Preedit preedit)
+    {
+        const qsizetype start = range.start;
+        const qsizetype end = start + range.length;
+        const bool takesTyping =
+            !(attributes.flags & MarkdownRuns::Hidden) && attributes.tone != Tone::Dim;
+        if (preedit.length == 0 || end < preedit.at || (end == preedit.at && !takesTyping)) {
+            into.append(range);
+            return;
+        }
+        if (start >= preedit.at) {
+            range.start = static_cast<int>(start + preedit.length);
+            into.append(range);
+            return;
+        }
+        if (!(attributes.flags & MarkdownRuns::Hidden)) {
+            range.length = static_cast<int>(range.length + preedit.length);
+            into.append(range);
+            return;
+        }
+        QTextLayout::FormatRange after = range;
+        range.length = static_cast<int>(preedit.at - start);
+        into.append(range);
+        after.start = static_cast<int>(preedit.at + preedit.length);
+        after.length = static_cast<int>(end - preedit.at);
+        into.append(after);
+    }
+
     // Whether the block's formats changed. Unchanged formats are left alone, as
     // QSyntaxHighlighter does: setting them would throw away the block's layout.
+    //
+    // While an input method composes in the block, Qt has put its own pre-edit formats in
+    // place of ours (QWidgetTextControl sets the layout's formats to them on every update).
+    // Ours are laid back around them, shifted past the pre-edit text, and the input method's
+    // go last so that its underline shows over a heading's face. The pass then covers the
+    // whole block: what Qt threw away outside the pre-edit is not kept.
     bool writeBlock(const QTextBlock& block, qsizetype blockStart, Source source, qsizetype from,
                     qsizetype to)
     {
         const qsizetype localFrom = from - blockStart;
         const qsizetype localTo = to - blockStart;
-        const QList<QTextLayout::FormatRange> previous = block.layout()->formats();
+        QTextLayout* layout = block.layout();
+        const Preedit preedit{layout->preeditAreaPosition(), layout->preeditAreaText().size()};
+        const QList<QTextLayout::FormatRange> previous = layout->formats();
         QList<QTextLayout::FormatRange> ranges;
+        QList<QTextLayout::FormatRange> composing;
         ranges.reserve(previous.size() + 16);
-        // Keep what lies outside the restyled part (a block split by U+2028 lines).
         for (const QTextLayout::FormatRange& old : previous) {
             const qsizetype oldEnd = old.start + old.length;
+            if (preedit.length > 0) {
+                if (old.start >= preedit.at && oldEnd <= preedit.at + preedit.length)
+                    composing.append(old);
+                continue;
+            }
+            // Keep what lies outside the restyled part (a block split by U+2028 lines).
             if (old.start < localFrom) {
                 QTextLayout::FormatRange kept = old;
                 kept.length = static_cast<int>(std::min(oldEnd, localFrom) - old.start);
@@ -175,14 +229,16 @@ private:
             // Plain text in the body face and full ink needs no range: the document's default
             // font and the view's text colour already are that. Fewer ranges, faster layout.
             if (range.format.propertyCount() > 0)
-                ranges.append(range);
+                placeAround(ranges, range, run.attributes, preedit);
             i = j;
         }
-        std::sort(ranges.begin(), ranges.end(),
-                  [](const auto& a, const auto& b) { return a.start < b.start; });
+        // Qt merges overlapping ranges in list order: sorted ours, then the input method's.
+        std::stable_sort(ranges.begin(), ranges.end(),
+                         [](const auto& a, const auto& b) { return a.start < b.start; });
+        ranges.append(composing);
         if (ranges == previous)
             return false;
-        block.layout()->setFormats(ranges);
+        layout->setFormats(ranges);
         return true;
     }
 
@@ -244,10 +300,15 @@ private:
             f.setForeground(inkAt(options.ink, 0.45));
             break;
         }
-        // Qt has no synthetic slant by a factor; italic stands in (fontconfig slants a face
-        // that has no italic of its own).
-        if (attr.flags & MarkdownRuns::Oblique)
+        // The slant leans the run's own face. Qt has no shear by a factor (QFont and
+        // QTextCharFormat carry none), but asked for italic in a face named by its style, Qt's
+        // FreeType engine shears that face itself (FT_GlyphSlot_Oblique, a fixed 0.21) rather
+        // than take the family's italic face. Quotes lean the same 0.21: any other factor
+        // would need every run painted by hand under a sheared painter.
+        if (attr.flags & MarkdownRuns::Oblique) {
+            f.setFontStyleName(QFontInfo(font(attr.font)).styleName());
             f.setFontItalic(true);
+        }
         if (attr.flags & MarkdownRuns::Underline)
             f.setFontUnderline(true);
         if (attr.flags & MarkdownRuns::Struck)
@@ -387,8 +448,12 @@ QTextCharFormat styledFormat(const QTextDocument& document, qsizetype position)
     const QTextBlock block = document.findBlock(static_cast<int>(position));
     if (!block.isValid() || !block.layout())
         return {};
-    const qsizetype local = position - block.position();
-    for (const QTextLayout::FormatRange& range : block.layout()->formats()) {
+    qsizetype local = position - block.position();
+    // While an input method composes, the layout's positions behind the pre-edit are shifted.
+    const QTextLayout* layout = block.layout();
+    if (const qsizetype at = layout->preeditAreaPosition(); at >= 0 && local >= at)
+        local += layout->preeditAreaText().size();
+    for (const QTextLayout::FormatRange& range : layout->formats()) {
         if (local >= range.start && local < range.start + range.length)
             return range.format;
     }

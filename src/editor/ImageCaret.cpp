@@ -28,10 +28,15 @@ QList<ImageToken> tokensIn(const QTextDocument& document, TextRange range)
     return found;
 }
 
+Edge edgeOfMove(qsizetype from, qsizetype to)
+{
+    if (to > from)
+        return Edge::Trailing;
+    return to < from ? Edge::Leading : Edge::Nearest;
+}
+
 std::optional<qsizetype> snapped(const QTextCursor& cursor, Edge edge)
 {
-    if (cursor.hasSelection())
-        return std::nullopt;
     const QTextDocument& document = *cursor.document();
     const qsizetype caret = cursor.position();
     const QList<ImageToken> tokens = tokensIn(document, EditorRanges::lineRange(caret, document));
@@ -47,7 +52,7 @@ std::optional<qsizetype> snapped(const QTextCursor& cursor, Edge edge)
     return token.location;
 }
 
-std::optional<ImageToken> tokenBeforeDelete(const QTextCursor& cursor, bool backward)
+std::optional<ImageToken> tokenBeforeDelete(const QTextCursor& cursor, bool backward, Unit unit)
 {
     if (cursor.hasSelection())
         return std::nullopt;
@@ -69,7 +74,23 @@ std::optional<ImageToken> tokenBeforeDelete(const QTextCursor& cursor, bool back
         if (hit)
             return token;
     }
-    return std::nullopt;
+    if (unit == Unit::Character)
+        return std::nullopt;
+    // What the word delete would take: Qt's own word boundary, from the block's layout.
+    QTextCursor word = cursor;
+    word.movePosition(backward ? QTextCursor::PreviousWord : QTextCursor::NextWord,
+                      QTextCursor::KeepAnchor);
+    const TextRange taken{word.selectionStart(), word.selectionEnd() - word.selectionStart()};
+    QList<ImageToken> reached;
+    for (const ImageToken& token :
+         tokensIn(document, EditorRanges::lineRangeForRange(taken, document))) {
+        if (token.range.intersectionLength(taken) > 0
+            && EditorStyleEngine::isHidden(document, token.range.location))
+            reached.append(token);
+    }
+    if (reached.isEmpty())
+        return std::nullopt;
+    return backward ? reached.last() : reached.first();
 }
 
 std::optional<ImageToken> touchedToken(const QTextCursor& cursor, const QString& id)

@@ -23,18 +23,30 @@ namespace ImageCaret {
 // the nearer of the two.
 enum class Edge { Leading, Trailing, Nearest };
 
+// How much a delete key takes: one character, or up to the word boundary.
+enum class Unit { Character, Word };
+
 // The tokens inside the range, in document positions and text order.
 QList<ImageToken> tokensIn(const QTextDocument& document, TextRange range);
 
-// Where a caret strictly inside a hidden token goes; absent for a caret anywhere else and for
-// a selection.
+// The edge for a caret that a key moved from one position to another: the side it went
+// towards, whatever the key. In a right-to-left line Left goes forward through the text, and a
+// visual move may jump; only the text order tells which way the caret went. A caret that did
+// not move goes to the nearer end.
+Edge edgeOfMove(qsizetype from, qsizetype to);
+
+// Where the caret, or the moving end of a selection, goes when it lies strictly inside a hidden
+// token; absent anywhere else.
 std::optional<qsizetype> snapped(const QTextCursor& cursor, Edge edge);
 
 // The hidden token that Backspace (backward) or Delete would take a unit of, for a caret with
 // no selection: Backspace within a token or at its end, or just behind the line break that
-// ends a token's line; Delete at a token's start. Such a key should select the token and
-// show its text instead, so that the second press removes the picture seen.
-std::optional<ImageToken> tokenBeforeDelete(const QTextCursor& cursor, bool backward);
+// ends a token's line; Delete at a token's start. A word delete also meets every hidden token
+// its stretch up to the word boundary reaches into, the one nearest the caret first. Such a
+// key should select the token and show its text instead, so that the second press removes
+// the picture seen.
+std::optional<ImageToken> tokenBeforeDelete(const QTextCursor& cursor, bool backward,
+                                            Unit unit = Unit::Character);
 
 // The token with the id that the selection still touches: a caret strictly inside it or at
 // its start, or a selection that overlaps it.

@@ -21,6 +21,7 @@
 #include <QScrollBar>
 #include <QTextBlock>
 #include <QTextLayout>
+#include <QVariantAnimation>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -251,6 +252,88 @@ void NoteTextView::showFoundRange(TextRange range)
     cursor.setPosition(static_cast<int>(range.end()), QTextCursor::KeepAnchor);
     setTextCursor(cursor);
     ensureCursorVisible();
+    flash(range);
+}
+
+namespace {
+
+constexpr int flashMilliseconds = 700;
+const QColor flashColour(255, 210, 40);
+constexpr std::array<std::pair<QPalette::ColorGroup, QPalette::ColorRole>, 4> selectionColours{{
+    {QPalette::Active, QPalette::Highlight},
+    {QPalette::Active, QPalette::HighlightedText},
+    {QPalette::Inactive, QPalette::Highlight},
+    {QPalette::Inactive, QPalette::HighlightedText},
+}};
+
+QColor mixed(const QColor& from, const QColor& to, double progress)
+{
+    const auto mix = [progress](float a, float b) { return a + (b - a) * float(progress); };
+    return QColor::fromRgbF(mix(from.redF(), to.redF()), mix(from.greenF(), to.greenF()),
+                            mix(from.blueF(), to.blueF()), mix(from.alphaF(), to.alphaF()));
+}
+
+} // namespace
+
+// The found range lights up and fades into the selection's own colour. The view's selection
+// paints over every extra selection, so while the flash runs it lends its colours to the
+// flash and paints nothing itself; when the flash ends it takes them back.
+void NoteTextView::flash(TextRange range)
+{
+    if (!findFlash) {
+        findFlash = new QVariantAnimation(this);
+        findFlash->setDuration(flashMilliseconds);
+        findFlash->setStartValue(0.0);
+        findFlash->setEndValue(1.0);
+        findFlash->setEasingCurve(QEasingCurve::InQuad);
+        connect(findFlash, &QVariantAnimation::valueChanged, this,
+                [this](const QVariant& progress) { paintFlash(progress.toDouble()); });
+        connect(findFlash, &QVariantAnimation::finished, this, &NoteTextView::endFlash);
+    }
+    flashed = QTextCursor(document());
+    flashed.setPosition(static_cast<int>(range.location));
+    flashed.setPosition(static_cast<int>(range.end()), QTextCursor::KeepAnchor);
+    if (!lentSelection) {
+        QPalette p = palette();
+        std::array<QBrush, 4> kept;
+        for (std::size_t i = 0; i < selectionColours.size(); ++i) {
+            const auto [group, role] = selectionColours[i];
+            kept[i] = p.brush(group, role);
+            p.setBrush(group, role,
+                       role == QPalette::Highlight ? QBrush(Qt::transparent)
+                                                   : p.brush(group, QPalette::Text));
+        }
+        lentSelection = kept;
+        setPalette(p);
+    }
+    findFlash->stop();
+    findFlash->start();
+    paintFlash(0);
+}
+
+void NoteTextView::paintFlash(double progress)
+{
+    if (!lentSelection)
+        return;
+    const std::size_t group = hasFocus() ? 0 : 2;
+    QTextEdit::ExtraSelection selection;
+    selection.cursor = flashed;
+    selection.format.setBackground(mixed(flashColour, (*lentSelection)[group].color(), progress));
+    selection.format.setForeground(
+        mixed(config.ink, (*lentSelection)[group + 1].color(), progress));
+    setSelectionLayer(u"find"_s, {selection});
+}
+
+void NoteTextView::endFlash()
+{
+    setSelectionLayer(u"find"_s, {});
+    if (!lentSelection)
+        return;
+    QPalette p = palette();
+    for (std::size_t i = 0; i < selectionColours.size(); ++i)
+        p.setBrush(selectionColours[i].first, selectionColours[i].second, (*lentSelection)[i]);
+    lentSelection.reset();
+    setPalette(p);
 }
 
 void NoteTextView::takeFocus()
@@ -271,7 +354,48 @@ void NoteTextView::placeCaretBehind(TextRange token)
     moveCaret(ImageCaret::positionBehind(*document(), token));
 }
 
+void NoteTextView::setSelectionLayer(const QString& name,
+                                     const QList<QTextEdit::ExtraSelection>& selections)
+{
+    if (selections.isEmpty()) {
+        if (selectionLayers.remove(name) == 0)
+            return;
+    } else {
+        selectionLayers.insert(name, selections);
+    }
+    QList<QTextEdit::ExtraSelection> merged;
+    for (const QList<QTextEdit::ExtraSelection>& layer : std::as_const(selectionLayers))
+        merged.append(layer);
+    setExtraSelections(merged);
+}
+
+QList<QTextEdit::ExtraSelection> NoteTextView::selectionLayer(const QString& name) const
+{
+    return selectionLayers.value(name);
+}
+
 // --- Keyboard ---------------------------------------------------------------------------------
+
+namespace {
+
+// Whether Qt's text control would type the key's text (QInputControl::isAcceptableInput, which
+// is private): Tab, a letter with Alt, a formatting character, not Ctrl with a letter.
+bool typesText(const QKeyEvent& event)
+{
+    const QString text = event.text();
+    if (text.isEmpty())
+        return false;
+    const QChar c = text.front();
+    if (c.category() == QChar::Other_Format)
+        return true;
+    const Qt::KeyboardModifiers mods = event.modifiers() & ~Qt::KeypadModifier;
+    if (mods == Qt::ControlModifier || mods == (Qt::ShiftModifier | Qt::ControlModifier))
+        return false;
+    return c.isPrint() || c.category() == QChar::Other_PrivateUse || c == u'\t'
+           || (c.isHighSurrogate() && text.size() > 1 && text.at(1).isLowSurrogate());
+}
+
+} // namespace
 
 void NoteTextView::keyPressEvent(QKeyEvent* event)
 {
@@ -282,24 +406,33 @@ void NoteTextView::keyPressEvent(QKeyEvent* event)
     const Qt::KeyboardModifiers mods = event->modifiers() & ~Qt::KeypadModifier;
     const bool plain = (mods & ~Qt::ShiftModifier) == Qt::NoModifier;
     const int key = event->key();
-    // Key matching asks the platform theme for its bindings: only arrows need it.
+    // Every arrow, by character or by word, selecting or not. Which way the caret went is read
+    // from where it lands, not from the key: in a right-to-left line Left goes forward.
     if (key == Qt::Key_Left || key == Qt::Key_Right || key == Qt::Key_Up || key == Qt::Key_Down) {
-        std::optional<ImageCaret::Edge> edge;
-        if (event->matches(QKeySequence::MoveToPreviousChar))
-            edge = ImageCaret::Edge::Leading;
-        else if (event->matches(QKeySequence::MoveToNextChar))
-            edge = ImageCaret::Edge::Trailing;
-        else if (event->matches(QKeySequence::MoveToPreviousLine)
-                 || event->matches(QKeySequence::MoveToNextLine))
-            edge = ImageCaret::Edge::Nearest;
+        const qsizetype from = textCursor().position();
         QTextEdit::keyPressEvent(event);
-        if (const auto position = edge ? ImageCaret::snapped(textCursor(), *edge) : std::nullopt)
-            moveCaret(*position);
+        const qsizetype to = textCursor().position();
+        const ImageCaret::Edge edge = key == Qt::Key_Up || key == Qt::Key_Down
+                                          ? ImageCaret::Edge::Nearest
+                                          : ImageCaret::edgeOfMove(from, to);
+        if (const auto position = ImageCaret::snapped(textCursor(), edge)) {
+            QTextCursor cursor = textCursor();
+            cursor.setPosition(cursor.anchor());
+            cursor.setPosition(static_cast<int>(*position), QTextCursor::KeepAnchor);
+            setTextCursor(cursor);
+        }
         return;
     }
     if ((key == Qt::Key_Backspace && plain)
         || (key == Qt::Key_Delete && event->matches(QKeySequence::Delete))) {
-        if (!revealTokenBeforeDelete(key == Qt::Key_Backspace))
+        if (!revealTokenBeforeDelete(key == Qt::Key_Backspace, ImageCaret::Unit::Character))
+            QTextEdit::keyPressEvent(event);
+        return;
+    }
+    if (event->matches(QKeySequence::DeleteStartOfWord)
+        || event->matches(QKeySequence::DeleteEndOfWord)) {
+        const bool backward = event->matches(QKeySequence::DeleteStartOfWord);
+        if (!revealTokenBeforeDelete(backward, ImageCaret::Unit::Word))
             QTextEdit::keyPressEvent(event);
         return;
     }
@@ -313,7 +446,7 @@ void NoteTextView::keyPressEvent(QKeyEvent* event)
         QTextEdit::keyPressEvent(&unshifted);
         return;
     }
-    if (!event->text().isEmpty() && event->text().front().isPrint() && plain)
+    if (typesText(*event))
         cancelImageRevealIfSelected();
     QTextEdit::keyPressEvent(event);
 }
@@ -321,7 +454,13 @@ void NoteTextView::keyPressEvent(QKeyEvent* event)
 void NoteTextView::inputMethodEvent(QInputMethodEvent* event)
 {
     const bool wasComposing = hasMarkedText();
-    if (!event->commitString().isEmpty())
+    // Qt's control removes the selection before it takes a pre-edit, a commit or a
+    // replacement: a picture shown for deletion would go with the first syllable.
+    const QTextBlock block = textCursor().block();
+    const QString preedit =
+        block.isValid() && block.layout() ? block.layout()->preeditAreaText() : QString();
+    if (!event->commitString().isEmpty() || event->preeditString() != preedit
+        || event->replacementLength() > 0)
         cancelImageRevealIfSelected();
     QTextEdit::inputMethodEvent(event);
     const bool composing = hasMarkedText();
@@ -332,9 +471,10 @@ void NoteTextView::inputMethodEvent(QInputMethodEvent* event)
 
 // A hidden picture never goes with one unseen keystroke: the first Backspace or Delete
 // selects its token and shows its text, the second removes it.
-bool NoteTextView::revealTokenBeforeDelete(bool backward)
+bool NoteTextView::revealTokenBeforeDelete(bool backward, ImageCaret::Unit unit)
 {
-    const std::optional<TextRange> token = coordinator.revealBeforeDelete(textCursor(), backward);
+    const std::optional<TextRange> token =
+        coordinator.revealBeforeDelete(textCursor(), backward, unit);
     if (!token)
         return false;
     QTextCursor selection = textCursor();

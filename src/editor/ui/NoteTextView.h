@@ -9,15 +9,18 @@
 
 #include <QColor>
 #include <QFont>
+#include <QMap>
 #include <QPointer>
 #include <QTextEdit>
 
+#include <array>
 #include <functional>
 #include <optional>
 
 class Desktop;
 class ImageStore;
 class NoteImageOverlays;
+class QVariantAnimation;
 
 // The live editing surface every note surface shares: a thin widget over the editor's
 // decisions. It forwards its events to its EditorCoordinator and runs the styling pass each
@@ -76,6 +79,13 @@ public:
     // Puts the caret behind a token: at its end, or past the line break that follows it.
     void placeCaretBehind(TextRange token);
 
+    // The view's extra selections are shared by several painters (the find flash, spelling
+    // underlines): each keeps its own named layer, and the view shows all of them merged, in
+    // the order of their names. An empty list removes the layer. Nobody else may call
+    // setExtraSelections: it would wipe the other layers.
+    void setSelectionLayer(const QString& name, const QList<QTextEdit::ExtraSelection>& selections);
+    QList<QTextEdit::ExtraSelection> selectionLayer(const QString& name) const;
+
     // EditorTextTarget
     QObject* targetObject() override { return this; }
     QTextDocument* textDocument() override { return document(); }
@@ -114,7 +124,10 @@ private:
     void carryOut(const EditorCoordinator::Answer& answer);
     void configure();
     void moveCaret(qsizetype position);
-    bool revealTokenBeforeDelete(bool backward);
+    bool revealTokenBeforeDelete(bool backward, ImageCaret::Unit unit);
+    void flash(TextRange range);
+    void paintFlash(double progress);
+    void endFlash();
     bool cancelImageRevealIfSelected();
     bool continueTaskList();
     bool toggleBox(const QPoint& viewportPoint);
@@ -129,6 +142,12 @@ private:
     NoteImageOverlays* overlays = nullptr;
     EditorCoordinator coordinator;
     EditorStyleCache styleCache;
+    QMap<QString, QList<QTextEdit::ExtraSelection>> selectionLayers;
+    // The find flash: the found range, and the selection's own colours, lent to the flash
+    // while it runs (Active and Inactive, Highlight and HighlightedText).
+    QVariantAnimation* findFlash = nullptr;
+    QTextCursor flashed;
+    std::optional<std::array<QBrush, 4>> lentSelection;
     // The text as last read; empty optional once the document changes.
     mutable std::optional<QString> cachedText;
 };
