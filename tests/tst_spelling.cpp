@@ -152,7 +152,8 @@ private Q_SLOTS:
         QTest::newRow("kana and hangul are never checked")
             << u"カタカナ ひらがな 한국어"_s << false << QStringList{};
         QTest::newRow("numbers, names from code, file names and acronyms are no words")
-            << u"call foo_bar at 10am on main.cpp in /usr/lib/x via NASA and/or e.g. bobb"_s
+            << u"call foo_bar at 10am on main.cpp in /usr/lib/x C:\\Userz via std::vectr NASA "
+               u"and/or e.g. bobb"_s
             << false << QStringList{u"call"_s, u"at"_s,  u"on"_s, u"in"_s,
                                     u"via"_s,  u"and"_s, u"or"_s, u"bobb"_s};
         QTest::newRow("a word with an apostrophe stays whole")

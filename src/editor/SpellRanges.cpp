@@ -1,9 +1,5 @@
 #include "editor/SpellRanges.h"
 
-#include <QRegularExpression>
-
-using namespace Qt::Literals::StringLiterals;
-
 namespace SpellRanges {
 namespace {
 
@@ -19,17 +15,6 @@ char16_t fenceOf(QStringView line)
     if (rest.startsWith(u"~~~"))
         return u'~';
     return 0;
-}
-
-// Addresses written out in prose: a scheme with slashes ("https://", "file:///"), "www.",
-// "mailto:", and mail addresses. Up to the next blank or bracket that ends an address.
-const QRegularExpression& addresses()
-{
-    static const QRegularExpression re(
-        uR"((?:\b[A-Za-z][A-Za-z0-9+.\-]*://|\bwww\.|\bmailto:)[^\s<>"'()\[\]]+)"
-        uR"(|[\w.+\-]+@[\w\-]+(?:\.[\w\-]+)+)"_s,
-        QRegularExpression::UseUnicodePropertiesOption);
-    return re;
 }
 
 void blank(QString& text, qsizetype from, qsizetype count)
@@ -76,10 +61,6 @@ QString prose(const QString& line, const QList<MarkdownRuns::Run>& runs, bool in
         const bool hidden = run.attributes.flags & MarkdownRuns::Hidden;
         if ((code || hidden) && run.start + run.length <= text.size())
             blank(text, run.start, run.length);
-    }
-    for (auto it = addresses().globalMatch(text); it.hasNext();) {
-        const QRegularExpressionMatch m = it.next();
-        blank(text, m.capturedStart(), m.capturedLength());
     }
     return text;
 }

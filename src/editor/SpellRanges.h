@@ -7,9 +7,10 @@
 #include <QStringView>
 
 // What of a note's line is prose for the spell checker: pure over the text. Code (spans and
-// fenced blocks), link addresses, bare URLs and mail addresses, image tokens and the
-// Markdown markers are not: they are written for machines, and a dictionary would mark
-// most of them.
+// fenced blocks), link addresses, image tokens and the Markdown markers are not: they are
+// written for machines, and a dictionary would mark most of them. Bare URLs, mail addresses
+// and paths in prose are left to the checker's own word rules (SpellChecker::words), which
+// never look inside them.
 namespace SpellRanges {
 
 // Whether the line opens or closes a fenced code block: up to three blanks, then ``` or ~~~.

@@ -27,11 +27,13 @@ public:
     virtual bool available() = 0;
 
     // The misspelled words of line, in text order. A word is what the Unicode word rules
-    // join and holds a letter. Never marked: words with a digit, an underscore or a dot
-    // (numbers, names from code, file and host names), words of capitals only (acronyms),
-    // and words with a CJK character, which no installed dictionary segments or knows.
-    // Nothing when the checker is not available. Blanks in the line stay word breaks, so a
-    // caller hides what is not prose by blanking it, and the offsets still hold.
+    // join and holds a letter. Never marked: words with a digit, words of capitals only
+    // (acronyms), words with a CJK character (no installed dictionary segments or knows
+    // them), and every word of a stretch between blanks that is written for a machine: an
+    // address ("https://x.org/a", "bob@x.org"), a path, a file or host name ("main.cpp"), a
+    // name from code ("foo_bar", "std::map"). Nothing when the checker is not available.
+    // Blanks stay word breaks, so a caller hides what is not prose by blanking it, and the
+    // offsets still hold.
     QList<Range> misspelled(QStringView line);
 
     // The words of line that misspelled looks up, by the rules above.
