@@ -135,10 +135,12 @@ private Q_SLOTS:
         QTest::newRow("an address without a scheme is skipped")
             << u"visit www.exmaple.org/pagez today"_s << false
             << QStringList{u"visit"_s, u"today"_s};
-        QTest::newRow("a mail address is skipped")
-            << u"mail bobb@exmaple.com soon"_s << false << QStringList{u"mail"_s, u"soon"_s};
-        QTest::newRow("an image token is skipped whole")
-            << u"![image](pondrift-img://ABCD-12) caption"_s << false << QStringList{u"caption"_s};
+        QTest::newRow("mail addresses and mentions are skipped")
+            << u"mail bobb@exmaple.com or bobb@localhost or @annz soon"_s << false
+            << QStringList{u"mail"_s, u"or"_s, u"or"_s, u"soon"_s};
+        QTest::newRow("an image token is skipped whole, a word against it is not")
+            << u"photo:![image](pondrift-img://ABCD-12) caption"_s << false
+            << QStringList{u"photo"_s, u"caption"_s};
         QTest::newRow("markers are not part of the words they wrap")
             << u"# Heding and **bolld** and *itallic* and ~~strukk~~"_s << false
             << QStringList{u"Heding"_s,  u"and"_s, u"bolld"_s, u"and"_s,
@@ -239,6 +241,17 @@ private Q_SLOTS:
         note->clock.advance(NoteSpellCheck::settleSeconds);
         QCOMPARE(checker.asked, (QStringList{u"twxo"_s, u"two"_s}));
         QCOMPARE(note->underlined(), u"twxo"_s);
+    }
+
+    void everyLineOfAPasteIsChecked()
+    {
+        WordListSpellChecker checker({u"first"_s, u"last"_s, u"line"_s});
+        auto note = open(u"first line"_s, checker);
+        QVERIFY(note);
+        note->clock.advance(0);
+        note->edit(5, 5, u"\nwrongg line\nmoar line\nlast"_s);
+        note->clock.advance(NoteSpellCheck::settleSeconds);
+        QCOMPARE(note->underlined(), u"wrongg | moar"_s);
     }
 
     void aFenceTypedAboveTakesTheLinesBelowOutOfChecking()
