@@ -59,7 +59,7 @@ NoteSpellCheck::NoteSpellCheck(QTextEdit& view, SpellChecker& checker, Scheduler
     const qsizetype end = document.characterCount() - 1;
     markDirty(firstShown, lastShown);
     if (firstShown > 0)
-        markDirty(0, firstShown - 2);
+        markDirty(0, firstShown - 1);
     if (lastShown < end)
         markDirty(lastShown + 1, end);
     schedule(0);
