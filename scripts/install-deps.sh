@@ -7,7 +7,7 @@ packages=(
   build-essential cmake pkg-config clang-format
   qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-l10n-tools
   qt6-qpa-plugins qt6-translations-l10n libgl-dev
-  libsqlite3-dev libssl-dev
+  libsqlite3-dev libssl-dev libhunspell-dev hunspell-en-us
   libxcb1-dev libxcb-xkb-dev libxcb-xfixes0-dev libxcb-shape0-dev libxkbcommon-dev libxkbcommon-x11-dev libfontconfig-dev
   libbenchmark-dev
   xvfb xauth x11-xkb-utils openbox xfwm4 dbus-daemon picom xdotool

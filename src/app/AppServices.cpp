@@ -17,6 +17,7 @@
 #include "platform/LoginItem.h"
 #include "platform/Pointer.h"
 #include "platform/Scheduler.h"
+#include "platform/SpellChecker.h"
 #include "platform/WindowHints.h"
 #include "settings/Settings.h"
 #include "sync/CloudFolder.h"

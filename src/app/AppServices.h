@@ -26,6 +26,7 @@ class LoginItem;
 class MassDeletePrompt;
 class Pointer;
 class Scheduler;
+class SpellChecker;
 class Store;
 class WindowHints;
 
@@ -76,6 +77,9 @@ public:
         std::unique_ptr<WindowHints> windowHints;
         // Whether translucent windows show through, and when that changes.
         std::unique_ptr<Compositor> compositor;
+        // Marks misspelled words in the editor; one that is not available leaves spelling
+        // off. Absent: also off.
+        std::unique_ptr<SpellChecker> spellChecker;
         // The window of a deck, from what it is made with. Absent where the program has no
         // deck window to show; then no deck is made.
         std::function<std::unique_ptr<DeckWindow>(const DeckWindowParts&)> makeDeckWindow;
@@ -116,6 +120,8 @@ public:
     Displays& displays() { return *backends.displays; }
     WindowHints& windowHints() { return *backends.windowHints; }
     Compositor& compositor() { return *backends.compositor; }
+    // Absent when the backends gave none.
+    SpellChecker* spellChecker() { return backends.spellChecker.get(); }
     const std::function<QuitChoice(const UnsavedWork&)>& askAfterFailedSave() const
     {
         return backends.askAfterFailedSave;

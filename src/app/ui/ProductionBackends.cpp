@@ -2,8 +2,10 @@
 
 #include "app/ui/UnsavedQuitDialog.h"
 #include "deck/ui/DeckPanel.h"
+#include "l10n/L10n.h"
 #include "notes/ui/StorageErrorDialog.h"
 #include "platform/fallback/FixedCompositor.h"
+#include "platform/fallback/NoSpellChecker.h"
 #include "platform/fallback/NoWindowHints.h"
 #include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QSettingsDefaults.h"
@@ -17,6 +19,7 @@
 #include "platform/x11/X11WindowHints.h"
 #include "platform/x11/XkbKeyboardLayout.h"
 #include "platform/xdg/FontconfigFonts.h"
+#include "platform/xdg/HunspellSpellChecker.h"
 #include "platform/xdg/XdgLoginItem.h"
 #include "sync/ui/MassDeleteDialog.h"
 
@@ -49,6 +52,17 @@ AppServices::Backends makeProductionBackends()
         backends.compositor = std::move(x11);
     else
         backends.compositor = std::make_unique<FixedCompositor>();
+    // English always, and the interface language's dictionary where one is installed;
+    // asked at the first check, once the interface language is known.
+    if (HunspellSpellChecker::anyInstalled())
+        backends.spellChecker = std::make_unique<HunspellSpellChecker>([] {
+            QStringList names{QStringLiteral("en_US")};
+            if (L10n::language() == AppLanguage::SimplifiedChinese)
+                names.append(QStringLiteral("zh_CN"));
+            return names;
+        });
+    else
+        backends.spellChecker = std::make_unique<NoSpellChecker>();
     backends.makeDeckWindow =
         [](const AppServices::DeckWindowParts& parts) -> std::unique_ptr<DeckWindow> {
         return std::make_unique<DeckPanel>(
