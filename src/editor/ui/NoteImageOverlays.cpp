@@ -87,10 +87,8 @@ NoteImageMetrics::DisplaySize NoteImageOverlays::sizeFor(const ImageToken& token
     if (auto it = dragSizes.constFind(slotKey(token.range.location, token.id));
         it != dragSizes.cend())
         return *it;
-    std::optional<QSize> pixels;
-    if (const std::optional<QImage> image = view->imageStore().image(token.id))
-        pixels = image->size();
-    return NoteImageMetrics::displaySize(pixels, token.width, containerWidth());
+    return NoteImageMetrics::displaySize(view->imageStore().pixelSize(token.id), token.width,
+                                         containerWidth());
 }
 
 double NoteImageOverlays::reservedLineHeight(const ImageToken& token) const
@@ -221,9 +219,13 @@ void NoteImageOverlays::place()
     for (auto it = next.cbegin(); it != next.cend(); ++it) {
         NoteImageOverlayWidget*& overlay = overlays[it.key()];
         if (!overlay) {
-            const QImage picture =
-                it->hasFile ? view->imageStore().image(it->id).value_or(QImage()) : QImage();
-            overlay = new NoteImageOverlayWidget(view->viewport(), it->id, picture);
+            NoteImageOverlayWidget::Source source;
+            if (it->hasFile) {
+                source = [&store = view->imageStore(), id = it->id](QSize devicePixels) {
+                    return store.displayImage(id, devicePixels);
+                };
+            }
+            overlay = new NoteImageOverlayWidget(view->viewport(), it->id, std::move(source));
             const QString key = it.key();
             overlay->onSelect = [this, key] { select(key); };
             overlay->handle()->onDrag = [this, key](QPointF point, bool last) {
