@@ -73,9 +73,10 @@ private:
     QString folder;
     Files& files;
     QHash<QString, QSize> pixelSizes;
-    // Remembered so a broken file is not decoded again on every paint, until it is deleted.
+    // Remembered so that a broken file is not decoded again (and warned about) on every
+    // paint, until it is deleted.
     QSet<QString> undecodable;
-    // In KiB of decoded pixels. Twenty photos at the width of a wide note on a display of
-    // scale 2 take about 60 MiB; Qt's cache has no eviction under memory pressure of its own.
+    // In KiB of decoded pixels. Twenty photos at the width of a note on a display of scale 2
+    // take about 53 MiB; Qt's cache has no eviction under memory pressure of its own.
     QCache<QString, QImage> cache{128 * 1024};
 };
