@@ -6,8 +6,19 @@
 //   KeystrokeBase/N  the same key event into a bare QTextEdit with the same text
 //   CaretMove/N      a caret move to another line (two lines restyled) and its base
 //   CaretJump/N      a caret move between the middle and the top (two lines far apart)
-//   FullPass         a whole-note pass over the 1 MiB note, against the bare view's own
-//                    setPlainText of that note
+//   FullPass         opening the 1 MiB note: a shown view made, laid out whole and its
+//                    first screen painted, against a bare QTextEdit doing the same
+//   PhotoKeystroke/P a keystroke in a 200-line note with P photos of 12 megapixels shown at
+//                    the note's width, after their first display: the key, the placements
+//                    and layout that follow it, and the paint
+//   PhotoKeystrokeBase/P  the same keystroke in the same note without its photos
+//   PhotoOpen/P      opening that note with a store that has decoded nothing yet: made,
+//                    shown, laid out, first screen painted
+//   PhotoOpenBase/P  opening the same note without its photos
+//   PhotoMemory/P    every photo of the note scrolled into view once: the decoded images
+//                    the store holds (cache_MB), the process's growth (rss_MB), and what
+//                    the photos take decoded whole (whole_MB); QT_SCALE_FACTOR=2 gives the
+//                    figure for a display of scale 2
 // N is the note's length in lines; 20,000 lines is about 1 MiB of text. Keystroke figures
 // carry p50/p99 counters in microseconds.
 //
@@ -22,9 +33,15 @@
 
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
+#include <QBuffer>
 #include <QDir>
+#include <QFile>
 #include <QKeyEvent>
+#include <QLinearGradient>
+#include <QPainter>
 #include <QRegularExpression>
+#include <QScrollBar>
+#include <QTemporaryDir>
 #include <QTextBlock>
 #include <QTextEdit>
 
@@ -33,6 +50,7 @@
 #include <chrono>
 #include <map>
 #include <memory>
+#include <unistd.h>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -337,13 +355,17 @@ void CaretMoveBase(benchmark::State& state)
     caretMoves(state, bareView(static_cast<int>(state.range(0))));
 }
 
+// A view that is never shown gets no resize event, so its document has no width and Qt
+// lays nothing out: both sides are shown, laid out whole, and their first screen painted.
 void FullPass(benchmark::State& state)
 {
     const QString text = note(20000);
     for (auto _ : state) {
         NoteTextView view(text, configuration(), nullptr, desktop(), images());
         view.resize(520, 700);
+        view.show();
         layOutAll(view);
+        benchmark::DoNotOptimize(view.grab());
     }
 }
 
@@ -356,8 +378,157 @@ void FullPassBase(benchmark::State& state)
         view.setFont(body(14));
         view.resize(520, 700);
         view.setPlainText(text);
+        view.show();
         layOutAll(view);
+        benchmark::DoNotOptimize(view.grab());
     }
+}
+
+// Photos as a phone leaves them, made once a run: 12 megapixels, noise-free gradients (each
+// a little different), stored as JPEG files in a folder of their own.
+struct Photos {
+    static constexpr int count = 20;
+    static constexpr QSize pixels{4000, 3000};
+
+    Photos()
+    {
+        QtFiles files;
+        ImageStore store(folder.path(), files);
+        for (int i = 0; i < count; ++i) {
+            QImage image(pixels, QImage::Format_RGB32);
+            QPainter painter(&image);
+            QLinearGradient gradient(0, 0, pixels.width(), pixels.height());
+            gradient.setColorAt(0, QColor::fromHsv(i * 17 % 360, 160, 230));
+            gradient.setColorAt(1, QColor::fromHsv((i * 17 + 140) % 360, 200, 90));
+            painter.fillRect(image.rect(), gradient);
+            painter.end();
+            QByteArray jpeg;
+            QBuffer buffer(&jpeg);
+            buffer.open(QIODevice::WriteOnly);
+            image.save(&buffer, "JPEG", 90);
+            ids.append(*store.save(jpeg, u"jpg"_s));
+        }
+    }
+
+    // 200 lines of the usual prose, a photo (wider than the note, so shown at its width)
+    // after every 200 / count lines; without pictures the same prose alone.
+    QString note(int photos, bool withPictures) const
+    {
+        const QStringList lines = ::note(200).split(u'\n');
+        QStringList out;
+        int shown = 0;
+        for (int i = 0; i < lines.size(); ++i) {
+            out.append(lines[i]);
+            if (withPictures && i % (200 / photos) == 200 / photos / 2)
+                out.append(ImageTokens::token(ids[shown++ % count], 2000));
+        }
+        return out.join(u'\n');
+    }
+
+    QTemporaryDir folder;
+    QStringList ids;
+};
+
+Photos& photos()
+{
+    static Photos p;
+    return p;
+}
+
+struct PhotoStore {
+    QtFiles files;
+    ImageStore store{photos().folder.path(), files};
+};
+
+double residentMiB()
+{
+    QFile statm(u"/proc/self/statm"_s);
+    if (!statm.open(QIODevice::ReadOnly))
+        return 0;
+    const QList<QByteArray> fields = statm.readAll().split(' ');
+    return fields.size() > 1 ? fields[1].toDouble() * double(sysconf(_SC_PAGESIZE)) / (1 << 20) : 0;
+}
+
+std::unique_ptr<NoteTextView> openPhotoNote(ImageStore& store, int count, bool withPictures)
+{
+    auto view = std::make_unique<NoteTextView>(photos().note(count, withPictures), configuration(),
+                                               nullptr, desktop(), store);
+    view->resize(520, 700);
+    view->show();
+    layOutAll(*view);
+    benchmark::DoNotOptimize(view->grab());
+    return view;
+}
+
+// A key, then what the event loop does with it (the placements that follow a layout change
+// and the paint), both sides alike.
+void photoKeystrokes(benchmark::State& state, bool withPictures)
+{
+    PhotoStore photoStore;
+    const auto view =
+        openPhotoNote(photoStore.store, static_cast<int>(state.range(0)), withPictures);
+    const int position = midPosition(*view);
+    placeCaret(*view, position);
+    QApplication::processEvents();
+    benchmark::DoNotOptimize(view->grab()); // the photos about the caret, shown once
+    int decodes = 0;
+    photoStore.store.onDecode = [&](const QString&, QSize) { ++decodes; };
+    std::vector<double> micros;
+    bool typing = true;
+    for (auto _ : state) {
+        const auto start = std::chrono::steady_clock::now();
+        if (typing)
+            sendKey(*view, Qt::Key_A, u"a"_s);
+        else
+            sendKey(*view, Qt::Key_Backspace, QString());
+        view->document()->documentLayout()->blockBoundingRect(view->textCursor().block());
+        QApplication::processEvents();
+        QApplication::processEvents();
+        const auto stop = std::chrono::steady_clock::now();
+        micros.push_back(std::chrono::duration<double, std::micro>(stop - start).count());
+        typing = !typing;
+    }
+    if (!typing)
+        sendKey(*view, Qt::Key_Backspace, QString());
+    reportPercentiles(state, micros);
+    state.counters["decodes"] = decodes;
+    state.counters["cache_MB"] = double(photoStore.store.displayCacheBytes()) / (1 << 20);
+}
+
+void PhotoKeystroke(benchmark::State& state) { photoKeystrokes(state, true); }
+void PhotoKeystrokeBase(benchmark::State& state) { photoKeystrokes(state, false); }
+
+void photoOpens(benchmark::State& state, bool withPictures)
+{
+    photos();
+    for (auto _ : state) {
+        PhotoStore photoStore; // nothing decoded yet, as after a launch
+        openPhotoNote(photoStore.store, static_cast<int>(state.range(0)), withPictures);
+    }
+}
+
+void PhotoOpen(benchmark::State& state) { photoOpens(state, true); }
+void PhotoOpenBase(benchmark::State& state) { photoOpens(state, false); }
+
+void PhotoMemory(benchmark::State& state)
+{
+    const int count = static_cast<int>(state.range(0));
+    photos();
+    for (auto _ : state) {
+        const double before = residentMiB();
+        PhotoStore photoStore;
+        const auto view = openPhotoNote(photoStore.store, count, true);
+        QScrollBar* bar = view->verticalScrollBar();
+        for (int y = 0; y <= bar->maximum(); y += view->viewport()->height() / 2) {
+            bar->setValue(y);
+            benchmark::DoNotOptimize(view->grab());
+        }
+        state.counters["cache_MB"] = double(photoStore.store.displayCacheBytes()) / (1 << 20);
+        state.counters["rss_MB"] = residentMiB() - before;
+        state.counters["dpr"] = view->devicePixelRatioF();
+    }
+    state.counters["whole_MB"] =
+        double(count) * Photos::pixels.width() * Photos::pixels.height() * 4 / (1 << 20);
 }
 
 } // namespace
@@ -372,6 +543,11 @@ BENCHMARK(CaretJump)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosec
 BENCHMARK(CaretMoveBase)->Arg(100)->Arg(2000)->Arg(20000)->Unit(benchmark::kMicrosecond);
 BENCHMARK(FullPass)->Unit(benchmark::kMillisecond)->Iterations(3);
 BENCHMARK(FullPassBase)->Unit(benchmark::kMillisecond)->Iterations(3);
+BENCHMARK(PhotoKeystroke)->Arg(6)->Arg(20)->Unit(benchmark::kMicrosecond);
+BENCHMARK(PhotoKeystrokeBase)->Arg(6)->Arg(20)->Unit(benchmark::kMicrosecond);
+BENCHMARK(PhotoOpen)->Arg(6)->Arg(20)->Unit(benchmark::kMillisecond);
+BENCHMARK(PhotoOpenBase)->Arg(6)->Arg(20)->Unit(benchmark::kMillisecond);
+BENCHMARK(PhotoMemory)->Arg(20)->Unit(benchmark::kMillisecond)->Iterations(1);
 
 int main(int argc, char** argv)
 {

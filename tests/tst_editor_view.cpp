@@ -15,6 +15,7 @@
 #include <QAbstractAnimation>
 #include <QAbstractTextDocumentLayout>
 #include <QApplication>
+#include <QBuffer>
 #include <QInputMethodEvent>
 #include <QMimeData>
 #include <QSignalSpy>
@@ -109,6 +110,30 @@ class EditorViewTest : public QObject {
         image.fill(QColor(40, 120, 200));
         return images.save(image).value_or(QString());
     }
+
+    // A photo as a camera leaves it: a JPEG file of that many pixels, one colour.
+    QString makePhoto(QSize size, QColor colour = QColor(40, 120, 200))
+    {
+        QImage image(size, QImage::Format_RGB32);
+        image.fill(colour);
+        QByteArray jpeg;
+        QBuffer buffer(&jpeg);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "JPEG");
+        return images.save(jpeg, u"jpg"_s).value_or(QString());
+    }
+
+    // Every decode the store makes while it lives, with its size.
+    struct Decodes {
+        explicit Decodes(ImageStore& store)
+            : store(store)
+        {
+            store.onDecode = [this](const QString& id, QSize size) { list.append({id, size}); };
+        }
+        ~Decodes() { store.onDecode = nullptr; }
+        ImageStore& store;
+        QList<std::pair<QString, QSize>> list;
+    };
 
     std::unique_ptr<NoteTextView> makeView(const QString& text, bool markdown = true)
     {
@@ -687,6 +712,104 @@ private Q_SLOTS:
         QCOMPARE(view->text(), u"top\n"_s + ImageTokens::token(id, 110) + u"\nbottom"_s);
         QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
         QCOMPARE(view->text(), text);
+    }
+
+    // A note of several 12-megapixel photos: showing them decodes each once at the size it is
+    // painted, and typing or moving about the note decodes nothing again and keeps their
+    // widgets.
+    void typingInANoteWithPhotosDecodesNoPhotoAgain_data()
+    {
+        QTest::addColumn<QList<int>>("keys");
+        QTest::newRow("typing a letter") << QList<int>{Qt::Key_A};
+        QTest::newRow("Backspace") << QList<int>{Qt::Key_Backspace};
+        QTest::newRow("Return above the photos moves them down") << QList<int>{Qt::Key_Return};
+        QTest::newRow("caret moves past the photos' lines")
+            << QList<int>{Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Up};
+    }
+    void typingInANoteWithPhotosDecodesNoPhotoAgain()
+    {
+        QFETCH(QList<int>, keys);
+        QString text = u"# Trip"_s;
+        for (int i = 0; i < 4; ++i)
+            text += u"\nday "_s + QString::number(i) + u"\n"_s
+                    + ImageTokens::token(makePhoto({4000, 3000}), 100);
+        Decodes decodes(images);
+        auto view = makeView(text);
+        QVERIFY(view);
+        view->grab(); // the first display
+        const QList<NoteImageOverlayWidget*> photos = view->imageOverlays()->widgets();
+        QCOMPARE(photos.size(), 4);
+        QCOMPARE(decodes.list.size(), 4);
+        for (const auto& [id, size] : std::as_const(decodes.list))
+            QVERIFY2(size.width() <= 128,
+                     "a photo is decoded at the width it shows, in steps of 64");
+
+        decodes.list.clear();
+        placeCaret(*view, 3);
+        for (int key : keys)
+            QTest::keyClick(view.get(), Qt::Key(key));
+        QTest::qWait(1); // the placements that follow a layout change
+        view->grab();
+        QVERIFY2(decodes.list.isEmpty(), "a keystroke decodes no photo");
+        QVERIFY2(view->imageOverlays()->widgets() == photos,
+                 "the photos' widgets are kept and moved, not made again");
+    }
+
+    void overlaysOfOnePictureShareOneDecodedImage()
+    {
+        const QString id = makePhoto({4000, 3000});
+        Decodes decodes(images);
+        const qint64 cached = images.displayCacheBytes();
+        auto view = makeView(ImageTokens::token(id) + u"\ntext\n"_s + ImageTokens::token(id));
+        QVERIFY(view);
+        view->grab();
+        QCOMPARE(view->imageOverlays()->widgets().size(), 2);
+        QCOMPARE(decodes.list.size(), 1);
+        QCOMPARE(images.displayCacheBytes() - cached,
+                 QImage(decodes.list[0].second, QImage::Format_RGB32).sizeInBytes());
+        images.deleteImages({id});
+    }
+
+    // A photo above Qt's default decode limit shows; a broken one shows the placeholder. Either
+    // way its file stays as it came.
+    void photosAbove33MegapixelsShowAndNoFileChanges_data()
+    {
+        QTest::addColumn<QSize>("pixels");
+        QTest::addColumn<bool>("broken");
+        QTest::newRow("a 40-megapixel photo shows, not as missing") << QSize(7300, 5500) << false;
+        QTest::newRow("a photo with broken data shows the placeholder") << QSize(400, 300) << true;
+    }
+    void photosAbove33MegapixelsShowAndNoFileChanges()
+    {
+        QFETCH(QSize, pixels);
+        QFETCH(bool, broken);
+        const QColor colour(40, 120, 200);
+        QString id = makePhoto(pixels, colour);
+        if (broken) { // a PNG whose pixel data has been overwritten behind a good header
+            QImage image(pixels, QImage::Format_RGB32);
+            image.fill(colour);
+            QByteArray png;
+            QBuffer buffer(&png);
+            buffer.open(QIODevice::WriteOnly);
+            image.save(&buffer, "PNG");
+            png.replace(png.indexOf("IDAT") + 4, 16, QByteArray(16, '\x5A'));
+            id = *images.save(png, u"png"_s);
+        }
+        const QString path = *images.filePath(id);
+        const QByteArray before = TestFiles::read(path);
+        auto view = makeView(u"photo\n"_s + ImageTokens::token(id));
+        QVERIFY(view);
+        const QList<NoteImageOverlayWidget*> photos = view->imageOverlays()->widgets();
+        QCOMPARE(photos.size(), 1);
+        QVERIFY(photos[0]->hasFile());
+        QCOMPARE(photos[0]->width(), 320);
+        const QColor shown = photos[0]->grab().toImage().pixelColor(160, 120);
+        const bool isPhoto = qAbs(shown.red() - colour.red()) + qAbs(shown.green() - colour.green())
+                                 + qAbs(shown.blue() - colour.blue())
+                             < 12;
+        QCOMPARE(isPhoto, !broken);
+        QCOMPARE(TestFiles::read(path), before);
+        images.deleteImages({id});
     }
 };
 

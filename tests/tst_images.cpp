@@ -4,10 +4,12 @@
 #include "support/TestFiles.h"
 
 #include <QBuffer>
+#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QImage>
 #include <QMimeData>
+#include <QPainter>
 #include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QStandardPaths>
@@ -28,6 +30,62 @@ QByteArray pngBytes(int width = 4, int height = 3)
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "PNG");
     return bytes;
+}
+
+QByteArray encoded(const QImage& image, const char* format)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, format);
+    return bytes;
+}
+
+// A JPEG as a phone writes it when held sideways: the pixels as the sensor saw them, and an
+// EXIF orientation (6: turn a quarter clockwise to show) in a segment after the start marker.
+QByteArray turnedByExif(const QByteArray& jpeg)
+{
+    const QByteArray tiff = QByteArray("MM\0*\0\0\0\x08"
+                                       "\0\x01"
+                                       "\x01\x12\0\x03\0\0\0\x01"
+                                       "\0\x06\0\0"
+                                       "\0\0\0\0",
+                                       26);
+    const QByteArray exif = QByteArray("Exif\0\0", 6) + tiff;
+    QByteArray segment("\xFF\xE1", 2);
+    segment.append(char((exif.size() + 2) >> 8)).append(char((exif.size() + 2) & 0xFF));
+    return jpeg.left(2) + segment + exif + jpeg.mid(2);
+}
+
+// An uncompressed 24-bit BMP of one colour, written row by row: Qt cannot decode BMP scaled,
+// so it needs the whole picture in memory first.
+bool writeBmp(const QString& path, QSize size)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    const qint64 stride = (size.width() * 3 + 3) / 4 * 4;
+    QByteArray header(54, 0);
+    const auto put = [&](int at, quint32 value, int bytes) {
+        for (int i = 0; i < bytes; ++i)
+            header[at + i] = char((value >> (8 * i)) & 0xFF);
+    };
+    header[0] = 'B';
+    header[1] = 'M';
+    put(2, quint32(54 + stride * size.height()), 4);
+    put(10, 54, 4);
+    put(14, 40, 4);
+    put(18, quint32(size.width()), 4);
+    put(22, quint32(size.height()), 4);
+    put(26, 1, 2);
+    put(28, 24, 2);
+    file.write(header);
+    QByteArray row(stride, 0);
+    for (int x = 0; x < size.width(); ++x)
+        row[3 * x] = char(200); // blue, in BGR order
+    for (int y = 0; y < size.height(); ++y)
+        file.write(row);
+    return file.error() == QFileDevice::NoError;
 }
 
 // The token syntax as a regular expression: the hand-written matcher must agree with it.
@@ -233,15 +291,86 @@ private Q_SLOTS:
 
     void aMissIsNotCached()
     {
-        QVERIFY(!store->image(u"LATE"_s));
+        QVERIFY(!store->pixelSize(u"LATE"_s));
+        QVERIFY(store->displayImage(u"LATE"_s, QSize(5, 6)).isNull());
         // The file arrives afterwards, as sync would bring it.
         QDir().mkpath(folder);
         TestFiles::write(folder + u"/LATE.png"_s, pngBytes(5, 6));
-        const std::optional<QImage> image = store->image(u"LATE"_s);
-        QVERIFY(image);
-        QCOMPARE(image->size(), QSize(5, 6));
+        QCOMPARE(store->pixelSize(u"LATE"_s), QSize(5, 6));
+        QCOMPARE(store->displayImage(u"LATE"_s, QSize(5, 6)).size(), QSize(5, 6));
         store->deleteImages({u"LATE"_s});
-        QVERIFY2(!store->image(u"LATE"_s), "a deleted image leaves the cache too");
+        QVERIFY2(!store->pixelSize(u"LATE"_s), "a deleted image leaves the caches too");
+        QVERIFY(store->displayImage(u"LATE"_s, QSize(5, 6)).isNull());
+        QCOMPARE(store->displayCacheBytes(), 0);
+    }
+
+    // Photos are kept as they came, so a note must never decode one whole to show it: its
+    // size comes from the header, and it is decoded once at the width it is painted (in steps
+    // of 64), whatever its size, even beyond what Qt allocates for a decode by default.
+    void photosDecodeAtTheSizeTheyShowNeverWhole_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QSize>("pixels"); // as the file holds them
+        QTest::addColumn<QSize>("shown");  // as pixelSize answers
+        QTest::addColumn<QSize>("painted");
+        QTest::addColumn<QSize>("decoded"); // invalid when it cannot be
+        // clang-format off
+        QTest::newRow("a 12-megapixel photo decodes at its painted size") << u"jpg"_s << QSize(4000, 3000) << QSize(4000, 3000) << QSize(320, 240) << QSize(320, 240);
+        QTest::newRow("a width between steps decodes at the next step") << u"jpg"_s << QSize(4000, 3000) << QSize(4000, 3000) << QSize(300, 225) << QSize(320, 240);
+        QTest::newRow("a small picture is never enlarged") << u"png"_s << QSize(100, 50) << QSize(100, 50) << QSize(320, 160) << QSize(100, 50);
+        QTest::newRow("a sideways photo is measured and decoded upright") << u"sideways"_s << QSize(400, 300) << QSize(300, 400) << QSize(150, 200) << QSize(192, 256);
+        QTest::newRow("a 40-megapixel JPEG is beyond Qt's default limit") << u"jpg"_s << QSize(7300, 5500) << QSize(7300, 5500) << QSize(320, 241) << QSize(320, 241);
+        QTest::newRow("a 40-megapixel PNG is beyond Qt's default limit") << u"png"_s << QSize(7300, 5500) << QSize(7300, 5500) << QSize(320, 241) << QSize(320, 241);
+        QTest::newRow("a 36-megapixel BMP, which only decodes whole, fits our limit") << u"bmp"_s << QSize(6000, 6000) << QSize(6000, 6000) << QSize(320, 320) << QSize(320, 320);
+        QTest::newRow("a PNG with a good header and broken data decodes to nothing") << u"broken"_s << QSize(400, 300) << QSize(400, 300) << QSize(400, 300) << QSize();
+        // clang-format on
+    }
+    void photosDecodeAtTheSizeTheyShowNeverWhole()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QSize, pixels);
+        QFETCH(QSize, shown);
+        QFETCH(QSize, painted);
+        QFETCH(QSize, decoded);
+        QString id = u"PHOTO"_s;
+        if (kind == u"bmp"_s) {
+            QDir().mkpath(folder);
+            QVERIFY(writeBmp(folder + u"/PHOTO.bmp"_s, pixels));
+        } else {
+            // A red corner top left as the file holds it, to tell which way up it shows.
+            QImage picture(pixels, QImage::Format_RGB32);
+            picture.fill(QColor(30, 60, 200));
+            QPainter(&picture).fillRect(0, 0, pixels.width() / 4, pixels.height() / 4, Qt::red);
+            QByteArray bytes =
+                encoded(picture, kind == u"png"_s || kind == u"broken"_s ? "PNG" : "JPEG");
+            if (kind == u"sideways"_s)
+                bytes = turnedByExif(bytes);
+            if (kind == u"broken"_s) // the pixel data's first bytes overwritten
+                bytes.replace(bytes.indexOf("IDAT") + 4, 16, QByteArray(16, '\x5A'));
+            id = *store->save(bytes, kind == u"broken"_s ? u"png"_s : kind);
+        }
+        const QString path = *store->filePath(id);
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QByteArray before =
+            QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha1);
+        file.close();
+        QList<QSize> decodes;
+        store->onDecode = [&](const QString&, QSize size) { decodes.append(size); };
+
+        QCOMPARE(store->pixelSize(id), shown);
+        QVERIFY2(decodes.isEmpty(), "the size comes from the header alone");
+        const QImage image = store->displayImage(id, painted);
+        QCOMPARE(image.size(), decoded.isValid() ? decoded : QSize(0, 0));
+        QCOMPARE(decodes, decoded.isValid() ? QList<QSize>{decoded} : QList<QSize>{});
+        QVERIFY(store->displayImage(id, painted).isNull() == !decoded.isValid());
+        QCOMPARE(decodes.size(), decoded.isValid() ? 1 : 0); // once, then from the cache
+        if (kind == u"sideways"_s)
+            QCOMPARE(image.pixelColor(image.width() - 4, 4).red() > 200, true);
+        if (decoded.isValid())
+            QVERIFY(image.pixelColor(image.width() / 2, image.height() - 4).blue() > 150);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha1), before);
     }
 
     void undecodableFileGivesNoImage()

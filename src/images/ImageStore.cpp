@@ -15,6 +15,44 @@ namespace {
 
 constexpr int longestSide = 2048;
 constexpr int longestExtension = 10;
+// Enough of a file for its header: JPEG's EXIF and colour profile come before its size.
+constexpr qint64 headerBytes = 256 * 1024;
+// Decoded widths come in steps, so that a resize or a drag does not decode at every pixel.
+constexpr int widthStep = 64;
+
+// Qt refuses to allocate more than 128 MiB for a decode, which a photo above 33 megapixels
+// needs at full size. Our decodes are scaled: JPEG and PNG then allocate little more than the
+// result, whatever the picture's size; formats without a scaled decode (BMP, PPM) allocate
+// the whole picture first. 512 MiB lets those through up to 128 megapixels at four bytes a
+// pixel, above any camera's, and still refuses a small file that claims a giant picture. The
+// limit is global in Qt: it is raised around our own decodes only, on the main thread.
+constexpr int allocationLimitMiB = 512;
+
+class RaisedAllocationLimit {
+public:
+    RaisedAllocationLimit()
+        : previous(QImageReader::allocationLimit())
+    {
+        if (previous > 0 && previous < allocationLimitMiB)
+            QImageReader::setAllocationLimit(allocationLimitMiB);
+    }
+    ~RaisedAllocationLimit() { QImageReader::setAllocationLimit(previous); }
+    RaisedAllocationLimit(const RaisedAllocationLimit&) = delete;
+    RaisedAllocationLimit& operator=(const RaisedAllocationLimit&) = delete;
+
+private:
+    const int previous;
+};
+
+bool turnsSideways(const QImageReader& reader)
+{
+    return reader.transformation() & QImageIOHandler::TransformationRotate90;
+}
+
+QString cacheKey(const QString& id, QSize size)
+{
+    return id + u'@' + QString::number(size.width()) + u'x' + QString::number(size.height());
+}
 
 bool isAllowedExtension(const QString& ext)
 {
@@ -104,10 +142,61 @@ std::optional<QString> ImageStore::filePath(const QString& id)
     return folder + u'/' + *first;
 }
 
-std::optional<QImage> ImageStore::image(const QString& id)
+std::optional<QSize> ImageStore::pixelSize(const QString& id)
 {
-    if (const QImage* cached = cache.object(id))
+    if (const auto it = pixelSizes.constFind(id); it != pixelSizes.cend())
+        return *it;
+    const std::optional<QString> path = filePath(id);
+    if (!path)
+        return std::nullopt;
+    const auto sizeIn = [](QByteArray bytes) {
+        QBuffer buffer(&bytes);
+        buffer.open(QIODevice::ReadOnly);
+        QImageReader reader(&buffer);
+        QSize size = reader.size();
+        if (size.isValid() && turnsSideways(reader))
+            size.transpose();
+        return size;
+    };
+    QByteArray bytes;
+    if (!files.read(*path, bytes, headerBytes))
+        return std::nullopt;
+    QSize size = sizeIn(bytes);
+    // A header that runs on past the first part of the file.
+    if (!size.isValid() && bytes.size() >= headerBytes && files.read(*path, bytes))
+        size = sizeIn(bytes);
+    if (size.isEmpty())
+        return std::nullopt;
+    pixelSizes.insert(id, size);
+    return size;
+}
+
+QImage ImageStore::displayImage(const QString& id, QSize paintSize)
+{
+    if (paintSize.isEmpty() || undecodable.contains(id))
+        return {};
+    const std::optional<QSize> full = pixelSize(id);
+    if (!full)
+        return {};
+    const int width =
+        std::min(full->width(), (paintSize.width() + widthStep - 1) / widthStep * widthStep);
+    const QSize size(width, std::max(1, qRound(double(full->height()) * width / full->width())));
+    const QString key = cacheKey(id, size);
+    if (const QImage* cached = cache.object(key))
         return *cached;
+    const std::optional<QImage> decoded = decode(id, size);
+    if (!decoded) {
+        undecodable.insert(id);
+        return {};
+    }
+    cache.insert(key, new QImage(*decoded), std::max<qsizetype>(1, decoded->sizeInBytes() / 1024));
+    return *decoded;
+}
+
+std::optional<QImage> ImageStore::image(const QString& id) { return decode(id, std::nullopt); }
+
+std::optional<QImage> ImageStore::decode(const QString& id, std::optional<QSize> scaledTo)
+{
     const std::optional<QByteArray> bytes = data(id);
     if (!bytes)
         return std::nullopt;
@@ -116,11 +205,16 @@ std::optional<QImage> ImageStore::image(const QString& id)
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer);
     reader.setAutoTransform(true);
+    if (scaledTo) {
+        // The reader scales before it turns the picture upright.
+        reader.setScaledSize(turnsSideways(reader) ? scaledTo->transposed() : *scaledTo);
+    }
+    const RaisedAllocationLimit limit;
     QImage decoded = reader.read();
     if (decoded.isNull())
         return std::nullopt;
-    const qsizetype kib = std::max<qsizetype>(1, decoded.sizeInBytes() / 1024);
-    cache.insert(id, new QImage(decoded), kib);
+    if (onDecode)
+        onDecode(id, decoded.size());
     return decoded;
 }
 
@@ -138,7 +232,14 @@ std::optional<QByteArray> ImageStore::data(const QString& id)
 void ImageStore::deleteImages(const QStringList& ids)
 {
     for (const QString& id : ids) {
-        cache.remove(id);
+        const QString prefix = id + u'@';
+        const QStringList keys = cache.keys();
+        for (const QString& key : keys) {
+            if (key.startsWith(prefix))
+                cache.remove(key);
+        }
+        pixelSizes.remove(id);
+        undecodable.remove(id);
         if (const std::optional<QString> path = filePath(id))
             files.remove(*path);
     }

@@ -6,11 +6,11 @@
 #include <QPainter>
 #include <QPainterPath>
 
-NoteImageOverlayWidget::NoteImageOverlayWidget(QWidget* viewport, QString imageID, QImage picture)
+NoteImageOverlayWidget::NoteImageOverlayWidget(QWidget* viewport, QString imageID, Source source)
     : QWidget(viewport)
     , id(std::move(imageID))
-    , fileThere(!picture.isNull())
-    , image(std::move(picture))
+    , source(std::move(source))
+    , fileThere(static_cast<bool>(this->source))
     , handleWidget(new NoteImageHandleWidget(this))
 {
     setAttribute(Qt::WA_Hover);
@@ -37,7 +37,9 @@ void NoteImageOverlayWidget::paintEvent(QPaintEvent*)
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    if (fileThere && !image.isNull()) {
+    const QImage image =
+        fileThere ? source((QSizeF(size()) * devicePixelRatioF()).toSize()) : QImage();
+    if (!image.isNull()) {
         // Proportional into the frame; the frame already has the picture's aspect.
         const QSizeF scaled = QSizeF(image.size()).scaled(size(), Qt::KeepAspectRatio);
         const QRectF target(

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QImage>
+#include <QSize>
 #include <QWidget>
 
 #include <functional>
@@ -8,13 +9,18 @@
 class NoteImageHandleWidget;
 
 // One picture over its reserved line: the image scaled into the frame, or a dashed
-// placeholder with a picture symbol when the file is missing.
+// placeholder with a picture symbol when the file is missing or cannot be decoded.
 class NoteImageOverlayWidget final : public QWidget {
     Q_OBJECT
 
 public:
-    // A null picture stands for a missing file.
-    NoteImageOverlayWidget(QWidget* viewport, QString imageID, QImage picture);
+    // Gives the picture for a frame of so many device pixels. The widget keeps no image of
+    // its own: it asks at every paint, and the source answers from a cache shared by all
+    // views, so only pictures that are painted are ever decoded.
+    using Source = std::function<QImage(QSize devicePixels)>;
+
+    // An empty source stands for a missing file.
+    NoteImageOverlayWidget(QWidget* viewport, QString imageID, Source source);
 
     const QString& imageID() const { return id; }
     bool hasFile() const { return fileThere; }
@@ -35,8 +41,8 @@ private:
     void paintPlaceholder(QPainter& painter);
 
     const QString id;
+    const Source source;
     const bool fileThere;
-    QImage image;
     bool selected = false;
     NoteImageHandleWidget* handleWidget;
 };

@@ -87,10 +87,8 @@ NoteImageMetrics::DisplaySize NoteImageOverlays::sizeFor(const ImageToken& token
     if (auto it = dragSizes.constFind(slotKey(token.range.location, token.id));
         it != dragSizes.cend())
         return *it;
-    std::optional<QSize> pixels;
-    if (const std::optional<QImage> image = view->imageStore().image(token.id))
-        pixels = image->size();
-    return NoteImageMetrics::displaySize(pixels, token.width, containerWidth());
+    return NoteImageMetrics::displaySize(view->imageStore().pixelSize(token.id), token.width,
+                                         containerWidth());
 }
 
 double NoteImageOverlays::reservedLineHeight(const ImageToken& token) const
@@ -209,30 +207,63 @@ void NoteImageOverlays::place()
         frames.insert(key, QRectF(origin, QSizeF(size.width, size.height)).toAlignedRect());
     }
 
+    // Text typed above a picture moves its token, and so its key. Its widget is kept and only
+    // moved: making it again costs more than the keystroke, and repaints it. Widgets whose key
+    // went are handed on to the new keys of the same picture in text order, which an edit
+    // keeps; only what is left over is made or dropped.
+    QHash<QString, QList<std::pair<qsizetype, NoteImageOverlayWidget*>>> released; // by id
     for (auto it = overlays.begin(); it != overlays.end();) {
         const auto slot = next.constFind(it.key());
-        if (slot == next.cend() || slot->hasFile != (*it)->hasFile()) {
-            delete *it;
-            it = overlays.erase(it);
-        } else {
+        if (slot != next.cend() && slot->hasFile == (*it)->hasFile()) {
             ++it;
+            continue;
         }
+        released[(*it)->imageID()].append({slots.value(it.key()).tokenRange.location, *it});
+        it = overlays.erase(it);
     }
+    for (auto& list : released)
+        std::sort(list.begin(), list.end(),
+                  [](const auto& a, const auto& b) { return a.first < b.first; });
+    QList<QString> newKeys;
     for (auto it = next.cbegin(); it != next.cend(); ++it) {
-        NoteImageOverlayWidget*& overlay = overlays[it.key()];
-        if (!overlay) {
-            const QImage picture =
-                it->hasFile ? view->imageStore().image(it->id).value_or(QImage()) : QImage();
-            overlay = new NoteImageOverlayWidget(view->viewport(), it->id, picture);
-            const QString key = it.key();
-            overlay->onSelect = [this, key] { select(key); };
-            overlay->handle()->onDrag = [this, key](QPointF point, bool last) {
-                drag(key, point, last);
-            };
+        if (!overlays.contains(it.key()))
+            newKeys.append(it.key());
+    }
+    std::sort(newKeys.begin(), newKeys.end(), [&](const QString& a, const QString& b) {
+        return next[a].tokenRange.location < next[b].tokenRange.location;
+    });
+    for (const QString& key : std::as_const(newKeys)) {
+        const Slot& slot = next[key];
+        NoteImageOverlayWidget* overlay = nullptr;
+        auto& pool = released[slot.id];
+        const auto kept = std::find_if(pool.begin(), pool.end(), [&](const auto& entry) {
+            return entry.second->hasFile() == slot.hasFile;
+        });
+        if (kept != pool.end()) {
+            overlay = kept->second;
+            pool.erase(kept);
+        } else {
+            NoteImageOverlayWidget::Source source;
+            if (slot.hasFile) {
+                source = [&store = view->imageStore(), id = slot.id](QSize devicePixels) {
+                    return store.displayImage(id, devicePixels);
+                };
+            }
+            overlay = new NoteImageOverlayWidget(view->viewport(), slot.id, std::move(source));
             overlay->show();
         }
-        overlay->setGeometry(frames.value(it.key()));
+        overlay->onSelect = [this, key] { select(key); };
+        overlay->handle()->onDrag = [this, key](QPointF point, bool last) {
+            drag(key, point, last);
+        };
+        overlays.insert(key, overlay);
     }
+    for (const auto& list : std::as_const(released)) {
+        for (const auto& entry : list)
+            delete entry.second;
+    }
+    for (auto it = next.cbegin(); it != next.cend(); ++it)
+        overlays.value(it.key())->setGeometry(frames.value(it.key()));
     slots = next;
     // A file arrived, or the width changed without a resize: the room follows, outside
     // whatever pass or layout this placement runs in.
