@@ -5,6 +5,7 @@
 #include "editor/ImageCaret.h"
 #include "editor/MarkdownRuns.h"
 #include "editor/ui/NoteImageOverlays.h"
+#include "editor/ui/NoteSpellCheck.h"
 #include "images/ImagePasteboard.h"
 #include "images/ImageStore.h"
 #include "l10n/L10n.h"
@@ -367,6 +368,15 @@ void NoteTextView::setSelectionLayer(const QString& name,
     for (const QList<QTextEdit::ExtraSelection>& layer : std::as_const(selectionLayers))
         merged.append(layer);
     setExtraSelections(merged);
+}
+
+void NoteTextView::checkSpelling(SpellChecker& checker, Scheduler& scheduler)
+{
+    speller.reset();
+    speller = std::make_unique<NoteSpellCheck>(
+        *this, checker, scheduler, [this](const QList<QTextEdit::ExtraSelection>& selections) {
+            setSelectionLayer(QStringLiteral("spelling"), selections);
+        });
 }
 
 QList<QTextEdit::ExtraSelection> NoteTextView::selectionLayer(const QString& name) const

@@ -15,11 +15,15 @@
 
 #include <array>
 #include <functional>
+#include <memory>
 #include <optional>
 
 class Desktop;
 class ImageStore;
 class NoteImageOverlays;
+class NoteSpellCheck;
+class Scheduler;
+class SpellChecker;
 class QVariantAnimation;
 
 // The live editing surface every note surface shares: a thin widget over the editor's
@@ -84,6 +88,12 @@ public:
     // the order of their names. An empty list removes the layer. Nobody else may call
     // setExtraSelections: it would wipe the other layers.
     void setSelectionLayer(const QString& name, const QList<QTextEdit::ExtraSelection>& selections);
+    // Underlines misspelled words from now on (the "spelling" layer), checked after typing
+    // pauses; a checker that is not available leaves spelling off. REQUIRES: checker and
+    // scheduler outlive the view.
+    void checkSpelling(SpellChecker& checker, Scheduler& scheduler);
+    // Null while spelling is off.
+    const NoteSpellCheck* spelling() const { return speller.get(); }
     QList<QTextEdit::ExtraSelection> selectionLayer(const QString& name) const;
 
     // EditorTextTarget
@@ -143,6 +153,7 @@ private:
     EditorCoordinator coordinator;
     EditorStyleCache styleCache;
     QMap<QString, QList<QTextEdit::ExtraSelection>> selectionLayers;
+    std::unique_ptr<NoteSpellCheck> speller;
     // The find flash: the found range, and the selection's own colours, lent to the flash
     // while it runs (Active and Inactive, Highlight and HighlightedText).
     QVariantAnimation* findFlash = nullptr;
