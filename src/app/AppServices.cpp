@@ -89,6 +89,9 @@ void AppServices::openDecks(DeckActions& actions)
                     .hints = windowHints(),
                     .compositor = compositor(),
                     .keyboard = keyboardLayout(),
+                    .desktop = desktop(),
+                    .images = *images,
+                    .spellChecker = spellChecker(),
                 });
             },
     });

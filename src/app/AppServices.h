@@ -51,6 +51,10 @@ public:
         WindowHints& hints;
         Compositor& compositor;
         KeyboardLayout& keyboard;
+        // What an open note's text view needs: links, pictures, spelling (null: off).
+        Desktop& desktop;
+        ImageStore& images;
+        SpellChecker* spellChecker = nullptr;
     };
 
     struct Backends {

@@ -65,9 +65,9 @@ AppServices::Backends makeProductionBackends()
         backends.spellChecker = std::make_unique<NoSpellChecker>();
     backends.makeDeckWindow =
         [](const AppServices::DeckWindowParts& parts) -> std::unique_ptr<DeckWindow> {
-        return std::make_unique<DeckPanel>(
-            DeckPanel::Parts{parts.notes, parts.scheduler, parts.actions, parts.displays,
-                             parts.pointer, parts.hints, parts.compositor, parts.keyboard});
+        return std::make_unique<DeckPanel>(DeckPanel::Parts{
+            parts.notes, parts.scheduler, parts.actions, parts.displays, parts.pointer, parts.hints,
+            parts.compositor, parts.keyboard, parts.desktop, parts.images, parts.spellChecker});
     };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;

@@ -63,6 +63,10 @@ DeckView::DeckView(Parts parts, QWidget* parent)
     , controller(parts.controller)
     , notes(parts.notes)
     , actions(parts.actions)
+    , scheduler(parts.scheduler)
+    , desktop(parts.desktop)
+    , images(parts.images)
+    , spellChecker(parts.spellChecker)
     , fan(parts.controller, parts.notes, parts.scheduler)
 {
     DeckAccessible::install();

@@ -18,6 +18,9 @@
 
 class DeckActions;
 class DeckController;
+class Desktop;
+class ImageStore;
+class SpellChecker;
 class NoteStore;
 class Scheduler;
 class QMenu;
@@ -45,6 +48,10 @@ public:
         NoteStore& notes;
         Scheduler& scheduler;
         DeckActions& actions;
+        // What an open note's sheet needs; without them no sheet shows.
+        Desktop* desktop = nullptr;
+        ImageStore* images = nullptr;
+        SpellChecker* spellChecker = nullptr;
     };
     // REQUIRES: every part outlives the view.
     DeckView(Parts parts, QWidget* parent);
@@ -154,6 +161,10 @@ private:
     DeckController& controller;
     NoteStore& notes;
     DeckActions& actions;
+    Scheduler& scheduler;
+    Desktop* desktop;
+    ImageStore* images;
+    SpellChecker* spellChecker;
     FanColumnState fan;
     QHash<QString, Motion> motions;
     QList<Item> laidOut;
