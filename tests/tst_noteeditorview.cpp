@@ -151,6 +151,8 @@ private Q_SLOTS:
         QTRY_VERIFY(f.part(u"findField"_s)->hasFocus());
         QTest::keyClicks(f.part(u"findField"_s), u"mil"_s);
         QCOMPARE(f.part<QLabel>(u"matchCount"_s)->text(), u"1"_s);
+        // From wherever the focus has gone meanwhile.
+        f.part(u"title"_s)->setFocus();
         find->click();
         QVERIFY(!f.deck.model().findQuery());
         QVERIFY(!f.part(u"findBar"_s)->isVisible());
@@ -190,6 +192,14 @@ private Q_SLOTS:
         f.part<QAbstractButton>(u"action.close"_s)->click();
         QVERIFY(f.lib.storedNote(f.id)->body.contains(u"xyz"_s));
         QVERIFY(f.deck.state().isFan());
+    }
+
+    void destroyingTheSheetSavesAtOnce()
+    {
+        OpenNote f;
+        QTest::keyClicks(f.view->textView(), u"abc"_s);
+        f.view.reset();
+        QVERIFY(f.lib.storedNote(f.id)->body.contains(u"abc"_s));
     }
 
     void archivingClosesTheNote()
