@@ -1,3 +1,7 @@
+#include "notes/Paths.h"
+#include "notes/Store.h"
+#include "platform/qt/QtFiles.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QProcess>
@@ -284,6 +288,18 @@ public:
 
     xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(x)).data->root; }
 
+    // Every note's text as the database holds it, read beside the running program.
+    QString storedText()
+    {
+        QtFiles files;
+        const Paths paths(home.path() + u"/data/Pondrift"_s);
+        Store store(paths.db(), paths.key(), files);
+        QString all;
+        for (const Note& note : store.load())
+            all += note.title + u'\n' + note.body + u'\n';
+        return all;
+    }
+
     // A value of the program's settings file, as the next launch would read it.
     QByteArray setting(const char* key)
     {
@@ -384,9 +400,13 @@ private Q_SLOTS:
         QVERIFY2(desk.waitForLine(u"fan -> expanded("_s), qPrintable(desk.traceSoFar()));
         // An open note takes the keyboard.
         QVERIFY(QTest::qWaitFor([&] { return desk.focus() == deck; }, patience));
-        desk.xdotool({u"click"_s, u"1"_s});
+        // What is typed goes into the note; Escape closes it, and the text is in the database.
+        desk.xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"typed in the deck"_s});
+        desk.xdotool({u"key"_s, u"Escape"_s});
         QVERIFY2(desk.waitForLine(u"expanded("_s) && desk.waitForLine(u") -> fan"_s),
                  qPrintable(desk.traceSoFar()));
+        QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"typed in the deck"_s); },
+                                patience));
 
         QVERIFY(QTest::qWaitFor([&] { return !desk.takesInput(deck); }, patience));
 

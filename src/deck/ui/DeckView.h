@@ -9,6 +9,7 @@
 
 #include <QElapsedTimer>
 #include <QHash>
+#include <QPointer>
 #include <QRegion>
 #include <QTimer>
 #include <QWidget>
@@ -18,6 +19,7 @@
 
 class DeckActions;
 class DeckController;
+class NoteEditorView;
 class Desktop;
 class ImageStore;
 class SpellChecker;
@@ -156,6 +158,10 @@ private:
     double now() const;
     bool settled(double now) const;
     void logItems() const;
+    // Opens, keeps or closes the open note's sheet to match the deck's state.
+    void syncSheet();
+    // Where the sheet hangs now, its pull-out motion included.
+    void placeSheet();
     std::optional<QRegion> takesPointer() const;
 
     DeckController& controller;
@@ -166,6 +172,10 @@ private:
     ImageStore* images;
     SpellChecker* spellChecker;
     FanColumnState fan;
+    // The open note's sheet, a child over the column; absent while no note is open.
+    QPointer<NoteEditorView> sheet;
+    // 0 pulled in past the edge, 1 in place.
+    Animated sheetShown{0};
     QHash<QString, Motion> motions;
     QList<Item> laidOut;
     std::optional<Item> pill;
