@@ -15,6 +15,7 @@
 #   deck-left     the fan on the left edge
 #   deck-preview  the pointer resting on a tab: its preview card
 #   deck-drag     a tab dragged down, its neighbours making room
+#   deck-note     a tab clicked: its note open in the sheet that hangs from the edge
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${1:-$root/build/screenshots}
@@ -83,6 +84,11 @@ act() {
       xdotool mousemove --sync $(item_centre "$log" tab "$scale")
       sleep 0.8
       ;;
+    deck-note)
+      # shellcheck disable=SC2046
+      xdotool mousemove --sync $(item_centre "$log" tab "$scale") click 1
+      sleep 1
+      ;;
     deck-drag)
       local at
       at=$(item_centre "$log" tab "$scale")
@@ -137,7 +143,7 @@ shoot() {
 }
 
 failed=0
-for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag}; do
+for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note}; do
   for language in ${PONDRIFT_LANGUAGES:-en zh-Hans}; do
     for scale in 1 2; do
       for compositor in ${PONDRIFT_COMPOSITORS:-picom none}; do
