@@ -8,6 +8,7 @@
 #include "settings/Settings.h"
 #include "support/FakeDeckWindow.h"
 #include "support/FakeDisplays.h"
+#include "support/FakeFloatingNote.h"
 #include "support/FakePointer.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
@@ -39,9 +40,10 @@ struct OpenNote {
     FakeDeckWindow window;
     RecordingDeckActions actions;
     RecordingDesktop desktop;
+    FakeFloatingNote floating;
     QString id = notes.create(u"# Groceries\n☐ milk"_s, QString()).id;
-    DeckController deck{screen.id, displays, pointer, lib.clock, notes,
-                        window,    actions,  nullptr, nullptr};
+    DeckController deck{screen.id, displays, pointer,   lib.clock, notes,
+                        window,    actions,  &floating, nullptr};
     std::unique_ptr<NoteEditorView> view;
 
     explicit OpenNote(bool onRight = true)

@@ -79,6 +79,8 @@ public:
     // The resting state, from anywhere; what other decks are sent to when one activates.
     void collapseToRest();
 
+    // Whether an open note can be pulled out to float: there is a floating note to take it.
+    bool canDetach() const { return detachTarget != nullptr; }
     // The open note is being pulled out of the panel, the pointer at p (screen coordinates).
     // Only with a note open.
     void detachExpandedNote(QPointF p);

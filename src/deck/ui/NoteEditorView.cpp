@@ -540,7 +540,8 @@ void NoteEditorView::gutterMoved(QPointF global)
     }
     // Away from the edge is leftward on the right edge, rightward on the left.
     const double travel = (global.x() - pressedAt->x()) * (right ? -1 : 1);
-    if (travel <= detachThreshold)
+    // With nowhere to float to, the note stays in its sheet.
+    if (travel <= detachThreshold || !controller.canDetach())
         return;
     detaching = true;
     deck.setDragging(true);
