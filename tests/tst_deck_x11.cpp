@@ -407,6 +407,8 @@ private Q_SLOTS:
                  qPrintable(desk.traceSoFar()));
         QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"typed in the deck"_s); },
                                 patience));
+        // The keyboard is back in the window that had it.
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() == other; }, patience));
 
         QVERIFY(QTest::qWaitFor([&] { return !desk.takesInput(deck); }, patience));
 

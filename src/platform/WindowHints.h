@@ -34,7 +34,9 @@ public:
     // Lets the shown window take the keyboard and asks for it to be activated, as the user's
     // action at time; 0 stands for now. Until releaseKeyboard, a click in the window focuses it.
     virtual void takeKeyboard(QWindow* window, quint32 time) = 0;
-    // A click in the window no longer takes the focus from the window the user works in.
+    // A click in the window no longer takes the focus from the window the user works in; and
+    // while the window still holds the keyboard, it goes back to the window that had it
+    // before takeKeyboard.
     virtual void releaseKeyboard(QWindow* window) = 0;
     // Asks a compositor that can to blur what shows through the window's clear parts, over
     // the whole window, or no more. Compositors that cannot ignore it, and it costs nothing

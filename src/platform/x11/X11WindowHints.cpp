@@ -1,6 +1,7 @@
 #include "platform/x11/X11WindowHints.h"
 
 #include <QGuiApplication>
+#include <QHash>
 #include <QList>
 #include <QVariant>
 #include <QWindow>
@@ -53,6 +54,8 @@ constexpr int qtDockType = 0x4;
 constexpr quint32 stateAdd = 1;
 // Messages from an application, as opposed to a pager or taskbar acting for the user.
 constexpr quint32 sourceApplication = 1;
+// Messages a pager or taskbar sends for the user, which window managers always honour.
+constexpr quint32 sourcePager = 2;
 
 template <typename T>
 struct FreeReply {
@@ -92,6 +95,20 @@ struct X11WindowHints::Connection {
     }
 
     xcb_atom_t operator[](Atom a) const { return atoms[a]; }
+
+    // The window the window manager says is active, XCB_NONE when it says none.
+    xcb_window_t activeWindow() const
+    {
+        Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+            qt, xcb_get_property(qt, false, root, atoms[ActiveWindow], XCB_ATOM_WINDOW, 0, 1),
+            nullptr));
+        if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
+            return XCB_NONE;
+        return *static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
+    }
+
+    // The window that had the keyboard before each panel took it, by panel.
+    QHash<xcb_window_t, xcb_window_t> before;
 
     void sendToRoot(xcb_window_t window, xcb_atom_t type, std::array<quint32, 5> data) const
     {
@@ -215,6 +232,9 @@ void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
 {
     if (time == 0)
         time = serverTime();
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    if (const xcb_window_t previous = x->activeWindow(); previous != XCB_NONE && previous != id)
+        x->before.insert(id, previous);
     // Qt refuses to activate a window that does not accept focus, and its flag is what
     // tells the window manager (WM_HINTS input).
     window->setFlag(Qt::WindowDoesNotAcceptFocus, false);
@@ -233,6 +253,15 @@ void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
 void X11WindowHints::releaseKeyboard(QWindow* window)
 {
     window->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    const xcb_window_t previous = x->before.take(id);
+    // The keyboard goes back to where the person was working, unless they have already
+    // taken it elsewhere (a click in another window is what closed the panel, say). Asked as
+    // a pager asks, since it is the person's own action that ends the panel's turn.
+    if (previous == XCB_NONE || x->activeWindow() != id)
+        return;
+    x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, serverTime(), 0, 0, 0});
+    xcb_flush(x->qt);
 }
 
 void X11WindowHints::setBlurBehind(QWindow* window, bool on)
