@@ -13,6 +13,7 @@
 #include "support/ManualScheduler.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 
 #include <cstdio>
 
@@ -25,7 +26,8 @@ int main(int argc, char* argv[])
     }
     const Paths paths(QString::fromLocal8Bit(argv[1]));
     QtFiles files;
-    ManualScheduler clock;
+    // Written now, as a person would have written them just before the launch.
+    ManualScheduler clock(Date{static_cast<double>(QDateTime::currentSecsSinceEpoch())});
     Store store(paths.db(), paths.key(), files);
     ImageStore images(paths.images(), files);
     NoteStore notes(store, clock, images, false, {});
