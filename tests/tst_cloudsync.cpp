@@ -200,6 +200,33 @@ private Q_SLOTS:
                     .contains("call Ana at 6"));
     }
 
+    // Two machines named two notes alike but for letter case, and a case-sensitive folder
+    // holds both files. When a pass renames one of them away, the name is still the other's:
+    // a note pushed later in the same pass must not be written over it.
+    void nameFreedByARenameIsStillTakenInOtherCase()
+    {
+        const Note renamed = synced(u"call Ana at 5"_s, u"plans"_s);
+        QCOMPARE(m->names(), QStringList{u"plans.md"_s});
+        Note other = NoteBuilder().body(u"from the other machine"_s).title(u"Plans"_s).build();
+        dropNote(u"Plans.md"_s, other);
+        QVERIFY(passAfter(1));
+        QCOMPARE(plan(), u"pull(Plans.md)"_s);
+
+        clock.advance(2);
+        m->notes->updateTitle(renamed.id, u"Ideas"_s);
+        // Archived, the new note is pushed after the rename.
+        const Note later = m->notes->create(u"a new plan"_s, u"Plans"_s);
+        m->notes->setArchived(later.id, true);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(idIn(u"Plans.md"_s), other.id);
+        QCOMPARE(m->notes->note(other.id)->body, u"from the other machine"_s);
+        QCOMPARE(m->names().size(), 3);
+        QVERIFY(!m->names().contains(u"plans.md"_s));
+        quietPass();
+        QCOMPARE(idIn(u"Plans.md"_s), other.id);
+        QCOMPARE(m->notes->notes().size(), 3);
+    }
+
     // The sync client puts the other machine's version in place after this pass's scan and
     // before its write, or before a push that renames the note removes the old name: neither
     // the write nor the removal may go over it, and the next pass keeps both texts.
