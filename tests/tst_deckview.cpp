@@ -64,12 +64,6 @@ struct FannedView {
         }
         return {};
     }
-    bool has(const QString& kind) const
-    {
-        const QList<DeckView::ItemInfo> items = view.items();
-        return std::any_of(items.cbegin(), items.cend(),
-                           [&](const DeckView::ItemInfo& i) { return i.kind == kind; });
-    }
     // Fractions of a point matter to the gesture, so the events carry them.
     void send(QEvent::Type type, QPointF at, Qt::MouseButtons held)
     {
@@ -163,32 +157,6 @@ private Q_SLOTS:
         const int requests = f.window.keyRequests;
         f.lib.clock.advance(Settings::openOnHoverDelay + 0.1);
         QCOMPARE(f.window.keyRequests, requests);
-    }
-
-    // The card waits a moment before it goes, so the pointer can cross from the tab to it.
-    void thePreviewCardOutlastsTheCrossingFromItsTab()
-    {
-        Settings::setTabPreview(true);
-        FannedView f;
-        f.deck.model().syncPreferences();
-        QVERIFY(f.settled());
-        f.send(QEvent::MouseMove, f.rectOf(f.ids[1]).topLeft() + QPointF(20, 20), Qt::NoButton);
-        f.lib.clock.advance(Settings::tabPreviewDelay + 0.01);
-        QVERIFY(QTest::qWaitFor([&] {
-            f.view.repaint();
-            return f.has(u"card"_s);
-        }));
-        f.send(QEvent::MouseMove, f.rectOf(u"#card"_s).center(), Qt::NoButton);
-        f.lib.clock.advance(0.1);
-        f.lib.clock.advance(0.5);
-        f.view.repaint();
-        QVERIFY(f.has(u"card"_s));
-        f.send(QEvent::MouseMove, {10, 10}, Qt::NoButton);
-        f.lib.clock.advance(0.2);
-        QVERIFY(QTest::qWaitFor([&] {
-            f.view.repaint();
-            return !f.has(u"card"_s);
-        }));
     }
 };
 

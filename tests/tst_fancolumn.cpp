@@ -159,38 +159,6 @@ private Q_SLOTS:
         QCOMPARE(a.value(now + 3), -50.0);
     }
 
-    void aPressIsAClickOrAVerticalDrag_data()
-    {
-        QTest::addColumn<QList<QPointF>>("moves");
-        QTest::addColumn<bool>("drags");
-        QTest::addColumn<double>("endDy");
-        QTest::newRow("5.0 down is a click") << QList<QPointF>{{0, 5}} << false << 5.0;
-        QTest::newRow("5.01 down drags") << QList<QPointF>{{0, 5.01}} << true << 5.01;
-        QTest::newRow("5.01 up drags") << QList<QPointF>{{0, -5.01}} << true << -5.01;
-        QTest::newRow("sideways only is a click")
-            << QList<QPointF>{{40, 2}, {90, -3}} << false << -3.0;
-        QTest::newRow("a drag back to its start") << QList<QPointF>{{0, 30}, {0, 0}} << true << 0.0;
-    }
-    void aPressIsAClickOrAVerticalDrag()
-    {
-        QFETCH(QList<QPointF>, moves);
-        QFETCH(bool, drags);
-        QFETCH(double, endDy);
-        const QPointF origin(12, 300);
-        TabPress press;
-        press.press(origin);
-        std::optional<double> reported;
-        for (const QPointF& m : moves)
-            reported = press.move(origin + m);
-        QCOMPARE(press.isDragging(), drags);
-        QCOMPARE(reported.has_value(), drags);
-        QCOMPARE(reported.value_or(0), drags ? moves.last().y() : 0);
-        const TabPress::Release r = press.release(origin + moves.last());
-        QCOMPARE(r.outcome, drags ? TabPress::Outcome::DragEnded : TabPress::Outcome::Click);
-        QCOMPARE(r.dy, endDy);
-        QVERIFY(!press.isPressed() && !press.isDragging());
-    }
-
     void theDropTargetNeedsSixTenthsOfAPitch_data()
     {
         QTest::addColumn<int>("from");
