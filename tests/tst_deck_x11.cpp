@@ -1,6 +1,7 @@
 #include "notes/Paths.h"
 #include "notes/Store.h"
 #include "platform/qt/QtFiles.h"
+#include "support/VirtualScreen.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -38,7 +39,7 @@ public:
     {
         if (x)
             xcb_disconnect(x);
-        for (QProcess* p : {&program, &compositor, &windowManager, &server}) {
+        for (QProcess* p : {&program, &compositor, &windowManager}) {
             if (p->state() != QProcess::NotRunning) {
                 p->kill();
                 p->waitForFinished(10000);
@@ -48,20 +49,9 @@ public:
 
     bool startDesktop()
     {
-        server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-nolisten"_s, u"tcp"_s,
-                                 u"-screen"_s, u"0"_s, u"1280x800x24"_s});
-        if (!server.waitForStarted())
+        display = screen.start({1280, 800});
+        if (display.isEmpty())
             return false;
-        QByteArray number;
-        const QDeadlineTimer deadline(patience);
-        while (!number.endsWith('\n') && !deadline.hasExpired()
-               && server.state() == QProcess::Running) {
-            server.waitForReadyRead(100);
-            number += server.readAllStandardOutput();
-        }
-        if (!number.endsWith('\n'))
-            return false;
-        display = ":" + number.trimmed();
         x = xcb_connect(display.constData(), nullptr);
         if (xcb_connection_has_error(x))
             return false;
@@ -327,7 +317,8 @@ private:
     }
 
     QTemporaryDir home;
-    QProcess server;
+    // Declared first of the processes, so that the server goes last.
+    VirtualScreen screen;
     QProcess windowManager;
     QProcess compositor;
     QByteArray display;
