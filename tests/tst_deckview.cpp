@@ -4,14 +4,10 @@
 #include "deck/ui/DeckView.h"
 #include "notes/Ink.h"
 #include "settings/Settings.h"
-#include "support/FakeDeckWindow.h"
-#include "support/FakeDisplays.h"
-#include "support/FakePointer.h"
+#include "support/DeckRig.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
-#include "support/RecordingDeckActions.h"
 #include "support/TableFonts.h"
-#include "support/TestLibrary.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -22,29 +18,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 0, 1920, 1080), true};
-
 // A fanned deck's view over three notes, driven by the pointer as a person drives it; the
 // deck's timers run on the test's clock, its motion on the real one.
-struct FannedView {
-    TestLibrary lib;
-    NoteStore& notes = lib.open();
-    FakeDisplays displays{{screen}};
-    FakePointer pointer;
-    FakeDeckWindow window;
-    RecordingDeckActions actions;
+struct FannedView : DeckRig {
     QStringList ids{notes.create(u"one"_s, u"Alpha"_s).id, notes.create(u"two"_s, u"Beta"_s).id,
                     notes.create(u"three"_s, u"Gamma"_s).id};
-    DeckController deck{screen.id, displays, pointer, lib.clock, notes,
-                        window,    actions,  nullptr, nullptr};
     DeckView view{{deck, notes, lib.clock, actions}, nullptr};
 
     FannedView()
     {
         // New notes go first: the ids in the deck's own order.
         ids = order();
-        pointer.setLocation({1900, 540});
-        deck.pointerEntered();
+        fanOut();
         lib.clock.advance(0.05);
         view.resize(window.currentFrame.size().toSize());
         view.show();

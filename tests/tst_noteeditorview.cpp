@@ -6,16 +6,11 @@
 #include "notes/Fmt.h"
 #include "notes/Ink.h"
 #include "settings/Settings.h"
-#include "support/FakeDeckWindow.h"
-#include "support/FakeDisplays.h"
-#include "support/FakeFloatingNote.h"
-#include "support/FakePointer.h"
+#include "support/DeckRig.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
-#include "support/RecordingDeckActions.h"
 #include "support/RecordingDesktop.h"
 #include "support/TableFonts.h"
-#include "support/TestLibrary.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -29,28 +24,15 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 0, 1920, 1080), true};
-
 // One note open in a deck on the right or left edge, its sheet shown; time is the test's.
-struct OpenNote {
-    TestLibrary lib;
-    NoteStore& notes = lib.open();
-    FakeDisplays displays{{screen}};
-    FakePointer pointer;
-    FakeDeckWindow window;
-    RecordingDeckActions actions;
+struct OpenNote : DeckRig {
     RecordingDesktop desktop;
-    FakeFloatingNote floating;
     QString id = notes.create(u"# Groceries\n☐ milk"_s, QString()).id;
-    DeckController deck{screen.id, displays, pointer,   lib.clock, notes,
-                        window,    actions,  &floating, nullptr};
     std::unique_ptr<NoteEditorView> view;
 
     explicit OpenNote(bool onRight = true)
     {
-        // The pointer rests on the deck, so that the deck stays open however long a test waits.
-        pointer.setLocation({1900, 540});
-        deck.pointerEntered();
+        fanOut();
         deck.expand(id);
         lib.clock.advance(0.05);
         view = std::make_unique<NoteEditorView>(*notes.note(id), deck.model(), deck, notes, onRight,
