@@ -331,6 +331,8 @@ private Q_SLOTS:
         other.show();
         other.requestActivate();
         QTRY_VERIFY_WITH_TIMEOUT(other.isActive(), patience);
+        QTRY_COMPARE_WITH_TIMEOUT(windowProperty(root(), "_NET_ACTIVE_WINDOW").value(0),
+                                  quint32(other.winId()), patience);
 
         QWindow panel;
         makePanelWindow(panel);
@@ -344,10 +346,11 @@ private Q_SLOTS:
         QVERIFY(takesInput(panel));
         QVERIFY(hasPanelState(panel));
 
+        // Given back at once, before the window manager has caught up, the keyboard still
+        // returns to the window the person was working in.
         hints->releaseKeyboard(&panel);
         QTRY_VERIFY_WITH_TIMEOUT(!takesInput(panel), patience);
         QVERIFY(hasPanelState(panel));
-        other.requestActivate();
         QTRY_VERIFY_WITH_TIMEOUT(other.isActive(), patience);
     }
 

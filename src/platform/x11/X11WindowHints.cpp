@@ -107,6 +107,13 @@ struct X11WindowHints::Connection {
         return *static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
     }
 
+    xcb_window_t inputFocus() const
+    {
+        Reply<xcb_get_input_focus_reply_t> reply(
+            xcb_get_input_focus_reply(qt, xcb_get_input_focus(qt), nullptr));
+        return reply ? reply->focus : XCB_NONE;
+    }
+
     // The window that had the keyboard before each panel took it, by panel.
     QHash<xcb_window_t, xcb_window_t> before;
 
@@ -257,8 +264,10 @@ void X11WindowHints::releaseKeyboard(QWindow* window)
     const xcb_window_t previous = x->before.take(id);
     // The keyboard goes back to where the person was working, unless they have already
     // taken it elsewhere (a click in another window is what closed the panel, say). Asked as
-    // a pager asks, since it is the person's own action that ends the panel's turn.
-    if (previous == XCB_NONE || x->activeWindow() != id)
+    // a pager asks, since it is the person's own action that ends the panel's turn. The
+    // window manager may not have written the panel as active yet when a note closes right
+    // after it opened, so the keyboard's focus counts too.
+    if (previous == XCB_NONE || (x->activeWindow() != id && x->inputFocus() != id))
         return;
     x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, serverTime(), 0, 0, 0});
     xcb_flush(x->qt);
