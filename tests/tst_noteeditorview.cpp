@@ -99,14 +99,17 @@ private Q_SLOTS:
         QFETCH(double, dx);
         QFETCH(bool, detaches);
         OpenNote f(onRight);
-        QList<QPointF> floated;
-        f.view->onDetachMove = [&](QPointF p) { floated.append(p); };
         const QPointF end = f.dragGutter(dx);
         QCOMPARE(f.deck.model().detachingID() == f.id, detaches);
         QCOMPARE(f.deck.model().isDragging(), detaches);
         QCOMPARE(f.view->graphicsEffect() != nullptr, detaches);
+        // The floating note follows the pointer; the sheet no longer edits the note.
+        const QPointF before = f.floating.pointer;
         f.view->gutterMoved(end + QPointF(0, 30));
-        QCOMPARE(floated.size(), detaches ? 1 : 0);
+        QCOMPARE(f.floating.pointer.y() == before.y() - 30, detaches);
+        QTest::keyClicks(f.view->textView(), u"late"_s);
+        f.lib.clock.advance(NoteStore::saveDelay);
+        QCOMPARE(f.notes.note(f.id)->body.contains(u"late"_s), !detaches);
         f.view->gutterReleased();
         QVERIFY(!f.deck.model().isDragging());
         QCOMPARE(f.deck.state().isFan(), detaches);

@@ -20,6 +20,7 @@
 #include "platform/SpellChecker.h"
 #include "platform/WindowHints.h"
 #include "settings/Settings.h"
+#include "surfaces/FloatingNote.h"
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
 #include "sync/DocumentNames.h"
@@ -70,34 +71,47 @@ void AppServices::openDecks(DeckActions& actions)
 {
     if (decks || !notes || !backends.makeDeckWindow)
         return;
+    const auto parts = [this, &actions](quint32 displayID) {
+        return DeckWindowParts{
+            .displayID = displayID,
+            .notes = *notes,
+            .scheduler = scheduler(),
+            .actions = actions,
+            .displays = displays(),
+            .pointer = pointer(),
+            .hints = windowHints(),
+            .compositor = compositor(),
+            .keyboard = keyboardLayout(),
+            .desktop = desktop(),
+            .images = *images,
+            .spellChecker = spellChecker(),
+        };
+    };
+    if (backends.makeFloatingWindow)
+        floating = std::make_unique<FloatingNote>(
+            *notes, scheduler(), pointer(), displays(),
+            [this, parts](FloatingNote& owner, const QString& id) {
+                return backends.makeFloatingWindow(owner, id, parts(0));
+            });
     decks = std::make_unique<DeckManager>(DeckManager::Collaborators{
         .displays = displays(),
         .pointer = pointer(),
         .scheduler = scheduler(),
         .notes = *notes,
         .actions = actions,
-        .detachTarget = nullptr,
+        .detachTarget = floating.get(),
         .makeWindow =
-            [this, &actions](quint32 displayID) {
-                return backends.makeDeckWindow(DeckWindowParts{
-                    .displayID = displayID,
-                    .notes = *notes,
-                    .scheduler = scheduler(),
-                    .actions = actions,
-                    .displays = displays(),
-                    .pointer = pointer(),
-                    .hints = windowHints(),
-                    .compositor = compositor(),
-                    .keyboard = keyboardLayout(),
-                    .desktop = desktop(),
-                    .images = *images,
-                    .spellChecker = spellChecker(),
-                });
-            },
+            [this, parts](quint32 displayID) { return backends.makeDeckWindow(parts(displayID)); },
     });
+    if (floating)
+        floating->restore();
 }
 
-void AppServices::closeDecks() { decks.reset(); }
+void AppServices::closeDecks()
+{
+    decks.reset();
+    floating.reset();
+}
 
 void AppServices::makeSync()
 {

@@ -13,6 +13,8 @@ class CloudSync;
 class Compositor;
 class DeckActions;
 class DeckManager;
+class FloatingNote;
+class FloatingWindow;
 class DeckWindow;
 class LocalTrash;
 class Defaults;
@@ -87,6 +89,11 @@ public:
         // The window of a deck, from what it is made with. Absent where the program has no
         // deck window to show; then no deck is made.
         std::function<std::unique_ptr<DeckWindow>(const DeckWindowParts&)> makeDeckWindow;
+        // The window of the floating note for the note with this id, from the same parts
+        // (the display aside). Absent where no note can float.
+        std::function<FloatingWindow*(FloatingNote& owner, const QString& noteID,
+                                      const DeckWindowParts&)>
+            makeFloatingWindow;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
@@ -145,6 +152,7 @@ public:
     CloudSync* cloudSync() { return sync.get(); }
     // Absent until openDecks, and without a deck window.
     DeckManager* deckManager() { return decks.get(); }
+    FloatingNote* floatingNote() { return floating.get(); }
 
     // The sync root the settings name. With none named and sync on, the first sync client's
     // folder found in the home folder is stored as the root and given; with none found,
@@ -163,6 +171,8 @@ private:
     std::unique_ptr<CloudFolder> syncFolder;
     std::unique_ptr<LocalTrash> trash;
     std::unique_ptr<CloudSync> sync;
+    // Before the decks, which hold it: they go first.
+    std::unique_ptr<FloatingNote> floating;
     std::unique_ptr<DeckManager> decks;
     // The missing sync root is logged once, not on every pass.
     bool toldNoRoot = false;

@@ -84,6 +84,8 @@ public:
     // The open note is being pulled out of the panel, the pointer at p (screen coordinates).
     // Only with a note open.
     void detachExpandedNote(QPointF p);
+    // Each pointer move of the pull, in screen coordinates.
+    void moveDetached(QPointF p);
     void finishDetach();
 
     // After a change of settings: a deck kept shown fans out, a fan no longer kept shown

@@ -28,6 +28,11 @@ public:
     // window hides. On a shown window the change goes to the window manager at once, except
     // the last, which counts from the next show.
     virtual void makePanel(QWindow* window) = 0;
+    // A window of its own that floats over the work, a note pulled off the deck: on every
+    // workspace and out of the taskbar and the pager, at the level its Qt::WindowStaysOnTopHint
+    // gives it. The window manager still moves, stacks and focuses it as any other. Call
+    // before every show, as makePanel.
+    virtual void makeFloating(QWindow* window) = 0;
     // Records the user's last action in the window at time. Qt writes its own when it shows a
     // window, so call this after show.
     virtual void setUserTime(QWindow* window, quint32 time) = 0;

@@ -15,6 +15,7 @@ public:
         pointer = under;
         grabOffset = grab;
     }
+    void dragTo(QPointF point) override { pointer = point; }
     void endDrag(bool cancelled) override { ends.append(cancelled); }
     std::optional<QString> floating;
     QPointF pointer;

@@ -21,6 +21,7 @@
 #include "platform/xdg/FontconfigFonts.h"
 #include "platform/xdg/HunspellSpellChecker.h"
 #include "platform/xdg/XdgLoginItem.h"
+#include "surfaces/ui/FloatingPanel.h"
 #include "sync/ui/MassDeleteDialog.h"
 
 #include <QCoreApplication>
@@ -68,6 +69,13 @@ AppServices::Backends makeProductionBackends()
         return std::make_unique<DeckPanel>(DeckPanel::Parts{
             parts.notes, parts.scheduler, parts.actions, parts.displays, parts.pointer, parts.hints,
             parts.compositor, parts.keyboard, parts.desktop, parts.images, parts.spellChecker});
+    };
+    backends.makeFloatingWindow = [](FloatingNote& owner, const QString& id,
+                                     const AppServices::DeckWindowParts& parts) {
+        return new FloatingPanel(owner, id,
+                                 FloatingPanel::Parts{parts.notes, parts.scheduler, parts.desktop,
+                                                      parts.images, parts.hints, parts.compositor,
+                                                      parts.spellChecker});
     };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;

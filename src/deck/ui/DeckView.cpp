@@ -119,15 +119,17 @@ void DeckView::setComposited(bool on)
 }
 
 // The sheet follows the deck's state: a note opened here gets its sheet, pulled in from the
-// edge; a closed, deleted or floating note loses it. A sheet is taken down later, never in
-// the middle of an event it may be handling itself (an Escape typed in its text, say).
+// edge; a closed or deleted note loses it. A note being pulled out keeps its sheet, unseen,
+// until the pull ends, since the sheet's gutter holds the pointer. A sheet is taken down
+// later, never in the middle of an event it may be handling itself (an Escape typed in its
+// text, say).
 void DeckView::syncSheet()
 {
     const DeckModel& model = controller.model();
     const std::optional<QString> id = model.state().expandedID();
     const std::optional<Note> note = id ? notes.note(*id) : std::nullopt;
     const bool right = !onLeft();
-    const bool wanted = note && desktop && images && model.detachingID() != id;
+    const bool wanted = note && desktop && images;
     if (sheet && (!wanted || sheet->noteID() != *id || sheet->onRightEdge() != right)) {
         NoteEditorView* old = sheet;
         sheet = nullptr;

@@ -534,8 +534,7 @@ void NoteEditorView::gutterMoved(QPointF global)
     if (!pressedAt)
         return;
     if (detaching) {
-        if (onDetachMove)
-            onDetachMove(deckPoint(global));
+        controller.moveDetached(deckPoint(global));
         return;
     }
     // Away from the edge is leftward on the right edge, rightward on the left.
@@ -545,7 +544,9 @@ void NoteEditorView::gutterMoved(QPointF global)
         return;
     detaching = true;
     deck.setDragging(true);
-    store.flush(id);
+    // The floating note edits it from here on; the sheet stays, unseen, only to carry the
+    // rest of the pull.
+    closeNote();
     controller.detachExpandedNote(deckPoint(global));
 }
 

@@ -74,10 +74,6 @@ public:
     void closeNote();
     bool isDetaching() const { return detaching; }
 
-    // While the pulled note floats, each pointer move, in the deck's screen coordinates
-    // (origin at the main display's bottom left, y upward).
-    std::function<void(QPointF)> onDetachMove;
-
     // From the gutter: a press, and each move and the release, in Qt's global coordinates.
     void gutterPressed(QPointF global);
     void gutterMoved(QPointF global);

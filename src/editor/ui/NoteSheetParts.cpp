@@ -50,6 +50,12 @@ QPainterPath path(Kind kind)
         p.lineTo(0.5, 0.70);
         p.lineTo(0.86, 0.32);
         break;
+    case Kind::Cross:
+        p.moveTo(0.18, 0.18);
+        p.lineTo(0.82, 0.82);
+        p.moveTo(0.82, 0.18);
+        p.lineTo(0.18, 0.82);
+        break;
     case Kind::AlignLeft:
     case Kind::AlignRight:
         for (int row = 0; row < 4; ++row) {

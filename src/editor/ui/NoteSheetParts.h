@@ -14,7 +14,7 @@
 // stay sharp at any device pixel ratio and need neither icon fonts nor image files.
 namespace SheetGlyph {
 
-enum class Kind { Pin, Checklist, Magnifier, ChevronUp, ChevronDown, AlignLeft, AlignRight };
+enum class Kind { Pin, Checklist, Magnifier, ChevronUp, ChevronDown, AlignLeft, AlignRight, Cross };
 
 // The glyph in the unit square; filled glyphs are closed shapes, the others are lines to stroke.
 QPainterPath path(Kind kind);

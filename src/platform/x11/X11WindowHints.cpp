@@ -171,16 +171,27 @@ X11WindowHints::~X11WindowHints() = default;
 
 void X11WindowHints::makePanel(QWindow* window)
 {
-    const auto id = static_cast<xcb_window_t>(window->winId());
     if (!window->isVisible())
         makeDock(window);
-    const std::array<xcb_atom_t, 4> wanted{(*x)[WmStateSticky], (*x)[WmStateSkipTaskbar],
-                                           (*x)[WmStateSkipPager], (*x)[WmStateAbove]};
+    addStates(window, {(*x)[WmStateSticky], (*x)[WmStateSkipTaskbar], (*x)[WmStateSkipPager],
+                       (*x)[WmStateAbove]});
+}
+
+// "Above" is left to Qt's flag, which Qt restates itself whenever the window's flags change.
+void X11WindowHints::makeFloating(QWindow* window)
+{
+    addStates(window, {(*x)[WmStateSticky], (*x)[WmStateSkipTaskbar], (*x)[WmStateSkipPager]});
+}
+
+void X11WindowHints::addStates(QWindow* window, const QList<quint32>& wanted)
+{
+    const auto id = static_cast<xcb_window_t>(window->winId());
     if (window->isVisible()) {
         // A managed window's state belongs to the window manager: it is asked, two states
         // to a message.
-        x->sendToRoot(id, (*x)[WmState], {stateAdd, wanted[0], wanted[1], sourceApplication, 0});
-        x->sendToRoot(id, (*x)[WmState], {stateAdd, wanted[2], wanted[3], sourceApplication, 0});
+        for (qsizetype i = 0; i < wanted.size(); i += 2)
+            x->sendToRoot(id, (*x)[WmState],
+                          {stateAdd, wanted[i], wanted.value(i + 1, 0), sourceApplication, 0});
         x->sendToRoot(id, (*x)[WmDesktop], {allDesktops, sourceApplication, 0, 0, 0});
     } else {
         // Before the map the properties themselves are read. Qt merges its own states into
@@ -240,8 +251,10 @@ void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
     if (time == 0)
         time = serverTime();
     const auto id = static_cast<xcb_window_t>(window->winId());
+    // From one of our panels to another (a note pulled off the deck to float), the keyboard
+    // later goes back to where the person worked before the first of them.
     if (const xcb_window_t previous = x->activeWindow(); previous != XCB_NONE && previous != id)
-        x->before.insert(id, previous);
+        x->before.insert(id, x->before.value(previous, previous));
     // Qt refuses to activate a window that does not accept focus, and its flag is what
     // tells the window manager (WM_HINTS input).
     window->setFlag(Qt::WindowDoesNotAcceptFocus, false);
