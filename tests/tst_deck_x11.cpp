@@ -460,6 +460,66 @@ private Q_SLOTS:
         desk.stopCompositor();
         QVERIFY(QTest::qWaitFor([&] { return desk.shaped(deck); }, patience));
     }
+
+    // A note pulled off the deck by its gutter floats in a window of its own, takes the
+    // keyboard, keeps what is typed, and tucks away on Escape, handing the keyboard back to
+    // the window the person was in before the deck.
+    void aNotePulledOffTheDeckFloatsAndTucksAway()
+    {
+        DeckOnScreen desk;
+        QVERIFY2(desk.startDesktop(), "Xvfb, openbox and picom are needed for this test");
+        QVERIFY(desk.seed({u"Groceries"_s, u"Call Mum"_s}));
+        QVERIFY(desk.launch());
+        xcb_window_t deck = XCB_NONE;
+        QVERIFY(QTest::qWaitFor([&] { return (deck = desk.deckWindow()) && desk.viewable(deck); },
+                                patience));
+        const QRect resting = desk.geometry(deck);
+        const xcb_window_t other = desk.openOtherWindow();
+        QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
+        desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
+
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(resting.center().x()),
+                      QString::number(resting.center().y())});
+        QVERIFY2(desk.waitForLine(u"[deck] items"_s), qPrintable(desk.traceSoFar()));
+        const QPoint tab = itemCentre(desk.traceSoFar(), u"tab"_s);
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(tab.x()),
+                      QString::number(tab.y()), u"click"_s, u"1"_s});
+        QVERIFY2(desk.waitForLine(u"fan -> expanded("_s), qPrintable(desk.traceSoFar()));
+        QVERIFY2(desk.waitForLine(u"gutter:"_s), qPrintable(desk.traceSoFar()));
+        const QPoint gutter = itemCentre(desk.traceSoFar(), u"gutter"_s);
+        QVERIFY2(!gutter.isNull(), qPrintable(desk.traceSoFar()));
+
+        // Away from the edge, step by step as a hand goes, then let go.
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(gutter.x()),
+                      QString::number(gutter.y()), u"mousedown"_s, u"1"_s});
+        for (int dx : {20, 60, 120, 240, 400})
+            desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(gutter.x() - dx),
+                          QString::number(gutter.y() + 40)});
+        desk.xdotool({u"mouseup"_s, u"1"_s});
+        QVERIFY2(desk.waitForLine(u"expanded("_s) && desk.waitForLine(u") -> fan"_s),
+                 qPrintable(desk.traceSoFar()));
+        // The floating note holds the keyboard: a window of its own, neither the deck's nor
+        // the other program's.
+        xcb_window_t floating = XCB_NONE;
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                floating = desk.focus();
+                return floating != other && floating != deck && floating > XCB_INPUT_FOCUS_PARENT
+                       && desk.viewable(floating);
+            },
+            patience));
+        // It followed the pointer away from the edge.
+        QVERIFY2(desk.geometry(floating).left() < gutter.x() - 200,
+                 qPrintable(u"%1 from the left"_s.arg(desk.geometry(floating).left())));
+
+        desk.xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"typed afloat"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"typed afloat"_s); },
+                                patience));
+        desk.xdotool({u"key"_s, u"Escape"_s});
+        QVERIFY(QTest::qWaitFor([&] { return !desk.viewable(floating); }, patience));
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() == other; }, patience));
+        QVERIFY(desk.setting("floatingNoteID").isEmpty());
+    }
 };
 
 QTEST_GUILESS_MAIN(TestDeckX11)

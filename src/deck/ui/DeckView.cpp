@@ -535,6 +535,8 @@ void DeckView::logItems() const
         };
         for (const ItemInfo& item : items())
             add(item.kind, item.key, item.rect);
+        if (sheet)
+            add(u"gutter"_s, sheet->noteID(), sheet->gutterRect().translated(sheet->pos()));
         return line;
     });
 }
