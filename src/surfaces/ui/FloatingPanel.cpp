@@ -131,11 +131,11 @@ FloatingPanel::~FloatingPanel()
         binding->unbind();
 }
 
-// Room around the paper: the shadow's, and the rim's outside part.
+// Room around the paper for the shadow, and the rim's outside part within it. Without a
+// compositor nothing around the paper could be clear: the window is the paper alone.
 QMargins FloatingPanel::margins() const
 {
-    const int m =
-        composited ? int(std::ceil(ShadowCache::margin(shadowBlur))) : int(std::ceil(rimOutside));
+    const int m = composited ? int(std::ceil(ShadowCache::margin(shadowBlur))) : 0;
     return {m, m, m, m};
 }
 
@@ -165,6 +165,7 @@ void FloatingPanel::orderFront()
 {
     if (!isVisible()) {
         with.hints.makeFloating(windowHandle());
+        with.hints.setBlurBehind(windowHandle(), composited);
         show();
     }
     raise();
@@ -195,6 +196,10 @@ void FloatingPanel::dismiss(std::optional<QRectF> target)
 {
     going = true;
     binding->unbind();
+    // Above everything while it slides away: the window that gets the keyboard back rises,
+    // and would otherwise cover the note on its way out.
+    if (target && isVisible())
+        setAbove(true);
     if (isActiveWindow())
         with.hints.releaseKeyboard(windowHandle());
     if (!target || !isVisible()) {
@@ -272,6 +277,8 @@ void FloatingPanel::followComposition(bool on)
                    int(FloatingNote::minimumSize.height()) + m.top() + m.bottom());
     setFrame(paper);
     applyShape();
+    if (isVisible())
+        with.hints.setBlurBehind(windowHandle(), on);
     update();
 }
 
@@ -287,16 +294,17 @@ void FloatingPanel::resizeEvent(QResizeEvent*)
 void FloatingPanel::applyShape()
 {
     const QRectF paper = paperRect();
-    QPainterPath rim;
-    rim.addRoundedRect(paper.adjusted(-rimOutside, -rimOutside, rimOutside, rimOutside),
-                       cornerRadius + rimOutside, cornerRadius + rimOutside);
-    const QRegion region(rim.toFillPolygon().toPolygon());
     if (composited) {
+        QPainterPath rim;
+        rim.addRoundedRect(paper.adjusted(-rimOutside, -rimOutside, rimOutside, rimOutside),
+                           cornerRadius + rimOutside, cornerRadius + rimOutside);
         clearMask();
         if (windowHandle())
-            with.hints.setInputRegion(windowHandle(), region);
+            with.hints.setInputRegion(windowHandle(), QRegion(rim.toFillPolygon().toPolygon()));
     } else {
-        setMask(region);
+        QPainterPath shape;
+        shape.addRoundedRect(paper, cornerRadius, cornerRadius);
+        setMask(QRegion(shape.toFillPolygon().toPolygon()));
         if (windowHandle())
             with.hints.setInputRegion(windowHandle(), std::nullopt);
     }
