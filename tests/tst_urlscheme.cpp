@@ -1,5 +1,6 @@
 #include "app/CommandLine.h"
 #include "app/UrlScheme.h"
+#include "support/TestFiles.h"
 
 #include <QTest>
 
@@ -195,6 +196,17 @@ private Q_SLOTS:
         QCOMPARE(parsed.urls, urls);
         QCOMPARE(parsed.help, help);
         QCOMPARE(parsed.error, error);
+    }
+
+    // Without these two lines a link clicked in a browser never reaches the program.
+    void theDesktopEntryHandsLinksToTheProgram()
+    {
+        const QStringList lines =
+            QString::fromUtf8(TestFiles::read(QStringLiteral(PONDRIFT_SOURCE_DIR)
+                                              + u"/resources/app.pondrift.Pondrift.desktop"_s))
+                .split(u'\n');
+        QVERIFY(lines.contains(u"Exec=pondrift %u"_s));
+        QVERIFY(lines.contains(u"MimeType=x-scheme-handler/"_s + UrlScheme::scheme + u';'));
     }
 };
 
