@@ -224,6 +224,7 @@ private Q_SLOTS:
                                            u"limit of 1052672"_s),
                  qPrintable(start.output()));
         QVERIFY(received.isEmpty());
+        QVERIFY2(logged.isEmpty(), "the instance had to refuse what the start should not send");
 
         Start fits(folder(), {u"--big"_s, QString::number(SingleInstance::maxRequestBytes - 1)});
         QVERIFY(fits.finished());

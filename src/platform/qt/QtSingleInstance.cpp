@@ -129,7 +129,9 @@ SingleInstance::Outcome QtSingleInstance::claim(const QStringList& request)
     return listen();
 }
 
-// REQUIRES: the lock, and no one listening on the socket.
+// REQUIRES: the lock, and no one listening on the socket. Trap: with access options Qt makes
+// the socket elsewhere and renames it over the path, so listening replaces any socket there,
+// a live instance's too; only a refused connection under the lock makes it safe.
 SingleInstance::Outcome QtSingleInstance::listen()
 {
     QLocalServer::removeServer(socketPath());
