@@ -14,6 +14,7 @@
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtPointer.h"
 #include "platform/qt/QtScheduler.h"
+#include "platform/qt/QtSingleInstance.h"
 #include "platform/x11/X11Compositor.h"
 #include "platform/x11/X11DisplayLoss.h"
 #include "platform/x11/X11WindowHints.h"
@@ -81,4 +82,9 @@ AppServices::Backends makeProductionBackends()
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
     backends.whenDisplayIsLost = &X11DisplayLoss::callBeforeExit;
     return backends;
+}
+
+std::unique_ptr<SingleInstance> makeSingleInstance()
+{
+    return std::make_unique<QtSingleInstance>(QtSingleInstance::defaultFolder());
 }
