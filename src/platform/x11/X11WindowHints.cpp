@@ -280,9 +280,15 @@ void X11WindowHints::releaseKeyboard(QWindow* window)
     // a pager asks, since it is the person's own action that ends the panel's turn. The
     // window manager may not have written the panel as active yet when a note closes right
     // after it opened, so the keyboard's focus counts too.
-    if (previous == XCB_NONE || (x->activeWindow() != id && x->inputFocus() != id))
+    const xcb_window_t active = x->activeWindow();
+    if (previous == XCB_NONE || (active != id && x->inputFocus() != id))
         return;
-    x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, serverTime(), 0, 0, 0});
+    const quint32 now = serverTime();
+    x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, now, 0, 0, 0});
+    // A window manager that still counts the earlier window as active has nothing to do for
+    // that request, and the keyboard would stay here: it is handed over directly as well.
+    if (active == previous)
+        xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, now ? now : XCB_CURRENT_TIME);
     xcb_flush(x->qt);
 }
 
