@@ -112,10 +112,10 @@ class EditorViewTest : public QObject {
     }
 
     // A photo as a camera leaves it: a JPEG file of that many pixels, one colour.
-    QString makePhoto(QSize size, QColor colour = QColor(40, 120, 200))
+    QString makePhoto(QSize size)
     {
         QImage image(size, QImage::Format_RGB32);
-        image.fill(colour);
+        image.fill(QColor(40, 120, 200));
         QByteArray jpeg;
         QBuffer buffer(&jpeg);
         buffer.open(QIODevice::WriteOnly);
@@ -753,63 +753,6 @@ private Q_SLOTS:
         QVERIFY2(decodes.list.isEmpty(), "a keystroke decodes no photo");
         QVERIFY2(view->imageOverlays()->widgets() == photos,
                  "the photos' widgets are kept and moved, not made again");
-    }
-
-    void overlaysOfOnePictureShareOneDecodedImage()
-    {
-        const QString id = makePhoto({4000, 3000});
-        Decodes decodes(images);
-        const qint64 cached = images.displayCacheBytes();
-        auto view = makeView(ImageTokens::token(id) + u"\ntext\n"_s + ImageTokens::token(id));
-        QVERIFY(view);
-        view->grab();
-        QCOMPARE(view->imageOverlays()->widgets().size(), 2);
-        QCOMPARE(decodes.list.size(), 1);
-        QCOMPARE(images.displayCacheBytes() - cached,
-                 QImage(decodes.list[0].second, QImage::Format_RGB32).sizeInBytes());
-        images.deleteImages({id});
-    }
-
-    // A photo above Qt's default decode limit shows; a broken one shows the placeholder. Either
-    // way its file stays as it came.
-    void photosAbove33MegapixelsShowAndNoFileChanges_data()
-    {
-        QTest::addColumn<QSize>("pixels");
-        QTest::addColumn<bool>("broken");
-        QTest::newRow("a 40-megapixel photo shows, not as missing") << QSize(7300, 5500) << false;
-        QTest::newRow("a photo with broken data shows the placeholder") << QSize(400, 300) << true;
-    }
-    void photosAbove33MegapixelsShowAndNoFileChanges()
-    {
-        QFETCH(QSize, pixels);
-        QFETCH(bool, broken);
-        const QColor colour(40, 120, 200);
-        QString id = makePhoto(pixels, colour);
-        if (broken) { // a PNG whose pixel data has been overwritten behind a good header
-            QImage image(pixels, QImage::Format_RGB32);
-            image.fill(colour);
-            QByteArray png;
-            QBuffer buffer(&png);
-            buffer.open(QIODevice::WriteOnly);
-            image.save(&buffer, "PNG");
-            png.replace(png.indexOf("IDAT") + 4, 16, QByteArray(16, '\x5A'));
-            id = *images.save(png, u"png"_s);
-        }
-        const QString path = *images.filePath(id);
-        const QByteArray before = TestFiles::read(path);
-        auto view = makeView(u"photo\n"_s + ImageTokens::token(id));
-        QVERIFY(view);
-        const QList<NoteImageOverlayWidget*> photos = view->imageOverlays()->widgets();
-        QCOMPARE(photos.size(), 1);
-        QVERIFY(photos[0]->hasFile());
-        QCOMPARE(photos[0]->width(), 320);
-        const QColor shown = photos[0]->grab().toImage().pixelColor(160, 120);
-        const bool isPhoto = qAbs(shown.red() - colour.red()) + qAbs(shown.green() - colour.green())
-                                 + qAbs(shown.blue() - colour.blue())
-                             < 12;
-        QCOMPARE(isPhoto, !broken);
-        QCOMPARE(TestFiles::read(path), before);
-        images.deleteImages({id});
     }
 };
 
