@@ -152,19 +152,6 @@ private Q_SLOTS:
         QCOMPARE(asked, 1);
     }
 
-    void theSyncFollowsTheSettingsRoot()
-    {
-        Program program;
-        QTemporaryDir root;
-        Settings::setCloudSyncRoot(root.path());
-        Settings::setCloudSyncEnabled(true);
-        program.services->openNotes();
-        program.services->makeSync();
-        program.services->cloudSync()->reload();
-        QCOMPARE(QDir(root.filePath(u"Pondrift"_s)).entryList({u"*.md"_s}, QDir::Files).size(), 1);
-        QVERIFY(QFile::exists(program.services->paths().syncIndex()));
-    }
-
     // The sync root is chosen once, when sync is on and none is stored, and kept: while it
     // is away (a disk unmounted) no pass runs anywhere else, so nothing written meanwhile is
     // taken for deleted when it comes back.

@@ -516,19 +516,6 @@ private Q_SLOTS:
         QCOMPARE(model.openedHeight(), 200.0);
         QCOMPARE(model.openedTop(), std::optional(40.0));
     }
-
-    void theFindBarShowsForEmptyTextAndGoesOnlyWhenAbsent()
-    {
-        DeckModel model;
-        QSignalSpy changed(&model, &DeckModel::changed);
-        model.setFindQuery(QString());
-        model.setFindQuery(QString());
-        QCOMPARE(model.findQuery(), std::optional(QString()));
-        QCOMPARE(changed.count(), 1);
-        model.setFindQuery(std::nullopt);
-        QCOMPARE(model.findQuery(), std::nullopt);
-        QCOMPARE(changed.count(), 2);
-    }
 };
 
 QTEST_GUILESS_MAIN(TestDeckController)
