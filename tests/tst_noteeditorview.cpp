@@ -189,13 +189,35 @@ private Q_SLOTS:
         QVERIFY(f.lib.storedNote(f.id)->body.contains(u"abc"_s));
     }
 
-    void archivingClosesTheNote()
+    void theFootersButtonsActAndCloseTheNote_data()
+    {
+        QTest::addColumn<QString>("button");
+        QTest::newRow("archive") << u"action.archive"_s;
+        QTest::newRow("delete") << u"action.delete"_s;
+    }
+    void theFootersButtonsActAndCloseTheNote()
+    {
+        QFETCH(QString, button);
+        OpenNote f;
+        f.part<QAbstractButton>(button)->click();
+        const std::optional<Note> stored = f.lib.storedNote(f.id);
+        if (button == u"action.archive"_s)
+            QVERIFY(stored && stored->archived);
+        else
+            QVERIFY(!f.notes.note(f.id));
+        QVERIFY(f.deck.state().isFan());
+    }
+
+    void theHeadersButtonsChangeTheNote()
     {
         OpenNote f;
-        f.part<QAbstractButton>(u"action.archive"_s)->click();
-        QVERIFY(f.notes.note(f.id)->archived);
-        QVERIFY(f.lib.storedNote(f.id)->archived);
-        QVERIFY(f.deck.state().isFan());
+        f.part<QAbstractButton>(u"pin"_s)->click();
+        QVERIFY(f.notes.note(f.id)->pinned);
+        f.view->textView()->moveCursor(QTextCursor::End);
+        f.part<QAbstractButton>(u"task"_s)->click();
+        QCOMPARE(f.notes.note(f.id)->body, u"# Groceries\nmilk"_s);
+        f.part<QAbstractButton>(u"colour2"_s)->click();
+        QCOMPARE(f.notes.note(f.id)->color, 2);
     }
 };
 
