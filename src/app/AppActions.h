@@ -33,6 +33,8 @@ public:
     // hands them in. One that does not qualify is skipped with a log line and the next is
     // taken. Answers why each skipped one was, for the sender to tell.
     QStringList openUrls(const QStringList& urls);
+    // Runs the command, or logs that its surface (what) is not there yet.
+    void runOrLog(const QString& id, const QString& what);
 
 private:
     // The deck's view of the table.
@@ -55,8 +57,6 @@ private:
 
     void newNote();
     bool addNote(const QString& body);
-    // Runs the command, or logs that its surface is not there yet.
-    void runOrLog(const QString& id, const QString& what);
     void stepFontSize(double delta);
     void refreshDecks();
     void addSettingsCommands();

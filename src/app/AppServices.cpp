@@ -1,5 +1,6 @@
 #include "app/AppServices.h"
 
+#include "app/HotKeys.h"
 #include "deck/DeckManager.h"
 #include "deck/DeckWindow.h"
 #include "images/ImageStore.h"
@@ -43,12 +44,17 @@ AppServices::AppServices(Backends given, Paths data, QString home)
     Ink::install(*backends.fonts);
     // Before any widget exists, so that every text comes in the user's language.
     L10n::install(Settings::appLanguage());
+    if (backends.hotKeys)
+        keys = std::make_unique<HotKeys>(*backends.hotKeys);
 }
 
-// The engine and the store go before the backends they hold on to.
+// The engine and the store go before the backends they hold on to, and whatever holds a
+// note (a deck, the floating note) before the store.
 AppServices::~AppServices()
 {
+    keys.reset();
     decks.reset();
+    floating.reset();
     sync.reset();
     trash.reset();
     syncFolder.reset();

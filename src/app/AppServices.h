@@ -3,6 +3,7 @@
 #include "app/AppLifecycle.h"
 #include "notes/NoteStore.h"
 #include "notes/Paths.h"
+#include "platform/HotKeyBackend.h"
 
 #include <QString>
 
@@ -14,6 +15,7 @@ class Compositor;
 class DeckActions;
 class DeckManager;
 class FloatingNote;
+class HotKeys;
 class FloatingWindow;
 class DeckWindow;
 class LocalTrash;
@@ -86,6 +88,8 @@ public:
         // Marks misspelled words in the editor; one that is not available leaves spelling
         // off. Absent: also off.
         std::unique_ptr<SpellChecker> spellChecker;
+        // Keys from anywhere on the desktop; absent where the program takes none.
+        std::unique_ptr<HotKeyBackend> hotKeys;
         // The window of a deck, from what it is made with. Absent where the program has no
         // deck window to show; then no deck is made.
         std::function<std::unique_ptr<DeckWindow>(const DeckWindowParts&)> makeDeckWindow;
@@ -153,6 +157,8 @@ public:
     // Absent until openDecks, and without a deck window.
     DeckManager* deckManager() { return decks.get(); }
     FloatingNote* floatingNote() { return floating.get(); }
+    // Absent without a hot key backend.
+    HotKeys* hotKeys() { return keys.get(); }
 
     // The sync root the settings name. With none named and sync on, the first sync client's
     // folder found in the home folder is stored as the root and given; with none found,
@@ -174,6 +180,7 @@ private:
     // Before the decks, which hold it: they go first.
     std::unique_ptr<FloatingNote> floating;
     std::unique_ptr<DeckManager> decks;
+    std::unique_ptr<HotKeys> keys;
     // The missing sync root is logged once, not on every pass.
     bool toldNoRoot = false;
 };

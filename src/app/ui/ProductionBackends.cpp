@@ -5,6 +5,7 @@
 #include "l10n/L10n.h"
 #include "notes/ui/StorageErrorDialog.h"
 #include "platform/fallback/FixedCompositor.h"
+#include "platform/fallback/NoHotKeys.h"
 #include "platform/fallback/NoSpellChecker.h"
 #include "platform/fallback/NoWindowHints.h"
 #include "platform/fallback/UsKeyboardLayout.h"
@@ -17,6 +18,7 @@
 #include "platform/qt/QtSingleInstance.h"
 #include "platform/x11/X11Compositor.h"
 #include "platform/x11/X11DisplayLoss.h"
+#include "platform/x11/X11HotKeys.h"
 #include "platform/x11/X11WindowHints.h"
 #include "platform/x11/XkbKeyboardLayout.h"
 #include "platform/xdg/FontconfigFonts.h"
@@ -71,6 +73,10 @@ AppServices::Backends makeProductionBackends()
             parts.notes, parts.scheduler, parts.actions, parts.displays, parts.pointer, parts.hints,
             parts.compositor, parts.keyboard, parts.desktop, parts.images, parts.spellChecker});
     };
+    if (auto x11 = X11HotKeys::open(*backends.keyboardLayout))
+        backends.hotKeys = std::move(x11);
+    else
+        backends.hotKeys = std::make_unique<NoHotKeys>();
     backends.makeFloatingWindow = [](FloatingNote& owner, const QString& id,
                                      const AppServices::DeckWindowParts& parts) {
         return new FloatingPanel(owner, id,
