@@ -7,6 +7,7 @@
 #include "platform/Log.h"
 #include "settings/DeckStyle.h"
 #include "settings/Settings.h"
+#include "surfaces/QuickCapture.h"
 
 #include <cmath>
 #include <optional>
@@ -20,6 +21,12 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
     actions.insert(u"biggerText"_s, [this](const QString&) { stepFontSize(+1.5); });
     actions.insert(u"smallerText"_s, [this](const QString&) { stepFontSize(-1.5); });
     actions.insert(u"refreshDecks"_s, [this](const QString&) { refreshDecks(); });
+    actions.insert(u"quickCapture"_s, [this](const QString&) {
+        if (QuickCapture* capture = this->services.quickCapture())
+            capture->show();
+        else
+            Log::line(u"quick capture is not available here; the request is dropped"_s);
+    });
     actions.insert(u"quit"_s, [quit = std::move(quit)](const QString&) { quit(); });
     addSettingsCommands();
 }

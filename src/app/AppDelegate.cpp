@@ -5,6 +5,7 @@
 #include "notes/NoteStore.h"
 #include "notes/NoteText.h"
 #include "platform/Log.h"
+#include "surfaces/QuickCapture.h"
 #include "sync/CloudSync.h"
 
 #include <QGuiApplication>
@@ -132,7 +133,13 @@ void AppDelegate::registerHotKeys()
         [this](quint32) { commands.run(u"newNote"_s); },
         [this](quint32) { commands.runOrLog(u"openAllNotes"_s, u"the list of all notes"_s); },
         [this](quint32) { commands.runOrLog(u"openArchive"_s, u"the archive"_s); },
-        [this](quint32) { commands.runOrLog(u"quickCapture"_s, u"quick capture"_s); });
+        // The press's time lets the panel take the keyboard.
+        [this](quint32 time) {
+            if (QuickCapture* capture = services.quickCapture())
+                capture->toggle(time);
+            else
+                commands.runOrLog(u"quickCapture"_s, u"quick capture"_s);
+        });
 }
 
 // On Linux the program is updated through the system's packages; there is no updater.

@@ -22,6 +22,7 @@
 #include "platform/WindowHints.h"
 #include "settings/Settings.h"
 #include "surfaces/FloatingNote.h"
+#include "surfaces/QuickCapture.h"
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
 #include "sync/DocumentNames.h"
@@ -55,6 +56,7 @@ AppServices::~AppServices()
     keys.reset();
     decks.reset();
     floating.reset();
+    capture.reset();
     sync.reset();
     trash.reset();
     syncFolder.reset();
@@ -93,6 +95,11 @@ void AppServices::openDecks(DeckActions& actions)
             .spellChecker = spellChecker(),
         };
     };
+    if (backends.makeCaptureWindow)
+        capture = std::make_unique<QuickCapture>(
+            *notes, scheduler(), pointer(), displays(), [this, parts](QuickCapture& owner) {
+                return backends.makeCaptureWindow(owner, parts(0));
+            });
     if (backends.makeFloatingWindow)
         floating = std::make_unique<FloatingNote>(
             *notes, scheduler(), pointer(), displays(),
@@ -117,6 +124,7 @@ void AppServices::closeDecks()
 {
     decks.reset();
     floating.reset();
+    capture.reset();
 }
 
 void AppServices::makeSync()

@@ -14,7 +14,9 @@ class CloudSync;
 class Compositor;
 class DeckActions;
 class DeckManager;
+class CaptureWindow;
 class FloatingNote;
+class QuickCapture;
 class HotKeys;
 class FloatingWindow;
 class DeckWindow;
@@ -98,6 +100,9 @@ public:
         std::function<FloatingWindow*(FloatingNote& owner, const QString& noteID,
                                       const DeckWindowParts&)>
             makeFloatingWindow;
+        // The quick capture panel, from the same parts. Absent where there is none.
+        std::function<CaptureWindow*(QuickCapture& owner, const DeckWindowParts&)>
+            makeCaptureWindow;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
@@ -157,6 +162,8 @@ public:
     // Absent until openDecks, and without a deck window.
     DeckManager* deckManager() { return decks.get(); }
     FloatingNote* floatingNote() { return floating.get(); }
+    // Absent until openDecks, and without a capture window.
+    QuickCapture* quickCapture() { return capture.get(); }
     // Absent without a hot key backend.
     HotKeys* hotKeys() { return keys.get(); }
 
@@ -177,6 +184,7 @@ private:
     std::unique_ptr<CloudFolder> syncFolder;
     std::unique_ptr<LocalTrash> trash;
     std::unique_ptr<CloudSync> sync;
+    std::unique_ptr<QuickCapture> capture;
     // Before the decks, which hold it: they go first.
     std::unique_ptr<FloatingNote> floating;
     std::unique_ptr<DeckManager> decks;

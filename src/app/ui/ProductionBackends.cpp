@@ -24,6 +24,7 @@
 #include "platform/xdg/FontconfigFonts.h"
 #include "platform/xdg/HunspellSpellChecker.h"
 #include "platform/xdg/XdgLoginItem.h"
+#include "surfaces/ui/CapturePanel.h"
 #include "surfaces/ui/FloatingPanel.h"
 #include "sync/ui/MassDeleteDialog.h"
 
@@ -83,6 +84,11 @@ AppServices::Backends makeProductionBackends()
                                  FloatingPanel::Parts{parts.notes, parts.scheduler, parts.desktop,
                                                       parts.images, parts.hints, parts.compositor,
                                                       parts.spellChecker});
+    };
+    backends.makeCaptureWindow = [](QuickCapture& owner,
+                                    const AppServices::DeckWindowParts& parts) {
+        return new CapturePanel(owner,
+                                CapturePanel::Parts{parts.notes, parts.hints, parts.compositor});
     };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
