@@ -20,6 +20,8 @@
 #   note-left     the open note on the left edge
 #   float         the note pulled off the deck by its gutter, floating over another window
 #   float-tuck    the floating note half-way through tucking itself away after Escape
+#   capture       quick capture opened by its hot key (Ctrl+Shift+Space), a few words typed
+#                 and the second note chosen with Ctrl+3
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${1:-$root/build/screenshots}
@@ -54,7 +56,7 @@ prepare() {
   esac
   case "$scene" in
     damaged-key) head -c 5 /dev/urandom >"$home/data/Pondrift/note.key" ;;
-    deck-* | note-* | float*)
+    deck-* | note-* | float* | capture)
       if [ "$language" = zh-Hans ]; then
         "$root/build/release/tests/helpers/seednotes" "$home/data/Pondrift" \
           "购物清单|牛奶\\n鸡蛋\\n☐ 面包\\n☑ 咖啡${picture}" '给妈妈打电话|周日下午' '演讲的想法|先讲故事，再讲数字' \
@@ -87,6 +89,18 @@ act() {
   case "$scene" in deck-left | note-left) edge_x=3 ;; esac
   case "$scene" in
     deck-rest | damaged-key) return 0 ;;
+    capture)
+      xdotool mousemove --sync $((640 * scale)) $((400 * scale)) key ctrl+shift+space
+      sleep 0.8
+      if [ "$4" = zh-Hans ]; then
+        xdotool type --delay 40 "买邮票"
+      else
+        xdotool type --delay 40 "Buy stamps on the way"
+      fi
+      xdotool key ctrl+3
+      sleep 0.5
+      return 0
+      ;;
   esac
   case "$scene" in
     float*)
@@ -179,7 +193,7 @@ shoot() {
   local shot=$out/$scene-$language-${scale}x$suffix.png ok=1
   if wait_for xdotool search --onlyvisible --name Pondrift; then
     sleep 0.5 # the compositor's fade-in
-    act "$scene" "$home/log" "$scale"
+    act "$scene" "$home/log" "$scale" "$language"
     import -window root "$shot"
     echo "$shot"
   else
@@ -194,7 +208,7 @@ shoot() {
 }
 
 failed=0
-for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck}; do
+for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture}; do
   for language in ${PONDRIFT_LANGUAGES:-en zh-Hans}; do
     for scale in 1 2; do
       for compositor in ${PONDRIFT_COMPOSITORS:-picom none}; do

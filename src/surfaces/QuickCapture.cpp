@@ -88,12 +88,12 @@ QList<Note> QuickCapture::targets() const
     return active;
 }
 
-std::optional<std::optional<int>> QuickCapture::targetForDigit(int digit, int targetCount)
+std::optional<int> QuickCapture::targetForDigit(int digit, int targetCount)
 {
     if (digit == 1)
-        return std::optional<int>();
+        return newNoteTarget;
     if (digit >= 2 && digit <= 9 && digit - 2 < targetCount)
-        return std::optional<int>(digit - 2);
+        return digit - 2;
     return std::nullopt;
 }
 

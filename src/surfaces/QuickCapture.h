@@ -67,9 +67,10 @@ public:
 
     // The notes the panel offers to append to, in the deck's order.
     QList<Note> targets() const;
-    // Control and a digit: 1 is a new note, 2 to 9 the targets in order. Absent for a digit
-    // that picks nothing; the inner value absent for the new note.
-    static std::optional<std::optional<int>> targetForDigit(int digit, int targetCount);
+    // Control and a digit: 1 is a new note (newNoteTarget), 2 to 9 the targets in order (an
+    // index of targets()). Absent for a digit that picks nothing.
+    static constexpr int newNoteTarget = -1;
+    static std::optional<int> targetForDigit(int digit, int targetCount);
 
 private:
     QRectF frameUnderPointer() const;

@@ -126,6 +126,8 @@ CapturePanel::CapturePanel(QuickCapture& owner, Parts parts)
     text->setFont(Ink::body(13.5));
     text->setFrameShape(QFrame::NoFrame);
     text->setFixedHeight(72);
+    // The words line up with the heading above them.
+    text->document()->setDocumentMargin(1);
     text->viewport()->setAutoFillBackground(false);
     text->setAutoFillBackground(false);
     text->setAccessibleName(L10n::text(u"capture.title"_s));
@@ -255,7 +257,8 @@ bool CapturePanel::eventFilter(QObject* watched, QEvent* event)
         const auto picked =
             QuickCapture::targetForDigit(key->key() - Qt::Key_0, int(targets.size()));
         if (picked)
-            choose(*picked ? std::optional(targets[**picked].id) : std::nullopt);
+            choose(*picked == QuickCapture::newNoteTarget ? std::nullopt
+                                                          : std::optional(targets[*picked].id));
         return true;
     }
     return false;
