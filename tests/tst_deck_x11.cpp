@@ -520,6 +520,39 @@ private Q_SLOTS:
         QVERIFY(QTest::qWaitFor([&] { return desk.focus() == other; }, patience));
         QVERIFY(desk.setting("floatingNoteID").isEmpty());
     }
+
+    // The capture key from another program's window opens quick capture with the keyboard;
+    // the words typed and Return are a new note, and the keyboard goes back.
+    void theCaptureKeyTakesAFewWordsFromAnywhere()
+    {
+        DeckOnScreen desk;
+        QVERIFY2(desk.startDesktop(), "Xvfb, openbox and picom are needed for this test");
+        QVERIFY(desk.seed({u"Groceries"_s}));
+        QVERIFY(desk.launch());
+        xcb_window_t deck = XCB_NONE;
+        QVERIFY(QTest::qWaitFor([&] { return (deck = desk.deckWindow()) && desk.viewable(deck); },
+                                patience));
+        const xcb_window_t other = desk.openOtherWindow();
+        QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
+        desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
+        QCOMPARE(desk.focus(), other);
+
+        desk.xdotool({u"key"_s, u"ctrl+shift+space"_s});
+        xcb_window_t panel = XCB_NONE;
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                panel = desk.focus();
+                return panel != other && panel != deck && panel > XCB_INPUT_FOCUS_PARENT
+                       && desk.viewable(panel);
+            },
+            patience));
+        desk.xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"captured words"_s});
+        desk.xdotool({u"key"_s, u"Return"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"captured words"_s); },
+                                patience));
+        QVERIFY(QTest::qWaitFor([&] { return !desk.viewable(panel); }, patience));
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() == other; }, patience));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestDeckX11)
