@@ -351,7 +351,13 @@ private Q_SLOTS:
         hints->releaseKeyboard(&panel);
         QTRY_VERIFY_WITH_TIMEOUT(!takesInput(panel), patience);
         QVERIFY(hasPanelState(panel));
-        QTRY_VERIFY_WITH_TIMEOUT(other.isActive(), patience);
+        QTRY_VERIFY2_WITH_TIMEOUT(
+            other.isActive(),
+            qPrintable(u"focus %1, active %2, other %3, panel %4"_s.arg(inputFocus())
+                           .arg(windowProperty(root(), "_NET_ACTIVE_WINDOW").value(0))
+                           .arg(other.winId())
+                           .arg(panel.winId())),
+            patience);
     }
 
     void theServersScreenIsTheMainDisplay()

@@ -272,16 +272,19 @@ void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
 
 void X11WindowHints::releaseKeyboard(QWindow* window)
 {
-    window->setFlag(Qt::WindowDoesNotAcceptFocus, true);
     const auto id = static_cast<xcb_window_t>(window->winId());
     const xcb_window_t previous = x->before.take(id);
+    // Whether the panel holds the keyboard is asked before the window says it takes none: a
+    // window manager that sees that may move the focus at once, and not always to where the
+    // person was. The window manager may not have written the panel as active yet when a
+    // note closes right after it opened, so the keyboard's focus counts too.
+    const xcb_window_t active = x->activeWindow();
+    const bool holds = active == id || x->inputFocus() == id;
+    window->setFlag(Qt::WindowDoesNotAcceptFocus, true);
     // The keyboard goes back to where the person was working, unless they have already
     // taken it elsewhere (a click in another window is what closed the panel, say). Asked as
-    // a pager asks, since it is the person's own action that ends the panel's turn. The
-    // window manager may not have written the panel as active yet when a note closes right
-    // after it opened, so the keyboard's focus counts too.
-    const xcb_window_t active = x->activeWindow();
-    if (previous == XCB_NONE || (active != id && x->inputFocus() != id))
+    // a pager asks, since it is the person's own action that ends the panel's turn.
+    if (previous == XCB_NONE || !holds)
         return;
     const quint32 now = serverTime();
     x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, now, 0, 0, 0});
