@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 #include <QHash>
 #include <QList>
+#include <QTimer>
 #include <QVariant>
 #include <QWindow>
 
@@ -56,6 +57,8 @@ constexpr quint32 stateAdd = 1;
 constexpr quint32 sourceApplication = 1;
 // Messages a pager or taskbar sends for the user, which window managers always honour.
 constexpr quint32 sourcePager = 2;
+// Milliseconds after a hand-back of the keyboard when it is looked at again.
+constexpr int handBackCheck = 150;
 
 template <typename T>
 struct FreeReply {
@@ -105,6 +108,13 @@ struct X11WindowHints::Connection {
         if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
             return XCB_NONE;
         return *static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
+    }
+
+    bool viewable(xcb_window_t window) const
+    {
+        Reply<xcb_get_window_attributes_reply_t> reply(
+            xcb_get_window_attributes_reply(qt, xcb_get_window_attributes(qt, window), nullptr));
+        return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
     }
 
     xcb_window_t inputFocus() const
@@ -293,6 +303,17 @@ void X11WindowHints::releaseKeyboard(QWindow* window)
     if (active == previous)
         xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, now ? now : XCB_CURRENT_TIME);
     xcb_flush(x->qt);
+    // A window that takes no keyboard must not keep it. Should the panel still hold it a
+    // moment later (a window manager still busy with the panel's own activation, say), the
+    // keyboard is handed over again, at the server's current time.
+    QTimer::singleShot(handBackCheck, window, [this, id, previous] {
+        if (x->inputFocus() != id)
+            return;
+        x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, 0, 0, 0, 0});
+        if (x->viewable(previous))
+            xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, XCB_CURRENT_TIME);
+        xcb_flush(x->qt);
+    });
 }
 
 void X11WindowHints::setBlurBehind(QWindow* window, bool on)
