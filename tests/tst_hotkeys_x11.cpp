@@ -6,6 +6,7 @@
 #include "settings/Settings.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
+#include "support/VirtualScreen.h"
 
 #include <QGuiApplication>
 #include <QProcess>
@@ -13,6 +14,7 @@
 
 #include <xcb/xcb.h>
 
+#include <cstdio>
 #include <cstdlib>
 
 using namespace Qt::Literals::StringLiterals;
@@ -114,5 +116,19 @@ private Q_SLOTS:
     }
 };
 
-QTEST_MAIN(TestHotKeysX11)
+// On an X server of its own: the programs other tests start on the shared one hold global
+// keys of their own.
+int main(int argc, char** argv)
+{
+    VirtualScreen screen;
+    const QByteArray display = screen.start(QSize(1024, 768));
+    if (display.isEmpty()) {
+        std::fprintf(stderr, "tst_hotkeys_x11: Xvfb is needed for this test\n");
+        return 1;
+    }
+    qputenv("DISPLAY", display);
+    QGuiApplication app(argc, argv);
+    TestHotKeysX11 test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_hotkeys_x11.moc"

@@ -1,6 +1,8 @@
 #include "notes/Store.h"
 #include "platform/qt/QtFiles.h"
+#include "support/VirtualScreen.h"
 
+#include <QCoreApplication>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -8,6 +10,7 @@
 #include <xcb/xcb.h>
 
 #include <csignal>
+#include <cstdio>
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -208,5 +211,19 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestLaunch)
+// On an X server of its own, so that the windows other tests show meanwhile on the shared
+// one neither count among the program's nor hold its global keys.
+int main(int argc, char** argv)
+{
+    VirtualScreen screen;
+    const QByteArray display = screen.start(QSize(1280, 800));
+    if (display.isEmpty()) {
+        std::fprintf(stderr, "tst_launch_x11: Xvfb is needed for this test\n");
+        return 1;
+    }
+    qputenv("DISPLAY", display);
+    QCoreApplication app(argc, argv);
+    TestLaunch test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_launch_x11.moc"
