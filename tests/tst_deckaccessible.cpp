@@ -4,9 +4,7 @@
 #include "notes/Ink.h"
 #include "settings/Settings.h"
 #include "support/DeckRig.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
-#include "support/TableFonts.h"
+#include "support/InstalledSettings.h"
 
 #include <QAccessible>
 #include <QStandardPaths>
@@ -72,18 +70,11 @@ QString cog() { return L10n::text(u"help.settings"_s); }
 class TestDeckAccessible : public QObject {
     Q_OBJECT
 
-    MemoryDefaults defaults;
-    MemoryLoginItem loginItem;
-    TableFonts fonts;
+    InstalledSettings settings;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        Settings::install(defaults, loginItem);
-        Ink::install(fonts);
-    }
-    void init() { defaults.values.clear(); }
+    void initTestCase() { settings.install(); }
+    void init() { settings.defaults.values.clear(); }
 
     void everyDrawnItemIsAChildWithItsNameRoleAndPlace_data()
     {

@@ -5,9 +5,7 @@
 #include "notes/Ink.h"
 #include "settings/Settings.h"
 #include "support/DeckRig.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
-#include "support/TableFonts.h"
+#include "support/InstalledSettings.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -76,18 +74,11 @@ struct FannedView : DeckRig {
 class TestDeckView : public QObject {
     Q_OBJECT
 
-    MemoryDefaults defaults;
-    MemoryLoginItem loginItem;
-    TableFonts fonts;
+    InstalledSettings settings;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        Settings::install(defaults, loginItem);
-        Ink::install(fonts);
-    }
-    void init() { defaults.values.clear(); }
+    void initTestCase() { settings.install(); }
+    void init() { settings.defaults.values.clear(); }
 
     // One gesture both clicks and drags: only vertical travel beyond 5 points drags, and a
     // drag never clicks, even when it comes back where it began.

@@ -4,11 +4,9 @@
 #include "settings/Settings.h"
 #include "support/FakeDisplays.h"
 #include "support/FakePointer.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
+#include "support/InstalledSettings.h"
 #include "support/RecordingDesktop.h"
 #include "support/RecordingWindowHints.h"
-#include "support/TableFonts.h"
 #include "support/TestLibrary.h"
 #include "surfaces/FloatingNote.h"
 #include "surfaces/FloatingWindow.h"
@@ -105,20 +103,13 @@ struct Floating {
 class TestFloatingNote : public QObject {
     Q_OBJECT
 
-    MemoryDefaults defaults;
-    MemoryLoginItem loginItem;
-    TableFonts fonts;
+    InstalledSettings settings;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        Settings::install(defaults, loginItem);
-        Ink::install(fonts);
-    }
+    void initTestCase() { settings.install(); }
     void init()
     {
-        defaults.values.clear();
+        settings.defaults.values.clear();
         Settings::setFloatingNoteSize({400, 300});
     }
 

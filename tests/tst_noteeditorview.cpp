@@ -7,10 +7,8 @@
 #include "notes/Ink.h"
 #include "settings/Settings.h"
 #include "support/DeckRig.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
+#include "support/InstalledSettings.h"
 #include "support/RecordingDesktop.h"
-#include "support/TableFonts.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -68,17 +66,10 @@ struct OpenNote : DeckRig {
 class TestNoteEditorView : public QObject {
     Q_OBJECT
 
-    MemoryDefaults defaults;
-    MemoryLoginItem loginItem;
-    TableFonts fonts;
+    InstalledSettings settings;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        Settings::install(defaults, loginItem);
-        Ink::install(fonts);
-    }
+    void initTestCase() { settings.install(); }
 
     void theGutterDetachesOnlyPastFortyPointsAwayFromTheEdge_data()
     {

@@ -3,10 +3,8 @@
 #include "settings/Settings.h"
 #include "support/FakeDisplays.h"
 #include "support/FakePointer.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
+#include "support/InstalledSettings.h"
 #include "support/RecordingWindowHints.h"
-#include "support/TableFonts.h"
 #include "support/TestLibrary.h"
 #include "surfaces/QuickCapture.h"
 #include "surfaces/ui/CapturePanel.h"
@@ -54,17 +52,10 @@ struct Capture {
 class TestQuickCapture : public QObject {
     Q_OBJECT
 
-    MemoryDefaults defaults;
-    MemoryLoginItem loginItem;
-    TableFonts fonts;
+    InstalledSettings settings;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        Settings::install(defaults, loginItem);
-        Ink::install(fonts);
-    }
+    void initTestCase() { settings.install(); }
 
     // A held or repeated key leaves the panel as it is; a later press closes it; it opens
     // a little above the middle of the display under the pointer.
