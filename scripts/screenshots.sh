@@ -132,7 +132,7 @@ act() {
       sleep 1
       xdotool key ctrl+f
       sleep 0.3
-      xdotool type --delay 40 milk
+      if [ "$4" = zh-Hans ]; then xdotool type --delay 40 "牛奶"; else xdotool type --delay 40 milk; fi
       sleep 0.5
       ;;
     float*)
