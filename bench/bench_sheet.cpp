@@ -8,6 +8,7 @@
 // counted; it is the same wait whatever the note.
 //
 // Run: QT_QPA_PLATFORM=offscreen build/bench/bench_sheet
+#include "StandIns.h"
 #include "deck/DeckActions.h"
 #include "deck/DeckController.h"
 #include "deck/DeckWindow.h"
@@ -18,11 +19,6 @@
 #include "notes/NoteStore.h"
 #include "notes/Paths.h"
 #include "notes/Store.h"
-#include "platform/Defaults.h"
-#include "platform/Desktop.h"
-#include "platform/Displays.h"
-#include "platform/LoginItem.h"
-#include "platform/Pointer.h"
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/xdg/FontconfigFonts.h"
@@ -41,36 +37,7 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-struct MemoryDefaults final : Defaults {
-    QVariant value(const QString& key) const override { return values.value(key); }
-    void setValue(const QString& key, const QVariant& value) override { values[key] = value; }
-    bool contains(const QString& key) const override { return values.contains(key); }
-    void remove(const QString& key) override { values.remove(key); }
-    QHash<QString, QVariant> values;
-};
-
-struct NoLoginItem final : LoginItem {
-    bool isEnabled() const override { return false; }
-    std::optional<QString> enable() override { return std::nullopt; }
-    std::optional<QString> disable() override { return std::nullopt; }
-};
-
-struct NoDesktop final : Desktop {
-    bool openUrl(const QUrl&) override { return false; }
-};
-
-struct OneDisplay final : Displays {
-    QList<DisplayInfo> list() const override
-    {
-        return {{1, u"bench"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 0, 1920, 1080), true}};
-    }
-};
-
-struct StillPointer final : Pointer {
-    QPointF location() const override { return {1910, 540}; }
-    Qt::KeyboardModifiers modifiers() const override { return {}; }
-    Qt::MouseButtons buttons() const override { return {}; }
-};
+using namespace StandIns;
 
 struct NoActions final : DeckActions {
     void newNote() override {}

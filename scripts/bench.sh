@@ -9,7 +9,7 @@
 # Benchmark's. bench_launch's note libraries are made on its first run and kept in
 # build/release/bench/launch-data. bench_deck starts the program on an X server (under
 # xvfb-run when DISPLAY is unset) and writes its library with the test helper seednotes,
-# so naming it builds the tests' helpers too.
+# so naming it builds the tests' helpers too. bench_capture too runs on an X server.
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 bash "$root/scripts/install-deps.sh"
@@ -33,8 +33,8 @@ cmake --build "$root/build/release" --target "${targets[@]}" -j"$(nproc)"
 
 for n in "${names[@]}"; do
   echo "== $n"
-  if [ "$n" = bench_deck ]; then
-    # The real program on a real X server: the offscreen platform paints nothing on screen.
+  if [ "$n" = bench_deck ] || [ "$n" = bench_capture ]; then
+    # A real X server: the offscreen platform paints nothing on screen.
     if [ -n "${DISPLAY:-}" ]; then
       "$root/build/release/bench/$n" "$@"
     else

@@ -278,6 +278,15 @@ public:
 
     xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(x)).data->root; }
 
+    // Holds a combination on the root window, as another program that got there first does.
+    bool holdKey(quint8 keycode, quint16 modifiers)
+    {
+        Reply<xcb_generic_error_t> error(
+            xcb_request_check(x, xcb_grab_key_checked(x, true, root(), modifiers, keycode,
+                                                      XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)));
+        return !error;
+    }
+
     // Every note's text as the database holds it, read beside the running program.
     QString storedText()
     {
@@ -552,6 +561,31 @@ private Q_SLOTS:
                                 patience));
         QVERIFY(QTest::qWaitFor([&] { return !desk.viewable(panel); }, patience));
         QVERIFY(QTest::qWaitFor([&] { return desk.focus() == other; }, patience));
+    }
+
+    // A combination another program holds is reported by number and stays dead; the other
+    // keys still work.
+    void aKeyHeldElsewhereIsReportedAndTheOthersStillWork()
+    {
+        DeckOnScreen desk;
+        QVERIFY2(desk.startDesktop(), "Xvfb, openbox and picom are needed for this test");
+        // Ctrl+Shift+Space, the capture key; 65 is Space in the evdev numbering Xvfb uses.
+        QVERIFY(desk.holdKey(65, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_SHIFT));
+        QVERIFY(desk.seed({u"Groceries"_s}));
+        QVERIFY(desk.launch());
+        QVERIFY2(desk.waitForLine(u"Pondrift: hotkey 4 unavailable (status 10) — another app may "
+                                  u"own it"_s),
+                 qPrintable(desk.traceSoFar()));
+        QVERIFY(!desk.traceSoFar().contains(u"hotkey 1 unavailable"_s));
+        const xcb_window_t other = desk.openOtherWindow();
+        QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
+        desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
+
+        desk.xdotool({u"key"_s, u"ctrl+alt+n"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() != other; }, patience));
+        desk.xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"made by the key"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"made by the key"_s); },
+                                patience));
     }
 };
 

@@ -1,13 +1,12 @@
 #include "notes/Store.h"
 #include "platform/qt/QtFiles.h"
 #include "support/VirtualScreen.h"
+#include "support/XWindows.h"
 
 #include <QCoreApplication>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
-
-#include <xcb/xcb.h>
 
 #include <csignal>
 #include <cstdio>
@@ -21,32 +20,6 @@ class TestLaunch : public QObject {
     Q_OBJECT
 
     QtFiles files;
-
-    // Mapped top-level windows on the X server; Qt's own hidden helper windows don't count.
-    static int viewableTopLevels()
-    {
-        xcb_connection_t* c = xcb_connect(nullptr, nullptr);
-        if (xcb_connection_has_error(c)) {
-            xcb_disconnect(c);
-            return -1;
-        }
-        const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(c)).data->root;
-        xcb_query_tree_reply_t* tree = xcb_query_tree_reply(c, xcb_query_tree(c, root), nullptr);
-        int count = 0;
-        if (tree) {
-            const xcb_window_t* children = xcb_query_tree_children(tree);
-            for (int i = 0; i < xcb_query_tree_children_length(tree); ++i) {
-                xcb_get_window_attributes_reply_t* a = xcb_get_window_attributes_reply(
-                    c, xcb_get_window_attributes(c, children[i]), nullptr);
-                if (a && a->map_state == XCB_MAP_STATE_VIEWABLE)
-                    ++count;
-                free(a);
-            }
-            free(tree);
-        }
-        xcb_disconnect(c);
-        return count;
-    }
 
     QProcessEnvironment isolatedEnvironment(const QString& home) const
     {

@@ -1,6 +1,7 @@
 #include "platform/DisplayIds.h"
 #include "platform/qt/QtDisplays.h"
 #include "platform/x11/X11WindowHints.h"
+#include "support/PrivateBus.h"
 #include "support/VirtualScreen.h"
 
 #include <QDeadlineTimer>
@@ -36,7 +37,6 @@ public:
         display = screen.start({1600, 900});
         if (display.isEmpty())
             return false;
-        const QDeadlineTimer deadline(30000);
         qputenv("DISPLAY", display);
         if (QStandardPaths::findExecutable(name).isEmpty())
             return std::nullopt;
@@ -44,14 +44,8 @@ public:
         QStringList arguments{u"--sm-disable"_s};
         if (name == u"xfwm4"_s) {
             // xfwm4 reads its settings from xfconfd over a session bus and quits without one.
-            bus.start(u"dbus-daemon"_s, {u"--session"_s, u"--nofork"_s, u"--print-address=1"_s});
-            QByteArray address;
-            while (!address.endsWith('\n') && !deadline.hasExpired()
-                   && bus.state() != QProcess::NotRunning) {
-                bus.waitForReadyRead(100);
-                address += bus.readAllStandardOutput();
-            }
-            environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, QString::fromUtf8(address.trimmed()));
+            bus = std::make_unique<PrivateBus>();
+            environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus->address());
             environment.insert(u"NO_AT_BRIDGE"_s, u"1"_s);
             arguments = QStringList{u"--compositor=off"_s, u"--sm-client-disable"_s};
         }
@@ -62,11 +56,9 @@ public:
     }
     ~Desktop()
     {
-        for (QProcess* p : {&windowManager, &bus}) {
-            if (p->state() != QProcess::NotRunning) {
-                p->terminate();
-                p->waitForFinished(10000);
-            }
+        if (windowManager.state() != QProcess::NotRunning) {
+            windowManager.terminate();
+            windowManager.waitForFinished(10000);
         }
     }
 
@@ -74,7 +66,7 @@ public:
 
 private:
     VirtualScreen screen;
-    QProcess bus;
+    std::unique_ptr<PrivateBus> bus;
     QProcess windowManager;
 };
 

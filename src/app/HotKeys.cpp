@@ -1,5 +1,6 @@
 #include "app/HotKeys.h"
 
+#include "l10n/L10n.h"
 #include "platform/HotKeyBackend.h"
 #include "platform/Log.h"
 #include "settings/Settings.h"
@@ -33,10 +34,10 @@ HotKeys::~HotKeys()
 void HotKeys::registerActions(Action newNote, Action allNotes, Action archive, Action capture)
 {
     handlers = {
-        {1, &Settings::scNewNote, std::move(newNote)},
-        {2, &Settings::scAllNotes, std::move(allNotes)},
-        {3, &Settings::scArchive, std::move(archive)},
-        {4, &Settings::scCapture, std::move(capture)},
+        {1, &Settings::scNewNote, "shortcut.new_note", std::move(newNote)},
+        {2, &Settings::scAllNotes, "shortcut.all_notes", std::move(allNotes)},
+        {3, &Settings::scArchive, "shortcut.archive_window", std::move(archive)},
+        {4, &Settings::scCapture, "shortcut.quick_capture", std::move(capture)},
     };
     reload();
 }
@@ -48,6 +49,7 @@ void HotKeys::reload()
         const Shortcut s = h.shortcut();
         if (!s.isSet())
             continue;
+        backend.describe(h.id, L10n::text(QString::fromLatin1(h.description)));
         if (const int status = backend.grab(h.id, s.keyCode, s.modifiers); status != 0) {
             Log::line(u"hotkey %1 unavailable (status %2) — another app may own it"_s.arg(h.id).arg(
                 status));

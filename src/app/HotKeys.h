@@ -36,6 +36,8 @@ private:
     struct Handler {
         quint32 id;
         std::function<Shortcut()> shortcut;
+        // The localisation key of what it does, for desktops that list programs' keys.
+        const char* description;
         Action action;
     };
 

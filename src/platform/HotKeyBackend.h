@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <QtGlobal>
 
 #include <functional>
@@ -15,6 +16,13 @@ public:
     // (on X11 the error code: 10, BadAccess, when another program holds it).
     virtual int grab(quint32 id, quint32 keyCode, quint32 modifiers) = 0;
     virtual void releaseAll() = 0;
+    // What the combination does, in the person's language, for desktops that list the keys
+    // programs hold. Given before the grab.
+    virtual void describe(quint32 id, const QString& text)
+    {
+        Q_UNUSED(id);
+        Q_UNUSED(text);
+    }
 
     // Called from the event loop with a grabbed combination's id and the press's time (the
     // window system's clock for user input; 0 when it gives none).

@@ -4,6 +4,7 @@
 #include "deck/ui/DeckPanel.h"
 #include "l10n/L10n.h"
 #include "notes/ui/StorageErrorDialog.h"
+#include "platform/Log.h"
 #include "platform/fallback/FixedCompositor.h"
 #include "platform/fallback/NoHotKeys.h"
 #include "platform/fallback/NoSpellChecker.h"
@@ -23,12 +24,40 @@
 #include "platform/x11/XkbKeyboardLayout.h"
 #include "platform/xdg/FontconfigFonts.h"
 #include "platform/xdg/HunspellSpellChecker.h"
+#include "platform/xdg/PortalHotKeys.h"
 #include "platform/xdg/XdgLoginItem.h"
 #include "surfaces/ui/CapturePanel.h"
 #include "surfaces/ui/FloatingPanel.h"
 #include "sync/ui/MassDeleteDialog.h"
 
 #include <QCoreApplication>
+
+namespace {
+
+bool waylandSession()
+{
+    return qEnvironmentVariable("XDG_SESSION_TYPE") == QLatin1String("wayland")
+           || !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+}
+
+// Under a Wayland desktop, keys grabbed through XWayland arrive only while one of its X
+// windows has the keyboard, so the desktop's own portal is asked first there.
+std::unique_ptr<HotKeyBackend> makeHotKeys(KeyboardLayout& layout)
+{
+    if (waylandSession()) {
+        if (auto portal = PortalHotKeys::open(QDBusConnection::sessionBus()))
+            return portal;
+        Log::line(QStringLiteral(
+            "global hot keys: this Wayland desktop offers no GlobalShortcuts portal, so they work "
+            "only while a Pondrift window is active; bind the command 'pondrift --capture' to a "
+            "key in the desktop's own keyboard settings"));
+    }
+    if (auto x11 = X11HotKeys::open(layout))
+        return x11;
+    return std::make_unique<NoHotKeys>();
+}
+
+} // namespace
 
 AppServices::Backends makeProductionBackends()
 {
@@ -74,10 +103,7 @@ AppServices::Backends makeProductionBackends()
             parts.notes, parts.scheduler, parts.actions, parts.displays, parts.pointer, parts.hints,
             parts.compositor, parts.keyboard, parts.desktop, parts.images, parts.spellChecker});
     };
-    if (auto x11 = X11HotKeys::open(*backends.keyboardLayout))
-        backends.hotKeys = std::move(x11);
-    else
-        backends.hotKeys = std::make_unique<NoHotKeys>();
+    backends.hotKeys = makeHotKeys(*backends.keyboardLayout);
     backends.makeFloatingWindow = [](FloatingNote& owner, const QString& id,
                                      const AppServices::DeckWindowParts& parts) {
         return new FloatingPanel(owner, id,

@@ -1,0 +1,141 @@
+// The program on a Wayland desktop: a headless Weston with XWayland, as a person's session
+// would run it. It starts, shows its deck through XWayland, says once how to get global keys
+// where the desktop offers no portal for them, and takes a capture request from a later start.
+#include "support/PrivateBus.h"
+#include "support/XWindows.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <csignal>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+// A headless Weston of the test's own, with XWayland; stopped when dropped.
+class Weston {
+public:
+    explicit Weston(const QString& runtimeFolder)
+        : log(runtimeFolder + u"/weston.log"_s)
+    {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"XDG_RUNTIME_DIR"_s, runtimeFolder);
+        environment.remove(u"WAYLAND_DISPLAY"_s);
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process.start(u"weston"_s, {u"--backend=headless-backend.so"_s, u"--xwayland"_s,
+                                    u"--socket=pondrift-test"_s, u"--idle-time=0"_s,
+                                    u"--width=1280"_s, u"--height=800"_s, u"--log="_s + log});
+    }
+    ~Weston()
+    {
+        if (process.state() != QProcess::NotRunning) {
+            process.terminate();
+            if (!process.waitForFinished(10000))
+                process.kill();
+        }
+    }
+    // The X display XWayland serves (":N"), once Weston says it listens; empty if it never
+    // does within a minute.
+    QString xDisplay()
+    {
+        const QDeadlineTimer deadline(60000);
+        QString found;
+        while ((found = displayIn()).isEmpty() && !deadline.hasExpired()
+               && process.state() != QProcess::NotRunning)
+            QTest::qWait(50);
+        return found;
+    }
+    QString logText() const
+    {
+        QFile file(log);
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+    }
+
+private:
+    QString displayIn() const
+    {
+        static const QRegularExpression listening(u"xserver listening on display (:\\d+)"_s);
+        return listening.match(logText()).captured(1);
+    }
+    const QString log;
+    QProcess process;
+};
+
+} // namespace
+
+class TestWayland : public QObject {
+    Q_OBJECT
+
+private Q_SLOTS:
+    void runsThroughXWaylandAndTakesACaptureRequest()
+    {
+        if (QStandardPaths::findExecutable(u"weston"_s).isEmpty()
+            || QStandardPaths::findExecutable(u"Xwayland"_s).isEmpty())
+            QSKIP("weston and Xwayland are not installed (scripts/install-deps.sh installs them)");
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        const QString runtime = home.path() + u"/run"_s;
+        QVERIFY(QDir().mkpath(runtime));
+        QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner
+                                           | QFileDevice::ExeOwner);
+        Weston weston(runtime);
+        const QString display = weston.xDisplay();
+        QVERIFY2(!display.isEmpty(), qPrintable(weston.logText()));
+        // A session bus without a portal for global keys, as on many Wayland desktops.
+        PrivateBus bus;
+        QVERIFY(!bus.address().isEmpty());
+
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(u"HOME"_s, home.path());
+        environment.insert(u"XDG_DATA_HOME"_s, home.path() + u"/data"_s);
+        environment.insert(u"XDG_CONFIG_HOME"_s, home.path() + u"/config"_s);
+        environment.insert(u"XDG_RUNTIME_DIR"_s, runtime);
+        environment.insert(u"XDG_SESSION_TYPE"_s, u"wayland"_s);
+        environment.insert(u"WAYLAND_DISPLAY"_s, u"pondrift-test"_s);
+        environment.insert(u"DISPLAY"_s, display);
+        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
+        // The program chooses its platform itself, as it does when a desktop starts it.
+        environment.remove(u"QT_QPA_PLATFORM"_s);
+
+        const QByteArray x = display.toLatin1();
+        // Starting the first X client starts XWayland; Weston's own window manager may map
+        // windows of its own first.
+        QTRY_VERIFY_WITH_TIMEOUT(viewableTopLevels(x.constData()) >= 0, 60000);
+        const int before = viewableTopLevels(x.constData());
+
+        QProcess program;
+        program.setProcessEnvironment(environment);
+        program.start(QString::fromUtf8(PONDRIFT_BINARY), {});
+        QVERIFY(program.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(viewableTopLevels(x.constData()) == before + 1
+                                     || program.state() != QProcess::Running,
+                                 60000);
+        QCOMPARE(program.state(), QProcess::Running);
+
+        QProcess later;
+        later.setProcessEnvironment(environment);
+        later.start(QString::fromUtf8(PONDRIFT_BINARY), {u"--capture"_s});
+        QVERIFY(later.waitForFinished(60000));
+        QCOMPARE(later.exitCode(), 0);
+        // The capture panel comes up beside the deck.
+        QTRY_COMPARE_WITH_TIMEOUT(viewableTopLevels(x.constData()), before + 2, 60000);
+
+        ::kill(static_cast<pid_t>(program.processId()), SIGTERM);
+        QVERIFY(program.waitForFinished(60000));
+        QCOMPARE(program.exitCode(), 0);
+        const QString log = QString::fromUtf8(program.readAllStandardError());
+        QCOMPARE(log.count(u"Pondrift: global hot keys: this Wayland desktop offers no "
+                           u"GlobalShortcuts portal"_s),
+                 1);
+    }
+};
+
+QTEST_MAIN(TestWayland)
+#include "tst_wayland_x11.moc"
