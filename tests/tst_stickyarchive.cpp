@@ -59,7 +59,7 @@ private Q_SLOTS:
         row("an unknown direction", "\"order\": 1",
             "\"order\": 1, \"textDirection\": \"sideways\"");
         row("pinned as a number", "\"order\": 1", "\"order\": 1, \"pinned\": 1");
-        row("an image that is not base64", "\"notes\"", "\"images\": {\"X\": \"**\"}, \"notes\"");
+        row("an image that is not text", "\"notes\"", "\"images\": {\"X\": 1}, \"notes\"");
         row("no version", "\"version\": 3,", "");
         row("not JSON", "\"notes\"", "\"notes");
     }

@@ -8,6 +8,7 @@
 #include "settings/DeckStyle.h"
 #include "settings/Settings.h"
 #include "surfaces/QuickCapture.h"
+#include "surfaces/Transfers.h"
 
 #include <cmath>
 #include <optional>
@@ -29,6 +30,7 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
     });
     actions.insert(u"quit"_s, [quit = std::move(quit)](const QString&) { quit(); });
     addSettingsCommands();
+    addTransferCommands();
 }
 
 namespace {
@@ -98,6 +100,34 @@ void AppActions::addSettingsCommands()
             return;
         Settings::setDisplayTarget(target);
         refreshDecks();
+    });
+}
+
+// Export takes every note, the archived ones after those in the deck, so that nothing is left
+// behind in a copy meant to keep.
+void AppActions::addTransferCommands()
+{
+    const auto exporting = [this](TransferFormat format) {
+        return [this, format](const QString&) {
+            Transfers* transfers = this->services.transfers();
+            if (!transfers)
+                return;
+            QStringList ids;
+            for (const QList<Note>& part :
+                 {this->services.noteStore().active(), this->services.noteStore().archived()}) {
+                for (const Note& note : part)
+                    ids.append(note.id);
+            }
+            transfers->exportNotes(format, ids);
+        };
+    };
+    actions.insert(u"exportMarkdown"_s, exporting(TransferFormat::markdown));
+    actions.insert(u"exportPlainText"_s, exporting(TransferFormat::plainText));
+    actions.insert(u"exportSingleFile"_s, exporting(TransferFormat::singleFile));
+    actions.insert(u"exportStickies"_s, exporting(TransferFormat::stickies));
+    actions.insert(u"importStickies"_s, [this](const QString&) {
+        if (Transfers* transfers = this->services.transfers())
+            transfers->importFiles();
     });
 }
 

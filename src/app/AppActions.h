@@ -60,6 +60,7 @@ private:
     void stepFontSize(double delta);
     void refreshDecks();
     void addSettingsCommands();
+    void addTransferCommands();
 
     AppServices& services;
     // By name; the value is what followed the colon, empty for a command without one.

@@ -3,6 +3,7 @@
 #include "app/HotKeys.h"
 #include "deck/DeckManager.h"
 #include "deck/DeckWindow.h"
+#include "exchange/TransferPrompts.h"
 #include "images/ImageStore.h"
 #include "l10n/L10n.h"
 #include "notes/Ink.h"
@@ -23,6 +24,7 @@
 #include "settings/Settings.h"
 #include "surfaces/FloatingNote.h"
 #include "surfaces/QuickCapture.h"
+#include "surfaces/TransferFlow.h"
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
 #include "sync/DocumentNames.h"
@@ -57,6 +59,7 @@ AppServices::~AppServices()
     decks.reset();
     floating.reset();
     capture.reset();
+    transferFlow.reset();
     sync.reset();
     trash.reset();
     syncFolder.reset();
@@ -73,7 +76,12 @@ void AppServices::openNotes()
     images = std::make_unique<ImageStore>(data.images(), files());
     notes =
         std::make_unique<NoteStore>(*database, scheduler(), *images, true, backends.storageAlert);
+    if (backends.transferPrompts)
+        transferFlow = std::make_unique<TransferFlow>(*notes, *images, files(), scheduler(),
+                                                      *backends.transferPrompts);
 }
+
+Transfers* AppServices::transfers() { return transferFlow.get(); }
 
 void AppServices::openDecks(DeckActions& actions)
 {

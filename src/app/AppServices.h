@@ -34,6 +34,9 @@ class Pointer;
 class Scheduler;
 class SpellChecker;
 class Store;
+class TransferFlow;
+class TransferPrompts;
+class Transfers;
 class WindowHints;
 
 // Every object of the program, each made once and handed its collaborators in its
@@ -103,6 +106,8 @@ public:
         // The quick capture panel, from the same parts. Absent where there is none.
         std::function<CaptureWindow*(QuickCapture& owner, const DeckWindowParts&)>
             makeCaptureWindow;
+        // What export and import ask and tell. Absent: no export or import is offered.
+        std::unique_ptr<TransferPrompts> transferPrompts;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
@@ -166,6 +171,8 @@ public:
     QuickCapture* quickCapture() { return capture.get(); }
     // Absent without a hot key backend.
     HotKeys* hotKeys() { return keys.get(); }
+    // Absent until openNotes, and without transfer prompts.
+    Transfers* transfers();
 
     // The sync root the settings name. With none named and sync on, the first sync client's
     // folder found in the home folder is stored as the root and given; with none found,
@@ -183,6 +190,7 @@ private:
     std::unique_ptr<NoteStore> notes;
     std::unique_ptr<CloudFolder> syncFolder;
     std::unique_ptr<LocalTrash> trash;
+    std::unique_ptr<TransferFlow> transferFlow;
     std::unique_ptr<CloudSync> sync;
     std::unique_ptr<QuickCapture> capture;
     // Before the decks, which hold it: they go first.

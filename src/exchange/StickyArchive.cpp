@@ -174,11 +174,12 @@ std::optional<StickyArchive> StickyArchive::decode(const QByteArray& data)
         for (auto it = object.begin(); it != object.end(); ++it) {
             if (!it.value().isString())
                 return std::nullopt;
+            // A picture damaged on the way costs that picture alone: its notes still come in,
+            // their tokens pointing at nothing.
             auto bytes = QByteArray::fromBase64Encoding(it.value().toString().toLatin1(),
                                                         QByteArray::AbortOnBase64DecodingErrors);
-            if (!bytes)
-                return std::nullopt;
-            archive.images.insert(it.key(), *bytes);
+            if (bytes)
+                archive.images.insert(it.key(), *bytes);
         }
     }
     return archive;

@@ -46,8 +46,8 @@ struct StickyArchive {
 
     QByteArray encode() const;
     // Absent when a required key is missing or any value has the wrong type (a direction
-    // outside the three, a date in another form, an image that is not base64): one bad note
-    // fails the whole file. Optional keys may be absent or null.
+    // outside the three, a date in another form): one bad note fails the whole file. Optional
+    // keys may be absent or null. An image whose text is not base64 is left out.
     static std::optional<StickyArchive> decode(const QByteArray& data);
 
     friend bool operator==(const StickyArchive&, const StickyArchive&) = default;

@@ -344,6 +344,9 @@ int NoteStore::ingest(QList<Note> incoming)
         Q_EMIT notesChanged();
         if (persist(note))
             ++stored;
+        // Saved or not, the imported record is the note now; an undo must not bring back
+        // the older one beside it.
+        supersedePending(note.id);
     }
     return stored;
 }
@@ -384,16 +387,21 @@ bool NoteStore::absorb(const Note& arriving)
         Q_EMIT notesChanged();
         return false;
     }
-    // The same note came back from outside while its deletion could still be undone: the
-    // arrival supersedes the deleted copy, so that an undo can never make a second record
-    // with this id. Pictures the arrival still shows stay.
-    if (pending && sameNoteID(pending->note.id, note.id)) {
-        undoTimer.reset();
-        finalizePendingDelete();
-        pending.reset();
-        Q_EMIT pendingUndoChanged();
-    }
+    supersedePending(note.id);
     return true;
+}
+
+// The same note came back from outside while its deletion could still be undone: the arrival
+// supersedes the deleted copy, so that an undo can never make a second record with this id.
+// Pictures the arrival still shows stay.
+void NoteStore::supersedePending(const QString& id)
+{
+    if (!pending || !sameNoteID(pending->note.id, id))
+        return;
+    undoTimer.reset();
+    finalizePendingDelete();
+    pending.reset();
+    Q_EMIT pendingUndoChanged();
 }
 
 // Saving.

@@ -96,7 +96,8 @@ public:
     // notes 0, 1, 2, ...; modified stays.
     void reorder(const QString& id, int offset);
     // Adds imported notes ahead of everything, in their own relative order; a clashing id
-    // gets a new one. Answers how many were stored.
+    // gets a new one. A note whose deletion waits to be undone is final once its id comes
+    // in again. Answers how many were stored.
     int ingest(QList<Note> incoming);
     // Inserts or replaces a note from outside (sync) as it stands; an identical record
     // writes nothing. A save that fails is reported and leaves the notes as they were.
@@ -127,6 +128,7 @@ private:
     bool persist(Note note);
     void report(const LocalizedError& error);
     void finalizePendingDelete();
+    void supersedePending(const QString& id);
     void markUnsaved(const QString& id);
     void markSaved(const QString& id);
     void setLastError(std::optional<QString> description);

@@ -54,11 +54,11 @@ public:
     // keeps its permissions; a private one ends private whatever it had.
     virtual Result write(const QString& path, const QByteArray& data,
                          Access access = Access::Shared) = 0;
-    // Writes a file that must not exist yet, private, synced to the disk before it appears
-    // under its name. EEXIST when a file of that name is there (another process got there
-    // first); it is never replaced. The new name itself reaches the disk only with
-    // syncFolder.
-    virtual Result create(const QString& path, const QByteArray& data) = 0;
+    // Writes a file that must not exist yet, synced to the disk before it appears under its
+    // name. EEXIST when a file of that name is there (another process got there first); it is
+    // never replaced. The new name itself reaches the disk only with syncFolder.
+    virtual Result create(const QString& path, const QByteArray& data,
+                          Access access = Access::Private) = 0;
     // ENOENT when there was nothing to remove.
     virtual Result remove(const QString& path) = 0;
     // Makes the folder, and with parents every missing folder above it, with the access

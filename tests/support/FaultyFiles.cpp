@@ -51,9 +51,9 @@ Files::Result FaultyFiles::write(const QString& path, const QByteArray& data, Ac
     return written(path, [&] { return disk.write(path, data, access); });
 }
 
-Files::Result FaultyFiles::create(const QString& path, const QByteArray& data)
+Files::Result FaultyFiles::create(const QString& path, const QByteArray& data, Access access)
 {
-    return written(path, [&] { return disk.create(path, data); });
+    return written(path, [&] { return disk.create(path, data, access); });
 }
 
 Files::Result FaultyFiles::syncFolder(const QString& path)

@@ -40,7 +40,8 @@ public:
     }
     Result write(const QString& path, const QByteArray& data,
                  Access access = Access::Shared) override;
-    Result create(const QString& path, const QByteArray& data) override;
+    Result create(const QString& path, const QByteArray& data,
+                  Access access = Access::Private) override;
     Result remove(const QString& path) override { return disk.remove(path); }
     Result makeFolder(const QString& path, bool withParents,
                       Access access = Access::Shared) override

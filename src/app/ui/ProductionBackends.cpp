@@ -28,6 +28,7 @@
 #include "platform/xdg/XdgLoginItem.h"
 #include "surfaces/ui/CapturePanel.h"
 #include "surfaces/ui/FloatingPanel.h"
+#include "surfaces/ui/QtTransferPrompts.h"
 #include "sync/ui/MassDeleteDialog.h"
 
 #include <QCoreApplication>
@@ -76,6 +77,7 @@ AppServices::Backends makeProductionBackends()
     backends.files = std::make_unique<QtFiles>();
     backends.fonts = std::make_unique<FontconfigFonts>();
     backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
+    backends.transferPrompts = std::make_unique<QtTransferPrompts>(*backends.desktop);
     backends.pointer = std::make_unique<QtPointer>();
     backends.displays = std::make_unique<QtDisplays>();
     if (auto x11 = X11WindowHints::open())

@@ -213,12 +213,13 @@ Files::Result QtFiles::write(const QString& path, const QByteArray& data, Access
     return {staged.publish(true)};
 }
 
-Files::Result QtFiles::create(const QString& path, const QByteArray& data)
+Files::Result QtFiles::create(const QString& path, const QByteArray& data, Access access)
 {
     Staged staged(path, staging == Staging::Unnamed);
-    if (const int error = staged.stage(data, 0600))
+    const bool owned = access == Access::Private;
+    if (const int error = staged.stage(data, owned ? 0600 : 0666))
         return {error};
-    if (const int error = staged.setMode(0600))
+    if (const int error = owned ? staged.setMode(0600) : 0)
         return {error};
     return {staged.publish(false)};
 }

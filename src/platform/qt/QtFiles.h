@@ -18,7 +18,8 @@ public:
     Result read(const QString& path, QByteArray& into, qint64 limit = -1) override;
     Result write(const QString& path, const QByteArray& data,
                  Access access = Access::Shared) override;
-    Result create(const QString& path, const QByteArray& data) override;
+    Result create(const QString& path, const QByteArray& data,
+                  Access access = Access::Private) override;
     Result remove(const QString& path) override;
     Result makeFolder(const QString& path, bool withParents,
                       Access access = Access::Shared) override;
