@@ -9,6 +9,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QRandomGenerator>
@@ -1160,6 +1161,52 @@ private Q_SLOTS:
         QCOMPARE(m->names(), QStringList{renamed});
         QCOMPARE(idIn(renamed), before.id);
         QCOMPARE(trashed(), QStringList{});
+        quietPass();
+        m->restart();
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
+    // One machine renamed a note while another edited the old name in place, and the client
+    // brought the edited old name back: both names now hold the note. After the wait for a
+    // removal that never comes, every machine keeps the name that sorts first, whichever it
+    // knew, and the other name goes, its text kept as a copy: one note, one document, and
+    // both edits somewhere.
+    void renameAgainstAnEditInPlaceEndsInOneName_data()
+    {
+        QTest::addColumn<QString>("renamed");
+        QTest::newRow("the other name sorts first: the note moves to it") << u"Ideas.md"_s;
+        QTest::newRow("the known name sorts first: the other name goes") << u"Renamed.md"_s;
+    }
+    void renameAgainstAnEditInPlaceEndsInOneName()
+    {
+        QFETCH(QString, renamed);
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        drop(u"Plans.md"_s, (doc(u"Plans.md"_s) + u"\nbring cake"_s).toUtf8());
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), u"pull(Plans.md)"_s);
+        clock.advance(2);
+        Note there = before;
+        there.title = QFileInfo(renamed).completeBaseName();
+        there.body = u"call Ana at 6"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        dropNote(renamed, there);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        QCOMPARE(m->names().size(), 2);
+
+        QVERIFY(passAfter(CloudSync::renameWait + 1));
+        for (int pass = 0; pass < 3; ++pass)
+            QVERIFY(passAfter(5));
+        const QString keeper = SyncPlan::textLess(renamed, u"Plans.md"_s) ? renamed : u"Plans.md"_s;
+        QCOMPARE(m->names(), QStringList{keeper});
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, before.id);
+        QCOMPARE(idIn(keeper), before.id);
+        const QString everywhere = m->notes->notes().front().body + u'\n' + conflictCopies(*m);
+        QVERIFY2(everywhere.contains(u"bring cake"_s), qPrintable(everywhere));
+        QVERIFY2(everywhere.contains(u"call Ana at 6"_s), qPrintable(everywhere));
         quietPass();
         m->restart();
         QVERIFY(m->engine->syncNow());

@@ -260,6 +260,8 @@ bool CloudSync::syncNow()
     const QList<Action> kept = hold(planned);
     for (const Action& action : kept)
         carryOut(action);
+    for (const QString& twin : std::as_const(pass->twins))
+        settleTwin(twin);
     return finishPass(kept, notes, planned.isEmpty());
 }
 
@@ -356,9 +358,13 @@ QList<Action> CloudSync::hold(const QList<Action>& planned)
     const Date now = scheduler.now();
     QSet<QString> waiting;
     kept.removeIf([&](const Action& a) {
-        if (a.kind == Action::Kind::Adopt && mayBeRenameInFlight(a.fileName, now)) {
-            waiting.insert(a.fileName);
-            return true;
+        if (a.kind == Action::Kind::Adopt) {
+            const SecondDocument second = secondDocument(a.fileName, now);
+            if (second != SecondDocument::No)
+                waiting.insert(a.fileName);
+            if (second == SecondDocument::Settle)
+                pass->twins.append(a.fileName);
+            return second != SecondDocument::No;
         }
         if (a.kind != Action::Kind::Pull)
             return false;
@@ -369,27 +375,78 @@ QList<Action> CloudSync::hold(const QList<Action>& planned)
     return kept;
 }
 
-bool CloudSync::mayBeRenameInFlight(const QString& fileName, Date now)
+CloudSync::SecondDocument CloudSync::secondDocument(const QString& fileName, Date now)
 {
     // A client's own copy is not a rename, and its original stays.
     if (ClientConflicts::originalName(fileName))
-        return false;
+        return SecondDocument::No;
     const auto read = pass->scanned.constFind(fileName);
     if (read == pass->scanned.cend())
-        return false;
+        return SecondDocument::No;
     const auto* entry = syncIndex.entry(read->id);
     if (!entry || entry->fileName == fileName || !store.note(read->id)
         || !pass->scan.documents.contains(entry->fileName))
-        return false;
+        return SecondDocument::No;
     const Date since = renamesWaiting.value(fileName, now);
-    if (now.seconds - since.seconds >= renameWait)
-        return false;
     if (!renamesWaiting.contains(fileName))
         Log::cloud(u"waiting with "_s + fileName,
                    u"it names the note of "_s + entry->fileName
                        + u", which another machine may have renamed"_s);
     renamesWaiting.insert(fileName, since);
-    return true;
+    return now.seconds - since.seconds >= renameWait ? SecondDocument::Settle
+                                                     : SecondDocument::Waiting;
+}
+
+void CloudSync::settleTwin(const QString& fileName)
+{
+    const auto read = pass->scanned.constFind(fileName);
+    if (read == pass->scanned.cend())
+        return;
+    const QString id = read->id;
+    const auto* entry = syncIndex.entry(id);
+    const std::optional<Note> note = store.note(id);
+    if (!entry || !note || entry->fileName == fileName)
+        return;
+    const CloudSyncIndex::Entry known = *entry;
+    // Written or replaced since the scan, by this pass or by the client: the next pass looks
+    // again, and the wait stays over.
+    if (changedSinceScan(fileName) || changedSinceScan(known.fileName))
+        return;
+    // Every machine that holds both names must keep the same one, whichever it indexed: the
+    // one that sorts first.
+    const bool keepIndexed = SyncPlan::textLess(known.fileName, fileName);
+    const QString keeper = keepIndexed ? known.fileName : fileName;
+    const QString loser = keepIndexed ? fileName : known.fileName;
+    const auto textOf = [&](const QString& name) -> std::optional<Note> {
+        const auto text = folder.read(name);
+        if (!text)
+            return std::nullopt;
+        return NoteDocument::parse(*text, withoutExtension(name)).note;
+    };
+    const std::optional<Note> lost = textOf(loser);
+    const std::optional<Note> kept = textOf(keeper);
+    if (!lost || !kept)
+        return;
+    // Text the kept document lacks would go with the name, unless the note holds it and keeps
+    // it: kept as a copy. A note that moves to the other name may have that name's text
+    // pulled over it next.
+    const QByteArray lostKey = SyncPlan::textKey(lost->body);
+    if (lostKey != SyncPlan::textKey(kept->body)
+        && (!keepIndexed || lostKey != SyncPlan::textKey(note->body))) {
+        if (!folder.writeConflict(conflictDocument(*lost), loser))
+            return;
+        Log::cloud(u"conflict on "_s + loser,
+                   u"kept a copy in "_s + DocumentNames::conflictsFolder);
+    }
+    if (!keepIndexed) {
+        // The note's document is the other name now, as last synced: the next pass compares
+        // it with the note like any document that changed, and pulls, pushes or keeps a copy.
+        syncIndex.record(id, keeper, known.syncedModified, known.fileModified, known.contentHash);
+        pass->indexChanged = true;
+    }
+    if (folder.remove(loser))
+        claimed().remove(loser.toLower());
+    Log::cloud(u"removed "_s + loser, u"a second name of the note of "_s + keeper);
 }
 
 bool CloudSync::finishPass(const QList<Action>& carriedOut, const QList<Note>& notes, bool quiet)
