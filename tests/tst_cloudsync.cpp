@@ -1167,6 +1167,33 @@ private Q_SLOTS:
         QCOMPARE(plan(), QString());
     }
 
+    // Two machines named two notes alike but for letter case, and a case-sensitive folder
+    // holds both files. When a pass renames one of them away, the name is still the other's:
+    // a note pushed later in the same pass must not be written over it.
+    void nameFreedByARenameIsStillTakenInOtherCase()
+    {
+        const Note renamed = synced(u"call Ana at 5"_s, u"plans"_s);
+        QCOMPARE(m->names(), QStringList{u"plans.md"_s});
+        Note other = NoteBuilder().body(u"from the other machine"_s).title(u"Plans"_s).build();
+        dropNote(u"Plans.md"_s, other);
+        QVERIFY(passAfter(1));
+        QCOMPARE(plan(), u"pull(Plans.md)"_s);
+
+        clock.advance(2);
+        m->notes->updateTitle(renamed.id, u"Ideas"_s);
+        // Archived, the new note is pushed after the rename.
+        const Note later = m->notes->create(u"a new plan"_s, u"Plans"_s);
+        m->notes->setArchived(later.id, true);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(idIn(u"Plans.md"_s), other.id);
+        QCOMPARE(m->notes->note(other.id)->body, u"from the other machine"_s);
+        QCOMPARE(m->names().size(), 3);
+        QVERIFY(!m->names().contains(u"plans.md"_s));
+        quietPass();
+        QCOMPARE(idIn(u"Plans.md"_s), other.id);
+        QCOMPARE(m->notes->notes().size(), 3);
+    }
+
     // One machine renamed a note while another edited the old name in place, and the client
     // brought the edited old name back: both names now hold the note. After the wait for a
     // removal that never comes, every machine keeps the name that sorts first, whichever it

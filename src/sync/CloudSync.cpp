@@ -445,7 +445,7 @@ void CloudSync::settleTwin(const QString& fileName)
         pass->indexChanged = true;
     }
     if (folder.remove(loser))
-        claimed().remove(loser.toLower());
+        release(loser);
     Log::cloud(u"removed "_s + loser, u"a second name of the note of "_s + keeper);
 }
 
@@ -489,12 +489,27 @@ QSet<QString>& CloudSync::claimed()
         const FolderScan& scan = pass->scan;
         QSet<QString>& names = pass->claimed.emplace();
         names.reserve(scan.documents.size() + scan.unresolved.size());
+        const auto take = [&](const QString& name) {
+            const QString lower = name.toLower();
+            if (names.contains(lower))
+                pass->sharedByCase.insert(lower);
+            else
+                names.insert(lower);
+        };
         for (auto it = scan.documents.cbegin(); it != scan.documents.cend(); ++it)
-            names.insert(it.key().toLower());
+            take(it.key());
         for (const QString& name : scan.unresolved)
-            names.insert(name.toLower());
+            take(name);
     }
     return *pass->claimed;
+}
+
+void CloudSync::release(const QString& removed)
+{
+    // Another file may still hold the name in other letter case.
+    const QString lower = removed.toLower();
+    if (!pass->sharedByCase.contains(lower))
+        claimed().remove(lower);
 }
 
 void CloudSync::carryOut(const Action& action)
@@ -582,7 +597,7 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
             Log::cloud(u"not removing "_s + *old,
                        u"it changed since this pass looked; the next pass decides again"_s);
         else if (folder.remove(*old))
-            claimed().remove(old->toLower());
+            release(*old);
     }
     syncIndex.record(noteID, target, note->modified,
                      folder.modificationDate(target).value_or(scheduler.now()), localHash(*note));

@@ -112,6 +112,9 @@ private:
         // Every name taken in the folder, lower-cased, so that a new note never takes a name
         // that exists; gathered on first use, since most passes name no file.
         std::optional<QSet<QString>> claimed;
+        // Lower-cased names that more than one file in the folder takes (names that differ
+        // only in case), gathered with claimed.
+        QSet<QString> sharedByCase;
         // Files adopted in this pass: their documents are the adopted notes' now.
         QSet<QString> adopted;
         // Second documents of synced notes that waited their time: one of the two names goes.
@@ -172,6 +175,8 @@ private:
     void resolve(const QString& noteID, const QString& fileName, bool localWins);
     void discard(const QString& fileName);
     QSet<QString>& claimed();
+    // The name of a file this pass removed is free again.
+    void release(const QString& removed);
 
     SyncFolderGateway& folder;
     NoteStoring& store;
