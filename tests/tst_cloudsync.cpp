@@ -1240,6 +1240,43 @@ private Q_SLOTS:
         QCOMPARE(plan(), QString());
     }
 
+    // The note's document went from under the name known here to a new one, while an older
+    // copy of it under a third name (renamed by hand here, the rename's removal lost to an
+    // edit elsewhere) is still around. That copy is a second name of the note, not a note of
+    // its own: it waits, then the names are settled to one.
+    void secondNameOfANoteRenamedElsewhereIsNoNoteOfItsOwn()
+    {
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        Note stale = before;
+        stale.body = u"call Ana at 5, an old edit"_s;
+        dropNote(u"By hand.md"_s, stale);
+        QVERIFY(QFile::remove(m->file(u"Plans.md"_s)));
+        Note there = before;
+        there.title = u"Ideas"_s;
+        there.body = u"call Ana at 6"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        dropNote(u"Ideas.md"_s, there);
+        QVERIFY(m->engine->syncNow());
+        QVERIFY2(!plan().contains(u"adopt"_s), qPrintable(plan()));
+        QCOMPARE(m->notes->notes().size(), 1);
+
+        QVERIFY(passAfter(CloudSync::renameWait + 1));
+        for (int pass = 0; pass < 3; ++pass)
+            QVERIFY(passAfter(5));
+        QCOMPARE(m->names().size(), 1);
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, before.id);
+        QCOMPARE(idIn(m->names().front()), before.id);
+        const QString everywhere = m->notes->notes().front().body + u'\n' + conflictCopies(*m);
+        QVERIFY2(everywhere.contains(u"an old edit"_s), qPrintable(everywhere));
+        QVERIFY2(everywhere.contains(u"call Ana at 6"_s), qPrintable(everywhere));
+        quietPass();
+        m->restart();
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
     // A sync client's own copy of a file that changed on two machines at once, named in its
     // way: with the text its original holds it adds nothing and goes; with other text it is
     // adopted, once.

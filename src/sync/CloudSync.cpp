@@ -384,8 +384,12 @@ CloudSync::SecondDocument CloudSync::secondDocument(const QString& fileName, Dat
     if (read == pass->scanned.cend())
         return SecondDocument::No;
     const auto* entry = syncIndex.entry(read->id);
-    if (!entry || entry->fileName == fileName || !store.note(read->id)
-        || !pass->scan.documents.contains(entry->fileName))
+    if (!entry || entry->fileName == fileName || !store.note(read->id))
+        return SecondDocument::No;
+    // The note's own document renamed again elsewhere: the note moves to its new name in this
+    // pass, and this document is a second name of it from then on, not a note of its own.
+    const bool ownThere = pass->scan.documents.contains(entry->fileName);
+    if (!ownThere && !hasAnotherDocument(read->id, fileName))
         return SecondDocument::No;
     const Date since = renamesWaiting.value(fileName, now);
     if (!renamesWaiting.contains(fileName))
@@ -393,8 +397,21 @@ CloudSync::SecondDocument CloudSync::secondDocument(const QString& fileName, Dat
                    u"it names the note of "_s + entry->fileName
                        + u", which another machine may have renamed"_s);
     renamesWaiting.insert(fileName, since);
-    return now.seconds - since.seconds >= renameWait ? SecondDocument::Settle
-                                                     : SecondDocument::Waiting;
+    return ownThere && now.seconds - since.seconds >= renameWait ? SecondDocument::Settle
+                                                                 : SecondDocument::Waiting;
+}
+
+bool CloudSync::hasAnotherDocument(const QString& noteID, const QString& fileName) const
+{
+    const QString id = canonicalText(noteID);
+    for (auto it = pass->scan.documents.cbegin(); it != pass->scan.documents.cend(); ++it) {
+        if (it.key() == fileName || ClientConflicts::originalName(it.key()))
+            continue;
+        const std::optional<QString> other = idOfDocument(it.key());
+        if (other && canonicalText(*other) == id)
+            return true;
+    }
+    return false;
 }
 
 void CloudSync::settleTwin(const QString& fileName)
