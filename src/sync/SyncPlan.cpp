@@ -308,9 +308,18 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         const Note* note = e ? noteFor(it.key()) : nullptr;
         const std::optional<QByteArray> noteKey =
             note ? std::optional(textKey(note->body)) : std::nullopt;
+        // A note new here under two names with one text: renamed elsewhere before the
+        // removal of its old name arrived. The newest is taken in; the other waits, as the
+        // second name of a note known here does.
+        const bool newHere = !e && !noteFor(it.key());
         for (qsizetype m : members) {
             if (m == keeper)
                 continue;
+            if (newHere && remote[m].textKey && remote[keeper].textKey
+                && *remote[m].textKey == *remote[keeper].textKey) {
+                setAside.insert(m);
+                continue;
+            }
             const auto& key = remote[m].textKey;
             const bool renamed = note && key
                                  && (*key == *noteKey

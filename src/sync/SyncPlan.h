@@ -101,7 +101,9 @@ struct Action {
 //   the copy may be the only place left that holds it.
 // - Another document of an indexed note's id whose text is the note's or the indexed file's is
 //   that note renamed elsewhere, the removal of its old name not here yet: nothing is done
-//   with it until the old name is gone, and then it is the note's document.
+//   with it until the old name is gone, and then it is the note's document. So is another
+//   document with the text of the newest one, of an id that is neither a note nor an entry
+//   here: the newest is pulled, the other waits.
 // A document sent to adoption is not pulled as well.
 // hashOf: contentHash, or a caller's cache of it; asked only for notes that have a document.
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
