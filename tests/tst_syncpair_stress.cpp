@@ -32,6 +32,11 @@ private Q_SLOTS:
             if (withOpen || !open.contains(seed))
                 QTest::addRow("seed %u", seed) << seed;
         }
+        // Lives past the usual range that once ended badly, and must not again.
+        for (quint32 seed : {82u, 86u}) {
+            if (seed > last)
+                QTest::addRow("seed %u", seed) << seed;
+        }
     }
     void twoMachinesTwoFolders()
     {
