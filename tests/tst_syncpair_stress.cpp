@@ -23,9 +23,13 @@ private Q_SLOTS:
         bool given = false;
         const int count = qEnvironmentVariableIntValue("PONDRIFT_SEEDS", &given);
         const quint32 last = 4 + (given && count > 0 ? count : 60);
-        // Lives that still end badly, run with PONDRIFT_OPEN_SEEDS=1. A pin pushed to a file
-        // the other machine has just renamed by hand is known to reach one machine only;
-        // which of these seeds is which is not sorted out yet.
+        // Lives that still end badly, run with PONDRIFT_OPEN_SEEDS=1, and why:
+        // 51: a note renamed on one machine whose old name comes back with the same text
+        //     stays under two names, each machine keeping its own name and title;
+        // 55: a conflict whose two texts are equal takes the newer side whole, and a pin made
+        //     on the other side is lost;
+        // 83: a note deleted on one machine while the other edits and renames it: its second
+        //     name is adopted under a new id, and the edit brings the note back too.
         const QSet<quint32> open{51, 55, 83};
         const bool withOpen = qEnvironmentVariableIntValue("PONDRIFT_OPEN_SEEDS") == 1;
         for (quint32 seed = 5; seed <= last; ++seed) {
