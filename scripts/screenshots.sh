@@ -15,6 +15,13 @@
 #   deck-left     the fan on the left edge
 #   deck-preview  the pointer resting on a tab: its preview card
 #   deck-drag     a tab dragged down, its neighbours making room
+#   deck-note     a tab clicked: its note open in the sheet that hangs from the edge
+#   note-find     the open note with a picture, its find bar showing a search
+#   note-left     the open note on the left edge
+#   float         the note pulled off the deck by its gutter, floating over another window
+#   float-tuck    the floating note half-way through tucking itself away after Escape
+#   capture       quick capture opened by its hot key (Ctrl+Shift+Space), a few words typed
+#                 and the second note chosen with Ctrl+3
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${1:-$root/build/screenshots}
@@ -39,16 +46,24 @@ prepare() {
   mkdir -p "$home/config/Pondrift" "$home/data/Pondrift" "$home/run"
   chmod 700 "$home/run"
   printf '[General]\nappLanguage=%s\n' "$language" >"$home/config/Pondrift/Pondrift.conf"
+  # The open-note scenes show a picture in the first note.
+  local picture=""
+  case "$scene" in
+    note-* | float*)
+      picture='\n{picture}\nAfter the beach: *milk* for the café'
+      [ "$language" = zh-Hans ] && picture='\n{picture}\n海边回来：买*牛奶*'
+      ;;
+  esac
   case "$scene" in
     damaged-key) head -c 5 /dev/urandom >"$home/data/Pondrift/note.key" ;;
-    deck-*)
+    deck-* | note-* | float* | capture)
       if [ "$language" = zh-Hans ]; then
         "$root/build/release/tests/helpers/seednotes" "$home/data/Pondrift" \
-          '购物清单|牛奶\n鸡蛋\n☐ 面包\n☑ 咖啡' '给妈妈打电话|周日下午' '演讲的想法|先讲故事，再讲数字' \
+          "购物清单|牛奶\\n鸡蛋\\n☐ 面包\\n☑ 咖啡${picture}" '给妈妈打电话|周日下午' '演讲的想法|先讲故事，再讲数字' \
           '里斯本之旅|机票已订' '书单|《百年孤独》' '电影|周五晚上'
       else
         "$root/build/release/tests/helpers/seednotes" "$home/data/Pondrift" \
-          'Groceries|Milk\nEggs\n☐ Bread\n☑ Coffee' 'Call Mum|Sunday afternoon' \
+          "Groceries|Milk\\nEggs\\n☐ Bread\\n☑ Coffee${picture}" 'Call Mum|Sunday afternoon' \
           'Ideas for the talk|Start with the story, then the numbers' 'Trip to Lisbon|Flights booked' \
           'Reading list|One Hundred Years of Solitude' 'Films|Friday night'
       fi
@@ -56,7 +71,7 @@ prepare() {
   esac
   case "$scene" in
     deck-chips) printf 'deckStyle=compact\n' >>"$home/config/Pondrift/Pondrift.conf" ;;
-    deck-left) printf 'deckOnLeftEdge=true\n' >>"$home/config/Pondrift/Pondrift.conf" ;;
+    deck-left | note-left) printf 'deckOnLeftEdge=true\n' >>"$home/config/Pondrift/Pondrift.conf" ;;
   esac
 }
 
@@ -71,9 +86,32 @@ item_centre() {
 # Brings the deck to the scene's moment: the pointer at the edge, on a tab, or dragging one.
 act() {
   local scene=$1 log=$2 scale=$3 edge_x=$((1280 * $3 - 4))
-  [ "$scene" = deck-left ] && edge_x=3
+  case "$scene" in deck-left | note-left) edge_x=3 ;; esac
   case "$scene" in
     deck-rest | damaged-key) return 0 ;;
+    capture)
+      xdotool mousemove --sync $((640 * scale)) $((400 * scale)) key ctrl+shift+space
+      sleep 0.8
+      if [ "$4" = zh-Hans ]; then
+        xdotool type --delay 40 "买邮票"
+      else
+        xdotool type --delay 40 "Buy stamps on the way"
+      fi
+      xdotool key ctrl+3
+      sleep 0.5
+      return 0
+      ;;
+  esac
+  case "$scene" in
+    float*)
+      # Another program's window for the note to float over, up before the note opens: a
+      # window that comes up later takes the keyboard, and that closes an open note.
+      xmessage -name report -geometry $((620 * scale))x$((360 * scale))+$((60 * scale))+$((260 * scale)) \
+        -fn "-*-dejavu sans-medium-r-*-*-$((15 * scale))-*-*-*-*-*-*-*" \
+        "Quarterly report, draft 3: revenue grew in every region but one." >/dev/null 2>&1 &
+      wait_for xdotool search --onlyvisible --classname report
+      sleep 0.5
+      ;;
   esac
   xdotool mousemove --sync "$edge_x" $((400 * scale))
   wait_for grep -q '\[deck\] items' "$log"
@@ -82,6 +120,39 @@ act() {
       # shellcheck disable=SC2046
       xdotool mousemove --sync $(item_centre "$log" tab "$scale")
       sleep 0.8
+      ;;
+    deck-note | note-left)
+      # shellcheck disable=SC2046
+      xdotool mousemove --sync $(item_centre "$log" tab "$scale") click 1
+      sleep 1
+      ;;
+    note-find)
+      # shellcheck disable=SC2046
+      xdotool mousemove --sync $(item_centre "$log" tab "$scale") click 1
+      sleep 1
+      xdotool key ctrl+f
+      sleep 0.3
+      if [ "$4" = zh-Hans ]; then xdotool type --delay 40 "牛奶"; else xdotool type --delay 40 milk; fi
+      sleep 0.5
+      ;;
+    float*)
+      # shellcheck disable=SC2046
+      xdotool mousemove --sync $(item_centre "$log" tab "$scale") click 1
+      wait_for grep -q 'gutter:' "$log"
+      sleep 0.8
+      local at x y
+      at=$(item_centre "$log" gutter "$scale")
+      x=${at% *} y=${at#* }
+      xdotool mousemove --sync "$x" "$y" mousedown 1
+      for step in 20 60 120 240 360 480; do
+        xdotool mousemove --sync $((x - step * scale)) $((y + step * scale / 3))
+      done
+      xdotool mouseup 1
+      sleep 0.8
+      if [ "$scene" = float-tuck ]; then
+        xdotool key Escape
+        sleep 0.14
+      fi
       ;;
     deck-drag)
       local at
@@ -122,7 +193,7 @@ shoot() {
   local shot=$out/$scene-$language-${scale}x$suffix.png ok=1
   if wait_for xdotool search --onlyvisible --name Pondrift; then
     sleep 0.5 # the compositor's fade-in
-    act "$scene" "$home/log" "$scale"
+    act "$scene" "$home/log" "$scale" "$language"
     import -window root "$shot"
     echo "$shot"
   else
@@ -137,7 +208,7 @@ shoot() {
 }
 
 failed=0
-for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag}; do
+for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture}; do
   for language in ${PONDRIFT_LANGUAGES:-en zh-Hans}; do
     for scale in 1 2; do
       for compositor in ${PONDRIFT_COMPOSITORS:-picom none}; do

@@ -152,19 +152,6 @@ private Q_SLOTS:
         QCOMPARE(asked, 1);
     }
 
-    void theSyncFollowsTheSettingsRoot()
-    {
-        Program program;
-        QTemporaryDir root;
-        Settings::setCloudSyncRoot(root.path());
-        Settings::setCloudSyncEnabled(true);
-        program.services->openNotes();
-        program.services->makeSync();
-        program.services->cloudSync()->reload();
-        QCOMPARE(QDir(root.filePath(u"Pondrift"_s)).entryList({u"*.md"_s}, QDir::Files).size(), 1);
-        QVERIFY(QFile::exists(program.services->paths().syncIndex()));
-    }
-
     // The sync root is chosen once, when sync is on and none is stored, and kept: while it
     // is away (a disk unmounted) no pass runs anywhere else, so nothing written meanwhile is
     // taken for deleted when it comes back.
@@ -440,6 +427,72 @@ private Q_SLOTS:
             actions.run(u"smallerText"_s);
         QVERIFY2(Settings::noteFontSize() > 0, "the size stays in its range");
         program.services->closeDecks();
+    }
+
+    // URLs from other programs and later starts run in order, each by itself: text becomes a
+    // note without a deck opening over the person's work, a URL that does not qualify is
+    // skipped with its reason, and commands whose window is not built yet say so in the log.
+    void urlsHandedInRunInOrderAndSkipWhatDoesNotQualify()
+    {
+        Program program;
+        program.services->openNotes();
+        AppActions actions(*program.services, [] {});
+        program.services->openDecks(actions.forDecks());
+        QStringList logged;
+        const Log::Capture capture([&](const QString& line) { logged << line; });
+        const QStringList refused = actions.openUrls({
+            u"pondrift://new?text=first"_s,
+            u"Pondrift://new?text=lost"_s,
+            u"pondrift://new?text=%FF"_s,
+            u"pondrift://new?text=second%0Aline"_s,
+            u"pondrift://new?text="_s,
+            u"pondrift://capture"_s,
+            u"pondrift://all"_s,
+            u"pondrift://settings"_s,
+            u"pondrift://nope\nwith a break"_s,
+        });
+        QCOMPARE(refused, (QStringList{
+                              u"Pondrift://new?text=lost: not a pondrift: address"_s,
+                              u"pondrift://new?text=%FF: the text is not UTF-8"_s,
+                              u"pondrift://nope with a break: an unknown command (new, capture, "
+                              u"all and settings are known)"_s,
+                          }));
+        QStringList bodies;
+        for (const Note& note : program.services->noteStore().active())
+            bodies << note.body;
+        QCOMPARE(bodies.size(), 3);
+        QCOMPARE(bodies.mid(0, 2), (QStringList{u"second\nline"_s, u"first"_s}));
+        program.clock->advance(1);
+        for (DeckController* deck : program.services->deckManager()->decks())
+            QCOMPARE(deck->state(), DeckState::rest());
+        const auto count = [&](const QString& line) {
+            return logged.count(u"Pondrift: "_s + line);
+        };
+        QCOMPARE(count(u"quick capture is not available here; the request is dropped"_s), 2);
+        QCOMPARE(count(u"the list of all notes is not available yet; the request is dropped"_s), 1);
+        QCOMPARE(count(u"the settings window is not available yet; the request is dropped"_s), 1);
+        QCOMPARE(count(u"skipped a URL — "_s + refused.first()), 1);
+        program.services->closeDecks();
+    }
+
+    // Text handed in while the library cannot be written would be gone: the sender is told
+    // the text was not kept, and can keep it.
+    void aUrlTextTheLibraryCannotKeepIsRefused()
+    {
+        Program program;
+        program.services->openNotes();
+        QVERIFY(program.services->noteStore().flushAll());
+        program.services.reset();
+        // Rows whose key is gone cannot be read, so nothing may be written over them.
+        QVERIFY(QFile::remove(program.dir.filePath(u"data/note.key"_s)));
+        program.start();
+        program.services->openNotes();
+        QVERIFY(!program.services->noteStore().isWritable());
+        AppActions actions(*program.services, [] {});
+        const Log::Capture capture([](const QString&) {});
+        QCOMPARE(actions.openUrls({u"pondrift://new?text=precious"_s}),
+                 QStringList{u"pondrift://new?text=precious: the notes cannot be saved now; the "
+                             u"text was not kept"_s});
     }
 
     // A later timer that fires is the sign that an earlier one had its chance.

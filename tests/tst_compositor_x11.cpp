@@ -1,4 +1,5 @@
 #include "platform/x11/X11Compositor.h"
+#include "support/VirtualScreen.h"
 
 #include <QDeadlineTimer>
 #include <QGuiApplication>
@@ -18,30 +19,15 @@ class Server {
 public:
     bool start()
     {
-        server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-nolisten"_s, u"tcp"_s,
-                                 u"-screen"_s, u"0"_s, u"800x600x24"_s});
-        if (!server.waitForStarted())
+        const QByteArray display = screen.start({800, 600});
+        if (display.isEmpty())
             return false;
-        QByteArray number;
-        const QDeadlineTimer deadline(30000);
-        while (!number.endsWith('\n') && !deadline.hasExpired()
-               && server.state() == QProcess::Running) {
-            server.waitForReadyRead(100);
-            number += server.readAllStandardOutput();
-        }
-        if (!number.endsWith('\n'))
-            return false;
-        qputenv("DISPLAY", ":" + number.trimmed());
+        qputenv("DISPLAY", display);
         return true;
-    }
-    ~Server()
-    {
-        server.terminate();
-        server.waitForFinished(10000);
     }
 
 private:
-    QProcess server;
+    VirtualScreen screen;
 };
 
 // A compositor on a busy machine may take seconds to come up.

@@ -1,3 +1,8 @@
+#include "notes/Paths.h"
+#include "notes/Store.h"
+#include "platform/qt/QtFiles.h"
+#include "support/VirtualScreen.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QProcess>
@@ -34,7 +39,7 @@ public:
     {
         if (x)
             xcb_disconnect(x);
-        for (QProcess* p : {&program, &compositor, &windowManager, &server}) {
+        for (QProcess* p : {&program, &compositor, &windowManager}) {
             if (p->state() != QProcess::NotRunning) {
                 p->kill();
                 p->waitForFinished(10000);
@@ -44,20 +49,9 @@ public:
 
     bool startDesktop()
     {
-        server.start(u"Xvfb"_s, {u"-displayfd"_s, u"1"_s, u"-noreset"_s, u"-nolisten"_s, u"tcp"_s,
-                                 u"-screen"_s, u"0"_s, u"1280x800x24"_s});
-        if (!server.waitForStarted())
+        display = screen.start({1280, 800});
+        if (display.isEmpty())
             return false;
-        QByteArray number;
-        const QDeadlineTimer deadline(patience);
-        while (!number.endsWith('\n') && !deadline.hasExpired()
-               && server.state() == QProcess::Running) {
-            server.waitForReadyRead(100);
-            number += server.readAllStandardOutput();
-        }
-        if (!number.endsWith('\n'))
-            return false;
-        display = ":" + number.trimmed();
         x = xcb_connect(display.constData(), nullptr);
         if (xcb_connection_has_error(x))
             return false;
@@ -284,6 +278,18 @@ public:
 
     xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(x)).data->root; }
 
+    // Every note's text as the database holds it, read beside the running program.
+    QString storedText()
+    {
+        QtFiles files;
+        const Paths paths(home.path() + u"/data/Pondrift"_s);
+        Store store(paths.db(), paths.key(), files);
+        QString all;
+        for (const Note& note : store.load())
+            all += note.title + u'\n' + note.body + u'\n';
+        return all;
+    }
+
     // A value of the program's settings file, as the next launch would read it.
     QByteArray setting(const char* key)
     {
@@ -311,7 +317,8 @@ private:
     }
 
     QTemporaryDir home;
-    QProcess server;
+    // Declared first of the processes, so that the server goes last.
+    VirtualScreen screen;
     QProcess windowManager;
     QProcess compositor;
     QByteArray display;
@@ -384,9 +391,15 @@ private Q_SLOTS:
         QVERIFY2(desk.waitForLine(u"fan -> expanded("_s), qPrintable(desk.traceSoFar()));
         // An open note takes the keyboard.
         QVERIFY(QTest::qWaitFor([&] { return desk.focus() == deck; }, patience));
-        desk.xdotool({u"click"_s, u"1"_s});
+        // What is typed goes into the note; Escape closes it, and the text is in the database.
+        desk.xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"typed in the deck"_s});
+        desk.xdotool({u"key"_s, u"Escape"_s});
         QVERIFY2(desk.waitForLine(u"expanded("_s) && desk.waitForLine(u") -> fan"_s),
                  qPrintable(desk.traceSoFar()));
+        QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"typed in the deck"_s); },
+                                patience));
+        // The keyboard is back in the window that had it.
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() == other; }, patience));
 
         QVERIFY(QTest::qWaitFor([&] { return !desk.takesInput(deck); }, patience));
 
@@ -446,6 +459,99 @@ private Q_SLOTS:
         // Without one they would show black: the deck cuts itself to what it draws, at once.
         desk.stopCompositor();
         QVERIFY(QTest::qWaitFor([&] { return desk.shaped(deck); }, patience));
+    }
+
+    // A note pulled off the deck by its gutter floats in a window of its own, takes the
+    // keyboard, keeps what is typed, and tucks away on Escape, handing the keyboard back to
+    // the window the person was in before the deck.
+    void aNotePulledOffTheDeckFloatsAndTucksAway()
+    {
+        DeckOnScreen desk;
+        QVERIFY2(desk.startDesktop(), "Xvfb, openbox and picom are needed for this test");
+        QVERIFY(desk.seed({u"Groceries"_s, u"Call Mum"_s}));
+        QVERIFY(desk.launch());
+        xcb_window_t deck = XCB_NONE;
+        QVERIFY(QTest::qWaitFor([&] { return (deck = desk.deckWindow()) && desk.viewable(deck); },
+                                patience));
+        const QRect resting = desk.geometry(deck);
+        const xcb_window_t other = desk.openOtherWindow();
+        QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
+        desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
+
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(resting.center().x()),
+                      QString::number(resting.center().y())});
+        QVERIFY2(desk.waitForLine(u"[deck] items"_s), qPrintable(desk.traceSoFar()));
+        const QPoint tab = itemCentre(desk.traceSoFar(), u"tab"_s);
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(tab.x()),
+                      QString::number(tab.y()), u"click"_s, u"1"_s});
+        QVERIFY2(desk.waitForLine(u"fan -> expanded("_s), qPrintable(desk.traceSoFar()));
+        QVERIFY2(desk.waitForLine(u"gutter:"_s), qPrintable(desk.traceSoFar()));
+        const QPoint gutter = itemCentre(desk.traceSoFar(), u"gutter"_s);
+        QVERIFY2(!gutter.isNull(), qPrintable(desk.traceSoFar()));
+
+        // Away from the edge, step by step as a hand goes, then let go.
+        desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(gutter.x()),
+                      QString::number(gutter.y()), u"mousedown"_s, u"1"_s});
+        for (int dx : {20, 60, 120, 240, 400})
+            desk.xdotool({u"mousemove"_s, u"--sync"_s, QString::number(gutter.x() - dx),
+                          QString::number(gutter.y() + 40)});
+        desk.xdotool({u"mouseup"_s, u"1"_s});
+        QVERIFY2(desk.waitForLine(u"expanded("_s) && desk.waitForLine(u") -> fan"_s),
+                 qPrintable(desk.traceSoFar()));
+        // The floating note holds the keyboard: a window of its own, neither the deck's nor
+        // the other program's.
+        xcb_window_t floating = XCB_NONE;
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                floating = desk.focus();
+                return floating != other && floating != deck && floating > XCB_INPUT_FOCUS_PARENT
+                       && desk.viewable(floating);
+            },
+            patience));
+        // It followed the pointer away from the edge.
+        QVERIFY2(desk.geometry(floating).left() < gutter.x() - 200,
+                 qPrintable(u"%1 from the left"_s.arg(desk.geometry(floating).left())));
+
+        desk.xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"typed afloat"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"typed afloat"_s); },
+                                patience));
+        desk.xdotool({u"key"_s, u"Escape"_s});
+        QVERIFY(QTest::qWaitFor([&] { return !desk.viewable(floating); }, patience));
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() == other; }, patience));
+        QVERIFY(desk.setting("floatingNoteID").isEmpty());
+    }
+
+    // The capture key from another program's window opens quick capture with the keyboard;
+    // the words typed and Return are a new note, and the keyboard goes back.
+    void theCaptureKeyTakesAFewWordsFromAnywhere()
+    {
+        DeckOnScreen desk;
+        QVERIFY2(desk.startDesktop(), "Xvfb, openbox and picom are needed for this test");
+        QVERIFY(desk.seed({u"Groceries"_s}));
+        QVERIFY(desk.launch());
+        xcb_window_t deck = XCB_NONE;
+        QVERIFY(QTest::qWaitFor([&] { return (deck = desk.deckWindow()) && desk.viewable(deck); },
+                                patience));
+        const xcb_window_t other = desk.openOtherWindow();
+        QVERIFY(QTest::qWaitFor([&] { return desk.viewable(other); }, patience));
+        desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
+        QCOMPARE(desk.focus(), other);
+
+        desk.xdotool({u"key"_s, u"ctrl+shift+space"_s});
+        xcb_window_t panel = XCB_NONE;
+        QVERIFY(QTest::qWaitFor(
+            [&] {
+                panel = desk.focus();
+                return panel != other && panel != deck && panel > XCB_INPUT_FOCUS_PARENT
+                       && desk.viewable(panel);
+            },
+            patience));
+        desk.xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"captured words"_s});
+        desk.xdotool({u"key"_s, u"Return"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"captured words"_s); },
+                                patience));
+        QVERIFY(QTest::qWaitFor([&] { return !desk.viewable(panel); }, patience));
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() == other; }, patience));
     }
 };
 

@@ -1,17 +1,10 @@
-#include "deck/DeckActions.h"
-#include "deck/DeckController.h"
 #include "deck/DeckGeom.h"
 #include "deck/ui/DeckView.h"
 #include "l10n/L10n.h"
 #include "notes/Ink.h"
 #include "settings/Settings.h"
-#include "support/FakeDeckWindow.h"
-#include "support/FakeDisplays.h"
-#include "support/FakePointer.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
-#include "support/TableFonts.h"
-#include "support/TestLibrary.h"
+#include "support/DeckRig.h"
+#include "support/InstalledSettings.h"
 
 #include <QAccessible>
 #include <QStandardPaths>
@@ -23,29 +16,9 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-class RecordingActions final : public DeckActions {
-public:
-    void newNote() override { calls.append(u"newNote"_s); }
-    void openSettings() override { calls.append(u"openSettings"_s); }
-    void stepFontSize(double) override {}
-    void refreshDecks() override {}
-    void run(const QString& id) override { calls.append(id); }
-    bool offers(const QString&) const override { return true; }
-    QStringList calls;
-};
-
-const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 60, 1920, 1000), true};
-
 // A deck over notes with these titles (the newest first in the deck), its view on screen at
 // the fan's size away from the screen's corner, fanned by the pointer unless told otherwise.
-struct Deck {
-    TestLibrary lib;
-    NoteStore& notes = lib.open();
-    FakeDisplays displays{{screen}};
-    FakePointer pointer;
-    FakeDeckWindow window;
-    RecordingActions actions;
-    std::unique_ptr<DeckController> deck;
+struct Deck : DeckRig {
     std::unique_ptr<DeckView> view;
     QAccessibleInterface* iface = nullptr;
 
@@ -53,15 +26,12 @@ struct Deck {
     {
         for (const QString& title : titles)
             notes.create(title);
-        pointer.setLocation({1900, 500});
-        deck = std::make_unique<DeckController>(screen.id, displays, pointer, lib.clock, notes,
-                                                window, actions, nullptr, nullptr);
         view =
-            std::make_unique<DeckView>(DeckView::Parts{*deck, notes, lib.clock, actions}, nullptr);
+            std::make_unique<DeckView>(DeckView::Parts{deck, notes, lib.clock, actions}, nullptr);
         view->setGeometry(QRect(QPoint(100, 50), DeckGeom::wideFrame(screen).size().toSize()));
         view->show();
         if (fanned) {
-            deck->pointerEntered();
+            fanOut();
             lib.clock.advance(0.1);
         }
         iface = QAccessible::queryAccessibleInterface(view.get());
@@ -100,18 +70,11 @@ QString cog() { return L10n::text(u"help.settings"_s); }
 class TestDeckAccessible : public QObject {
     Q_OBJECT
 
-    MemoryDefaults defaults;
-    MemoryLoginItem loginItem;
-    TableFonts fonts;
+    InstalledSettings settings;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        Settings::install(defaults, loginItem);
-        Ink::install(fonts);
-    }
-    void init() { defaults.values.clear(); }
+    void initTestCase() { settings.install(); }
+    void init() { settings.defaults.values.clear(); }
 
     void everyDrawnItemIsAChildWithItsNameRoleAndPlace_data()
     {
@@ -204,7 +167,7 @@ private Q_SLOTS:
         QCOMPARE(action->actionNames(), QStringList{QAccessibleActionInterface::pressAction()});
         action->doAction(QAccessibleActionInterface::pressAction());
         QCOMPARE(d.actions.calls, calls);
-        QCOMPARE(d.deck->state(),
+        QCOMPARE(d.deck.state(),
                  opens.isEmpty() ? DeckState::fan() : DeckState::expanded(d.idOf(opens)));
     }
 

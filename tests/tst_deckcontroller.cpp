@@ -8,6 +8,7 @@
 #include "settings/Settings.h"
 #include "support/FakeDeckWindow.h"
 #include "support/FakeDisplays.h"
+#include "support/FakeFloatingNote.h"
 #include "support/FakePointer.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
@@ -23,24 +24,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-class FakeFloatingNote final : public DetachTarget {
-public:
-    std::optional<QString> noteID() const override { return floating; }
-    void focus() override { ++focused; }
-    void present(const QString& id, QPointF under, QPointF grab) override
-    {
-        floating = id;
-        pointer = under;
-        grabOffset = grab;
-    }
-    void endDrag(bool cancelled) override { ends.append(cancelled); }
-    std::optional<QString> floating;
-    QPointF pointer;
-    QPointF grabOffset;
-    QList<bool> ends;
-    int focused = 0;
-};
 
 class CountingCoordinator final : public DeckCoordinator {
 public:
@@ -532,19 +515,6 @@ private Q_SLOTS:
         QCOMPARE(model.findQuery(), std::optional(u"milk"_s));
         QCOMPARE(model.openedHeight(), 200.0);
         QCOMPARE(model.openedTop(), std::optional(40.0));
-    }
-
-    void theFindBarShowsForEmptyTextAndGoesOnlyWhenAbsent()
-    {
-        DeckModel model;
-        QSignalSpy changed(&model, &DeckModel::changed);
-        model.setFindQuery(QString());
-        model.setFindQuery(QString());
-        QCOMPARE(model.findQuery(), std::optional(QString()));
-        QCOMPARE(changed.count(), 1);
-        model.setFindQuery(std::nullopt);
-        QCOMPARE(model.findQuery(), std::nullopt);
-        QCOMPARE(changed.count(), 2);
     }
 };
 

@@ -230,12 +230,6 @@ private Q_SLOTS:
         QTEST(DeckGeom::pillHeight(notes), "height");
     }
 
-    void labelsLeanAwayFromTheirEdge()
-    {
-        QCOMPARE(DeckGeom::lean(true), -3.0);
-        QCOMPARE(DeckGeom::lean(false), 3.0);
-    }
-
     void panelFrames_data()
     {
         QTest::addColumn<Prefs>("prefs");

@@ -3,10 +3,8 @@
 #include "l10n/L10n.h"
 #include "notes/Ink.h"
 #include "settings/Settings.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
+#include "support/InstalledSettings.h"
 #include "support/RecordingDeckActions.h"
-#include "support/TableFonts.h"
 #include "support/TestLibrary.h"
 
 #include <QMenu>
@@ -44,18 +42,11 @@ const DisplayInfo right{2, u"HDMI-1"_s, QRectF(1920, 0, 1920, 1080), QRectF(1920
 class TestDeckMenus : public QObject {
     Q_OBJECT
 
-    MemoryDefaults defaults;
-    MemoryLoginItem loginItem;
-    TableFonts fonts;
+    InstalledSettings settings;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        Settings::install(defaults, loginItem);
-        Ink::install(fonts);
-    }
-    void init() { defaults.values.clear(); }
+    void initTestCase() { settings.install(); }
+    void init() { settings.defaults.values.clear(); }
 
     // What the program cannot do yet is left out, separators do not pile up around it, and the
     // marks tell the settings as they are.

@@ -4,14 +4,8 @@
 #include "deck/ui/DeckView.h"
 #include "notes/Ink.h"
 #include "settings/Settings.h"
-#include "support/FakeDeckWindow.h"
-#include "support/FakeDisplays.h"
-#include "support/FakePointer.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
-#include "support/RecordingDeckActions.h"
-#include "support/TableFonts.h"
-#include "support/TestLibrary.h"
+#include "support/DeckRig.h"
+#include "support/InstalledSettings.h"
 
 #include <QApplication>
 #include <QMouseEvent>
@@ -22,29 +16,18 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 0, 1920, 1080), true};
-
 // A fanned deck's view over three notes, driven by the pointer as a person drives it; the
 // deck's timers run on the test's clock, its motion on the real one.
-struct FannedView {
-    TestLibrary lib;
-    NoteStore& notes = lib.open();
-    FakeDisplays displays{{screen}};
-    FakePointer pointer;
-    FakeDeckWindow window;
-    RecordingDeckActions actions;
+struct FannedView : DeckRig {
     QStringList ids{notes.create(u"one"_s, u"Alpha"_s).id, notes.create(u"two"_s, u"Beta"_s).id,
                     notes.create(u"three"_s, u"Gamma"_s).id};
-    DeckController deck{screen.id, displays, pointer, lib.clock, notes,
-                        window,    actions,  nullptr, nullptr};
     DeckView view{{deck, notes, lib.clock, actions}, nullptr};
 
     FannedView()
     {
         // New notes go first: the ids in the deck's own order.
         ids = order();
-        pointer.setLocation({1900, 540});
-        deck.pointerEntered();
+        fanOut();
         lib.clock.advance(0.05);
         view.resize(window.currentFrame.size().toSize());
         view.show();
@@ -63,12 +46,6 @@ struct FannedView {
                 return item.rect;
         }
         return {};
-    }
-    bool has(const QString& kind) const
-    {
-        const QList<DeckView::ItemInfo> items = view.items();
-        return std::any_of(items.cbegin(), items.cend(),
-                           [&](const DeckView::ItemInfo& i) { return i.kind == kind; });
     }
     // Fractions of a point matter to the gesture, so the events carry them.
     void send(QEvent::Type type, QPointF at, Qt::MouseButtons held)
@@ -97,18 +74,11 @@ struct FannedView {
 class TestDeckView : public QObject {
     Q_OBJECT
 
-    MemoryDefaults defaults;
-    MemoryLoginItem loginItem;
-    TableFonts fonts;
+    InstalledSettings settings;
 
 private Q_SLOTS:
-    void initTestCase()
-    {
-        QStandardPaths::setTestModeEnabled(true);
-        Settings::install(defaults, loginItem);
-        Ink::install(fonts);
-    }
-    void init() { defaults.values.clear(); }
+    void initTestCase() { settings.install(); }
+    void init() { settings.defaults.values.clear(); }
 
     // One gesture both clicks and drags: only vertical travel beyond 5 points drags, and a
     // drag never clicks, even when it comes back where it began.
@@ -163,32 +133,6 @@ private Q_SLOTS:
         const int requests = f.window.keyRequests;
         f.lib.clock.advance(Settings::openOnHoverDelay + 0.1);
         QCOMPARE(f.window.keyRequests, requests);
-    }
-
-    // The card waits a moment before it goes, so the pointer can cross from the tab to it.
-    void thePreviewCardOutlastsTheCrossingFromItsTab()
-    {
-        Settings::setTabPreview(true);
-        FannedView f;
-        f.deck.model().syncPreferences();
-        QVERIFY(f.settled());
-        f.send(QEvent::MouseMove, f.rectOf(f.ids[1]).topLeft() + QPointF(20, 20), Qt::NoButton);
-        f.lib.clock.advance(Settings::tabPreviewDelay + 0.01);
-        QVERIFY(QTest::qWaitFor([&] {
-            f.view.repaint();
-            return f.has(u"card"_s);
-        }));
-        f.send(QEvent::MouseMove, f.rectOf(u"#card"_s).center(), Qt::NoButton);
-        f.lib.clock.advance(0.1);
-        f.lib.clock.advance(0.5);
-        f.view.repaint();
-        QVERIFY(f.has(u"card"_s));
-        f.send(QEvent::MouseMove, {10, 10}, Qt::NoButton);
-        f.lib.clock.advance(0.2);
-        QVERIFY(QTest::qWaitFor([&] {
-            f.view.repaint();
-            return !f.has(u"card"_s);
-        }));
     }
 };
 

@@ -1,59 +1,37 @@
-#include "deck/DeckActions.h"
-#include "deck/DeckController.h"
 #include "deck/FanColumnState.h"
 #include "deck/Motion.h"
 #include "settings/Settings.h"
-#include "support/FakeDeckWindow.h"
-#include "support/FakeDisplays.h"
-#include "support/FakePointer.h"
+#include "support/DeckRig.h"
 #include "support/MemoryDefaults.h"
 #include "support/MemoryLoginItem.h"
-#include "support/RecordingDeckActions.h"
-#include "support/TestLibrary.h"
 
 #include <QStandardPaths>
 #include <QTest>
-
-#include <memory>
 
 using namespace Qt::Literals::StringLiterals;
 using Moving = FanColumnState::PreviewMotion;
 
 namespace {
 
-const DisplayInfo screen{7, u"Screen"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 60, 1920, 1000), true};
 constexpr double pitch = 40;
 
 // A real deck over a real note store with five notes, its column's state, and a virtual clock;
 // fanned out by the pointer unless asked not to be.
-struct Fan {
-    TestLibrary lib;
-    NoteStore& store = lib.open();
-    FakeDisplays displays{{screen}};
-    FakePointer pointer;
-    FakeDeckWindow window;
-    RecordingDeckActions actions;
-    std::unique_ptr<DeckController> deck;
-    std::unique_ptr<FanColumnState> column;
+struct Fan : DeckRig {
+    FanColumnState column{deck, notes, lib.clock};
 
     explicit Fan(bool fanned = true)
     {
         for (int i = 0; i < 5; ++i)
-            store.create(QString::number(i));
-        pointer.setLocation({1900, 500}); // in the hot zone on the right edge
-        deck = std::make_unique<DeckController>(screen.id, displays, pointer, lib.clock, store,
-                                                window, actions, nullptr, nullptr);
-        column = std::make_unique<FanColumnState>(*deck, store, lib.clock);
+            notes.create(QString::number(i));
         if (fanned)
             fanOut();
     }
-    void fanOut() { deck->pointerEntered(); }
     void advance(double seconds) { lib.clock.advance(seconds); }
-    QList<Note> notes() const { return store.active(); }
     QStringList ids() const
     {
         QStringList out;
-        for (const Note& n : store.active())
+        for (const Note& n : notes.active())
             out.append(n.id);
         return out;
     }
@@ -159,38 +137,6 @@ private Q_SLOTS:
         QCOMPARE(a.value(now + 3), -50.0);
     }
 
-    void aPressIsAClickOrAVerticalDrag_data()
-    {
-        QTest::addColumn<QList<QPointF>>("moves");
-        QTest::addColumn<bool>("drags");
-        QTest::addColumn<double>("endDy");
-        QTest::newRow("5.0 down is a click") << QList<QPointF>{{0, 5}} << false << 5.0;
-        QTest::newRow("5.01 down drags") << QList<QPointF>{{0, 5.01}} << true << 5.01;
-        QTest::newRow("5.01 up drags") << QList<QPointF>{{0, -5.01}} << true << -5.01;
-        QTest::newRow("sideways only is a click")
-            << QList<QPointF>{{40, 2}, {90, -3}} << false << -3.0;
-        QTest::newRow("a drag back to its start") << QList<QPointF>{{0, 30}, {0, 0}} << true << 0.0;
-    }
-    void aPressIsAClickOrAVerticalDrag()
-    {
-        QFETCH(QList<QPointF>, moves);
-        QFETCH(bool, drags);
-        QFETCH(double, endDy);
-        const QPointF origin(12, 300);
-        TabPress press;
-        press.press(origin);
-        std::optional<double> reported;
-        for (const QPointF& m : moves)
-            reported = press.move(origin + m);
-        QCOMPARE(press.isDragging(), drags);
-        QCOMPARE(reported.has_value(), drags);
-        QCOMPARE(reported.value_or(0), drags ? moves.last().y() : 0);
-        const TabPress::Release r = press.release(origin + moves.last());
-        QCOMPARE(r.outcome, drags ? TabPress::Outcome::DragEnded : TabPress::Outcome::Click);
-        QCOMPARE(r.dy, endDy);
-        QVERIFY(!press.isPressed() && !press.isDragging());
-    }
-
     void theDropTargetNeedsSixTenthsOfAPitch_data()
     {
         QTest::addColumn<int>("from");
@@ -235,17 +181,17 @@ private Q_SLOTS:
         QFETCH(QList<int>, offsets);
         QFETCH(QList<int>, order);
         Fan f;
-        const QList<Note> notes = f.notes();
+        const QList<Note> notes = f.notes.active();
         const QStringList before = f.ids();
-        f.column->dragChanged(notes, from, 0.3 * pitch, pitch);
-        f.column->dragChanged(notes, from, pitches * pitch, pitch);
-        QCOMPARE(f.column->dragID(), notes.at(from).id);
-        QVERIFY(f.deck->model().isDragging());
+        f.column.dragChanged(notes, from, 0.3 * pitch, pitch);
+        f.column.dragChanged(notes, from, pitches * pitch, pitch);
+        QCOMPARE(f.column.dragID(), notes.at(from).id);
+        QVERIFY(f.deck.model().isDragging());
         for (int i = 0; i < notes.size(); ++i)
-            QCOMPARE(f.column->neighbourOffset(notes, i, pitch), offsets.at(i) * pitch);
+            QCOMPARE(f.column.neighbourOffset(notes, i, pitch), offsets.at(i) * pitch);
 
-        f.column->dragEnded(notes, from, pitches * pitch, pitch);
-        QVERIFY(!f.column->dragID() && !f.deck->model().isDragging());
+        f.column.dragEnded(notes, from, pitches * pitch, pitch);
+        QVERIFY(!f.column.dragID() && !f.deck.model().isDragging());
         QStringList expected;
         for (int i : order)
             expected.append(before.at(i));
@@ -271,20 +217,20 @@ private Q_SLOTS:
         Settings::setTabPreview(tabPreview);
         Fan f;
         const QString a = f.id(1);
-        f.column->handleHover(a, true);
+        f.column.handleHover(a, true);
         if (clickFirst)
-            f.column->open(a);
+            f.column.open(a);
         const int keyRequests = f.window.keyRequests;
         const bool cardExpected = tabPreview && !openOnHover;
         f.advance(Settings::tabPreviewDelay - 0.01);
-        QVERIFY(!f.column->previewNoteID());
+        QVERIFY(!f.column.previewNoteID());
         f.advance(0.02);
-        QCOMPARE(f.column->previewNoteID(), cardExpected ? std::optional(a) : std::nullopt);
+        QCOMPARE(f.column.previewNoteID(), cardExpected ? std::optional(a) : std::nullopt);
         const DeckState before = clickFirst ? DeckState::expanded(a) : DeckState::fan();
         f.advance(Settings::openOnHoverDelay - Settings::tabPreviewDelay - 0.02);
-        QCOMPARE(f.deck->state(), before);
+        QCOMPARE(f.deck.state(), before);
         f.advance(0.02);
-        QCOMPARE(f.deck->state(), openOnHover ? DeckState::expanded(a) : DeckState::fan());
+        QCOMPARE(f.deck.state(), openOnHover ? DeckState::expanded(a) : DeckState::fan());
         QCOMPARE(f.window.keyRequests, keyRequests + (openOnHover && !clickFirst ? 1 : 0));
     }
 
@@ -293,30 +239,30 @@ private Q_SLOTS:
         Settings::setTabPreview(true);
         Fan f;
         QList<Moving> moves;
-        connect(f.column.get(), &FanColumnState::previewMoving, this,
+        connect(&f.column, &FanColumnState::previewMoving, this,
                 [&](Moving how) { moves.append(how); });
         const QString a = f.id(0);
         const QString b = f.id(1);
-        f.column->handleHover(a, true);
+        f.column.handleHover(a, true);
         f.advance(0.2);
-        QCOMPARE(f.column->previewNoteID(), a);
-        QCOMPARE(f.column->activePreviewNote(f.notes())->id, a);
+        QCOMPARE(f.column.previewNoteID(), a);
+        QCOMPARE(f.column.activePreviewNote(f.notes.active())->id, a);
         // From the tab to its card, inside the grace.
-        f.column->handleHover(a, false);
+        f.column.handleHover(a, false);
         f.advance(FanColumnState::previewGrace - 0.02);
-        f.column->handleHover(a, true);
+        f.column.handleHover(a, true);
         f.advance(0.5);
-        QCOMPARE(f.column->previewNoteID(), a);
+        QCOMPARE(f.column.previewNoteID(), a);
         // From the card to the next tab: the card goes straight there.
-        f.column->handleHover(a, false);
-        f.column->handleHover(b, true);
-        QCOMPARE(f.column->previewNoteID(), b);
-        QCOMPARE(f.column->previewIndex(f.notes()), 1);
-        f.column->handleHover(b, false);
+        f.column.handleHover(a, false);
+        f.column.handleHover(b, true);
+        QCOMPARE(f.column.previewNoteID(), b);
+        QCOMPARE(f.column.previewIndex(f.notes.active()), 1);
+        f.column.handleHover(b, false);
         f.advance(FanColumnState::previewGrace - 0.01);
-        QCOMPARE(f.column->previewNoteID(), b);
+        QCOMPARE(f.column.previewNoteID(), b);
         f.advance(0.02);
-        QVERIFY(!f.column->previewNoteID());
+        QVERIFY(!f.column.previewNoteID());
         QCOMPARE(moves, (QList<Moving>{Moving::SpringIn, Moving::Slide, Moving::FadeOut}));
     }
 
@@ -324,22 +270,22 @@ private Q_SLOTS:
     {
         Fan f(false);
         QList<bool> seen;
-        connect(f.column.get(), &FanColumnState::changed, this,
-                [&] { seen.append(f.column->appeared()); });
+        connect(&f.column, &FanColumnState::changed, this,
+                [&] { seen.append(f.column.appeared()); });
         for (int round = 0; round < 2; ++round) {
             f.fanOut();
-            QVERIFY(!f.column->appeared());
+            QVERIFY(!f.column.appeared());
             f.advance(0);
-            QVERIFY(f.column->isRevealed());
+            QVERIFY(f.column.isRevealed());
             // Opening a note and closing it back to the fan does not replay the reveal.
-            f.column->open(f.id(0));
+            f.column.open(f.id(0));
             f.advance(0.1);
-            f.column->open(f.id(0));
+            f.column.open(f.id(0));
             f.advance(0.1);
-            QCOMPARE(f.deck->state(), DeckState::fan());
-            QVERIFY(f.column->appeared());
-            f.deck->dismiss();
-            QVERIFY(!f.column->appeared() && !f.column->isRevealed());
+            QCOMPARE(f.deck.state(), DeckState::fan());
+            QVERIFY(f.column.appeared());
+            f.deck.dismiss();
+            QVERIFY(!f.column.appeared() && !f.column.isRevealed());
             f.advance(1);
         }
         QCOMPARE(seen, (QList<bool>{true, false, true, false}));

@@ -26,6 +26,7 @@ class TestFonts : public QObject {
 private Q_SLOTS:
     void initTestCase() { Ink::install(fonts); }
 
+    // Faces that are found are also checked below, as Qt draws them.
     void onlyAnExactNameFindsAFace_data()
     {
         QTest::addColumn<QString>("name");
@@ -46,25 +47,14 @@ private Q_SLOTS:
             QTest::newRow(row) << name << by << QString() << QString() << 0 << QFont::StyleNormal
                                << 0;
         };
-        found("a PostScript name finds its bold face", u"DejaVuSans-Bold"_s, By::PostScriptName,
-              u"DejaVu Sans"_s, u"Bold"_s, 700, QFont::StyleNormal, 100);
-        found("an italic face is found slanted", u"DejaVuSerif-Italic"_s, By::PostScriptName,
-              u"DejaVu Serif"_s, u"Italic"_s, 400, QFont::StyleItalic, 100);
         found("an oblique face is found oblique", u"DejaVuSansMono-BoldOblique"_s,
               By::PostScriptName, u"DejaVu Sans Mono"_s, u"Bold Oblique"_s, 700,
               QFont::StyleOblique, 100);
         found("a condensed face keeps its width under its first family",
               u"DejaVuSansCondensed-Bold"_s, By::PostScriptName, u"DejaVu Sans"_s,
               u"Condensed Bold"_s, 700, QFont::StyleNormal, 87);
-        found("a light face keeps its weight", u"DejaVuSans-ExtraLight"_s, By::PostScriptName,
-              u"DejaVu Sans"_s, u"ExtraLight"_s, 200, QFont::StyleNormal, 100);
-        found("a family name finds its plainest face", u"DejaVu Sans"_s, By::Family,
-              u"DejaVu Sans"_s, u"Book"_s, 400, QFont::StyleNormal, 100);
         found("a family name in another case finds the same face", u"dejavu serif"_s, By::Family,
               u"DejaVu Serif"_s, u"Book"_s, 400, QFont::StyleNormal, 100);
-        found("a subfamily name finds its plainest face under the first family",
-              u"DejaVu Sans Condensed"_s, By::Family, u"DejaVu Sans"_s, u"Condensed"_s, 400,
-              QFont::StyleNormal, 87);
         absent("a PostScript name not installed is absent, though fontconfig would substitute",
                u"Noteworthy-Light"_s, By::PostScriptName);
         absent("a family not installed is absent", u"Noteworthy"_s, By::Family);

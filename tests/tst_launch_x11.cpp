@@ -1,6 +1,8 @@
 #include "notes/Store.h"
 #include "platform/qt/QtFiles.h"
+#include "support/VirtualScreen.h"
 
+#include <QCoreApplication>
 #include <QProcess>
 #include <QTemporaryDir>
 #include <QTest>
@@ -8,6 +10,7 @@
 #include <xcb/xcb.h>
 
 #include <csignal>
+#include <cstdio>
 #include <functional>
 
 using namespace Qt::Literals::StringLiterals;
@@ -61,7 +64,8 @@ class TestLaunch : public QObject {
     // other window, and ends it with the signal. The optional
     // check runs while the program is up, before it is asked to quit.
     static void runOnce(const QString& home, int signalNumber, const TestLaunch& test,
-                        const std::function<void()>& whileRunning = {})
+                        const std::function<void()>& whileRunning = {},
+                        const QStringList& arguments = {})
     {
         const int before = viewableTopLevels();
         QVERIFY2(before >= 0, "no X server; run this test under xvfb-run");
@@ -69,7 +73,7 @@ class TestLaunch : public QObject {
         QProcess program;
         program.setProcessEnvironment(test.isolatedEnvironment(home));
         program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        program.start(QString::fromUtf8(PONDRIFT_BINARY), {});
+        program.start(QString::fromUtf8(PONDRIFT_BINARY), arguments);
         QVERIFY(program.waitForStarted());
 
         // The database's shared-memory file lives exactly as long as the store holds the
@@ -136,6 +140,51 @@ private Q_SLOTS:
         QCOMPARE(second, first);
     }
 
+    // A link opened, or the program started again, while it runs: the later start hands its
+    // request to the running one and ends, with a failure status when it was refused; the
+    // running one keeps its single deck and the notes. The first start's own URL counts too.
+    void aLaterStartHandsItsUrlsToTheRunningOne()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        const QString dataFolder = makeHome(home) + u"/data/Pondrift"_s;
+        const auto start = [&](const QStringList& arguments) {
+            QProcess later;
+            later.setProcessEnvironment(isolatedEnvironment(home.path()));
+            later.start(QString::fromUtf8(PONDRIFT_BINARY), arguments);
+            const bool ended = later.waitForFinished(60000);
+            return std::pair{ended ? later.exitCode() : -1,
+                             QString::fromUtf8(later.readAllStandardError())};
+        };
+        runOnce(home.path(), SIGTERM, *this,
+                [&] {
+                    const int windows = viewableTopLevels();
+                    const auto [handed, handedLog] =
+                        start({u"pondrift://new?text=From%20a%20link"_s, u"--new"_s, u"typed"_s});
+                    QVERIFY2(handed == 0, qPrintable(handedLog));
+                    const auto [refused, refusedLog] =
+                        start({u"pondrift://new?text=%FF"_s, u"pondrift://new?text=kept"_s});
+                    QCOMPARE(refused, 1);
+                    QVERIFY2(refusedLog.contains(u"Pondrift: the running instance refused the "
+                                                 u"request — pondrift://new?text=%FF: the text is "
+                                                 u"not UTF-8"_s),
+                             qPrintable(refusedLog));
+                    QCOMPARE(start({}).first, 0);
+                    QCOMPARE(viewableTopLevels(), windows);
+                },
+                {u"pondrift://new?text=at%20launch"_s});
+        QVERIFY2(!QFile::exists(home.path() + u"/run/app.pondrift.Pondrift.socket"_s),
+                 "the socket outlived its instance");
+        Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s, files);
+        QStringList bodies;
+        for (const Note& note : store.load())
+            bodies << note.body;
+        bodies.sort(); // the welcome note's heading sorts first
+        QCOMPARE(bodies.size(), 5);
+        QCOMPARE(bodies.mid(1),
+                 (QStringList{u"From a link"_s, u"at launch"_s, u"kept"_s, u"typed"_s}));
+    }
+
     void withSyncOnTheNotesAppearInTheSyncFolder()
     {
         QTemporaryDir home;
@@ -162,5 +211,19 @@ private Q_SLOTS:
     }
 };
 
-QTEST_GUILESS_MAIN(TestLaunch)
+// On an X server of its own, so that the windows other tests show meanwhile on the shared
+// one neither count among the program's nor hold its global keys.
+int main(int argc, char** argv)
+{
+    VirtualScreen screen;
+    const QByteArray display = screen.start(QSize(1280, 800));
+    if (display.isEmpty()) {
+        std::fprintf(stderr, "tst_launch_x11: Xvfb is needed for this test\n");
+        return 1;
+    }
+    qputenv("DISPLAY", display);
+    QCoreApplication app(argc, argv);
+    TestLaunch test;
+    return QTest::qExec(&test, argc, argv);
+}
 #include "tst_launch_x11.moc"

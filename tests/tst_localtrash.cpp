@@ -1,5 +1,4 @@
 #include "exchange/NoteDocument.h"
-#include "platform/Log.h"
 #include "support/FaultyFiles.h"
 #include "support/NoteBuilder.h"
 #include "support/TestFiles.h"
@@ -47,21 +46,6 @@ private Q_SLOTS:
         QCOMPARE(bodies, (QStringList{u"- buy 书"_s, u"- call Ana"_s}));
         QCOMPARE(QFileInfo(trash.folder()).permissions() & QFileDevice::ReadOther,
                  QFileDevice::Permissions());
-    }
-
-    // A full disk: the trash says so, with the cause, so the caller keeps the note.
-    void aTrashThatCannotBeWrittenSaysSo()
-    {
-        QTemporaryDir dir;
-        FaultyFiles files;
-        LocalTrash trash(dir.filePath(u"Trash"_s), files);
-        files.failPathsContaining(u"(deleted "_s, ENOSPC);
-        QStringList log;
-        const Log::Capture capture([&](const QString& line) { log << line; });
-        QVERIFY(!trash.keep(aNote().title(u"Plans"_s).build(), Date{1'760'000'000.0}));
-        QCOMPARE(log.size(), 1);
-        QVERIFY(log.first().contains(Files::Result{ENOSPC}.description()));
-        QVERIFY(kept(trash.folder()).isEmpty());
     }
 
     void theTrashKeepsAMonth_data()

@@ -1,6 +1,6 @@
-// A note text view bound to a note of a real store over a real database: typing reaches the
-// database after the save delay, a change from outside keeps the caret and waits for an
-// input method's composition, a deleted note reads as empty, and unbinding saves.
+// A note text view bound to a note of a real store over a real database: a change from
+// outside keeps the caret and waits for an input method's composition, and unbinding saves.
+// The sheet's tests type through the same binding and see the save delay and a deleted note.
 #include "editor/EditorStyleEngine.h"
 #include "editor/NoteTextBinding.h"
 #include "editor/ui/NoteTextView.h"
@@ -20,10 +20,8 @@ class NoteTextBindingTest : public QObject {
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init();
-    void typingReachesTheDatabaseAfterTheSaveDelay();
     void anOutsideChangeKeepsTheCaret();
     void anOutsideChangeWaitsForACompositionToEnd();
-    void aDeletedNoteReadsAsEmptyAndStaysDeleted();
     void unbindingSavesAtOnce();
 
 private:
@@ -55,17 +53,6 @@ void NoteTextBindingTest::compose(const QString& preedit, const QString& commit)
     QInputMethodEvent event(preedit, {});
     event.setCommitString(commit);
     QApplication::sendEvent(view.get(), &event);
-}
-
-void NoteTextBindingTest::typingReachesTheDatabaseAfterTheSaveDelay()
-{
-    QTest::keyClicks(view.get(), u"A "_s);
-    QCOMPARE(library->notes->note(id)->body, u"A first line\nsecond **line**"_s);
-    QVERIFY(view->document()->isUndoAvailable()); // the store's echo is no new text
-    library->clock.advance(NoteStore::saveDelay / 2);
-    QCOMPARE(library->storedNote(id)->body, u"first line\nsecond **line**"_s);
-    library->clock.advance(NoteStore::saveDelay);
-    QCOMPARE(library->storedNote(id)->body, u"A first line\nsecond **line**"_s);
 }
 
 void NoteTextBindingTest::anOutsideChangeKeepsTheCaret()
@@ -108,19 +95,10 @@ void NoteTextBindingTest::anOutsideChangeWaitsForACompositionToEnd()
     QVERIFY(EditorStyleEngine::styledFormat(*view->document(), 18).fontWeight() >= QFont::DemiBold);
 }
 
-void NoteTextBindingTest::aDeletedNoteReadsAsEmptyAndStaysDeleted()
-{
-    library->notes->deleteNote(id);
-    QCOMPARE(view->text(), QString());
-    QTest::keyClicks(view.get(), u"still here"_s);
-    library->clock.advance(NoteStore::saveDelay * 2);
-    QVERIFY(!library->notes->note(id));
-    QVERIFY(!library->storedNote(id));
-}
-
 void NoteTextBindingTest::unbindingSavesAtOnce()
 {
     QTest::keyClicks(view.get(), u"B"_s);
+    QVERIFY(view->document()->isUndoAvailable()); // the store's echo is no new text
     binding->unbind();
     QCOMPARE(library->storedNote(id)->body, u"Bfirst line\nsecond **line**"_s);
     // Unbound, the view no longer writes to the note.

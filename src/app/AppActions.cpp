@@ -1,10 +1,13 @@
 #include "app/AppActions.h"
 
 #include "app/AppServices.h"
+#include "app/UrlScheme.h"
 #include "deck/DeckController.h"
 #include "deck/DeckManager.h"
+#include "platform/Log.h"
 #include "settings/DeckStyle.h"
 #include "settings/Settings.h"
+#include "surfaces/QuickCapture.h"
 
 #include <cmath>
 #include <optional>
@@ -18,6 +21,12 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
     actions.insert(u"biggerText"_s, [this](const QString&) { stepFontSize(+1.5); });
     actions.insert(u"smallerText"_s, [this](const QString&) { stepFontSize(-1.5); });
     actions.insert(u"refreshDecks"_s, [this](const QString&) { refreshDecks(); });
+    actions.insert(u"quickCapture"_s, [this](const QString&) {
+        if (QuickCapture* capture = this->services.quickCapture())
+            capture->show();
+        else
+            Log::line(u"quick capture is not available here; the request is dropped"_s);
+    });
     actions.insert(u"quit"_s, [quit = std::move(quit)](const QString&) { quit(); });
     addSettingsCommands();
 }
@@ -125,6 +134,74 @@ void AppActions::newNote()
         if (DeckController* deck = decks->focused())
             deck->expand(note.id);
     }
+}
+
+// A note handed in from outside is taken as it is; no deck opens over whatever the person is
+// doing, and the note stands in every deck. A library that cannot be written still gets the
+// call, so that the person sees why; the sender hears that its text was not kept.
+bool AppActions::addNote(const QString& body)
+{
+    if (!services.notesAreOpen())
+        return false;
+    NoteStore& notes = services.noteStore();
+    const bool keeps = notes.isWritable();
+    notes.create(body);
+    return keeps;
+}
+
+void AppActions::runOrLog(const QString& id, const QString& what)
+{
+    if (!run(id))
+        Log::line(what + u" is not available yet; the request is dropped"_s);
+}
+
+namespace {
+
+// A URL can be a mebibyte; its start names it well enough. The reasons travel one a line, so
+// a line break in the URL must not split one.
+QString refusal(const QString& url, const QString& why)
+{
+    QString shown = url.left(80);
+    for (QChar& c : shown) {
+        if (c.category() == QChar::Other_Control)
+            c = u' ';
+    }
+    return shown + (url.size() > 80 ? u"…: "_s : u": "_s) + why;
+}
+
+} // namespace
+
+QStringList AppActions::openUrls(const QStringList& urls)
+{
+    QStringList refusals;
+    for (const QString& url : urls) {
+        const UrlScheme::Parsed parsed = UrlScheme::parse(url);
+        QString why;
+        if (!parsed.accepted()) {
+            why = UrlScheme::describe(parsed.refusal);
+        } else {
+            switch (parsed.command) {
+            case UrlScheme::Command::NewNote:
+                if (!addNote(parsed.text))
+                    why = u"the notes cannot be saved now; the text was not kept"_s;
+                break;
+            case UrlScheme::Command::Capture:
+                runOrLog(u"quickCapture"_s, u"quick capture"_s);
+                break;
+            case UrlScheme::Command::AllNotes:
+                runOrLog(u"openAllNotes"_s, u"the list of all notes"_s);
+                break;
+            case UrlScheme::Command::Settings:
+                runOrLog(u"openSettings"_s, u"the settings window"_s);
+                break;
+            }
+        }
+        if (!why.isEmpty()) {
+            refusals << refusal(url, why);
+            Log::line(u"skipped a URL"_s, refusals.last());
+        }
+    }
+    return refusals;
 }
 
 // The setter keeps the size in its range.

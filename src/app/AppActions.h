@@ -29,6 +29,12 @@ public:
     bool contains(const QString& id) const;
     // Every id, sorted.
     QStringList ids() const;
+    // Runs each pondrift: URL in turn (see UrlScheme), as another program or a later start
+    // hands them in. One that does not qualify is skipped with a log line and the next is
+    // taken. Answers why each skipped one was, for the sender to tell.
+    QStringList openUrls(const QStringList& urls);
+    // Runs the command, or logs that its surface (what) is not there yet.
+    void runOrLog(const QString& id, const QString& what);
 
 private:
     // The deck's view of the table.
@@ -50,6 +56,7 @@ private:
     };
 
     void newNote();
+    bool addNote(const QString& body);
     void stepFontSize(double delta);
     void refreshDecks();
     void addSettingsCommands();

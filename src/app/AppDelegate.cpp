@@ -1,9 +1,11 @@
 #include "app/AppDelegate.h"
 
 #include "app/AppServices.h"
+#include "app/HotKeys.h"
 #include "notes/NoteStore.h"
 #include "notes/NoteText.h"
 #include "platform/Log.h"
+#include "surfaces/QuickCapture.h"
 #include "sync/CloudSync.h"
 
 #include <QGuiApplication>
@@ -122,7 +124,23 @@ void AppDelegate::restoreAfterLanguageRelaunch() {}
 void AppDelegate::startUndoToast() {}
 
 // New note, all notes, archive and quick capture from anywhere on the desktop.
-void AppDelegate::registerHotKeys() {}
+void AppDelegate::registerHotKeys()
+{
+    HotKeys* keys = services.hotKeys();
+    if (!keys)
+        return;
+    keys->registerActions(
+        [this](quint32) { commands.run(u"newNote"_s); },
+        [this](quint32) { commands.runOrLog(u"openAllNotes"_s, u"the list of all notes"_s); },
+        [this](quint32) { commands.runOrLog(u"openArchive"_s, u"the archive"_s); },
+        // The press's time lets the panel take the keyboard.
+        [this](quint32 time) {
+            if (QuickCapture* capture = services.quickCapture())
+                capture->toggle(time);
+            else
+                commands.runOrLog(u"quickCapture"_s, u"quick capture"_s);
+        });
+}
 
 // On Linux the program is updated through the system's packages; there is no updater.
 void AppDelegate::startUpdater() {}

@@ -1,5 +1,6 @@
 #include "app/AppServices.h"
 
+#include "app/HotKeys.h"
 #include "deck/DeckManager.h"
 #include "deck/DeckWindow.h"
 #include "images/ImageStore.h"
@@ -20,6 +21,8 @@
 #include "platform/SpellChecker.h"
 #include "platform/WindowHints.h"
 #include "settings/Settings.h"
+#include "surfaces/FloatingNote.h"
+#include "surfaces/QuickCapture.h"
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
 #include "sync/DocumentNames.h"
@@ -42,12 +45,18 @@ AppServices::AppServices(Backends given, Paths data, QString home)
     Ink::install(*backends.fonts);
     // Before any widget exists, so that every text comes in the user's language.
     L10n::install(Settings::appLanguage());
+    if (backends.hotKeys)
+        keys = std::make_unique<HotKeys>(*backends.hotKeys);
 }
 
-// The engine and the store go before the backends they hold on to.
+// The engine and the store go before the backends they hold on to, and whatever holds a
+// note (a deck, the floating note) before the store.
 AppServices::~AppServices()
 {
+    keys.reset();
     decks.reset();
+    floating.reset();
+    capture.reset();
     sync.reset();
     trash.reset();
     syncFolder.reset();
@@ -70,31 +79,53 @@ void AppServices::openDecks(DeckActions& actions)
 {
     if (decks || !notes || !backends.makeDeckWindow)
         return;
+    const auto parts = [this, &actions](quint32 displayID) {
+        return DeckWindowParts{
+            .displayID = displayID,
+            .notes = *notes,
+            .scheduler = scheduler(),
+            .actions = actions,
+            .displays = displays(),
+            .pointer = pointer(),
+            .hints = windowHints(),
+            .compositor = compositor(),
+            .keyboard = keyboardLayout(),
+            .desktop = desktop(),
+            .images = *images,
+            .spellChecker = spellChecker(),
+        };
+    };
+    if (backends.makeCaptureWindow)
+        capture = std::make_unique<QuickCapture>(
+            *notes, scheduler(), pointer(), displays(), [this, parts](QuickCapture& owner) {
+                return backends.makeCaptureWindow(owner, parts(0));
+            });
+    if (backends.makeFloatingWindow)
+        floating = std::make_unique<FloatingNote>(
+            *notes, scheduler(), pointer(), displays(),
+            [this, parts](FloatingNote& owner, const QString& id) {
+                return backends.makeFloatingWindow(owner, id, parts(0));
+            });
     decks = std::make_unique<DeckManager>(DeckManager::Collaborators{
         .displays = displays(),
         .pointer = pointer(),
         .scheduler = scheduler(),
         .notes = *notes,
         .actions = actions,
-        .detachTarget = nullptr,
+        .detachTarget = floating.get(),
         .makeWindow =
-            [this, &actions](quint32 displayID) {
-                return backends.makeDeckWindow(DeckWindowParts{
-                    .displayID = displayID,
-                    .notes = *notes,
-                    .scheduler = scheduler(),
-                    .actions = actions,
-                    .displays = displays(),
-                    .pointer = pointer(),
-                    .hints = windowHints(),
-                    .compositor = compositor(),
-                    .keyboard = keyboardLayout(),
-                });
-            },
+            [this, parts](quint32 displayID) { return backends.makeDeckWindow(parts(displayID)); },
     });
+    if (floating)
+        floating->restore();
 }
 
-void AppServices::closeDecks() { decks.reset(); }
+void AppServices::closeDecks()
+{
+    decks.reset();
+    floating.reset();
+    capture.reset();
+}
 
 void AppServices::makeSync()
 {

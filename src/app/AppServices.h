@@ -3,6 +3,7 @@
 #include "app/AppLifecycle.h"
 #include "notes/NoteStore.h"
 #include "notes/Paths.h"
+#include "platform/HotKeyBackend.h"
 
 #include <QString>
 
@@ -13,6 +14,11 @@ class CloudSync;
 class Compositor;
 class DeckActions;
 class DeckManager;
+class CaptureWindow;
+class FloatingNote;
+class QuickCapture;
+class HotKeys;
+class FloatingWindow;
 class DeckWindow;
 class LocalTrash;
 class Defaults;
@@ -51,6 +57,10 @@ public:
         WindowHints& hints;
         Compositor& compositor;
         KeyboardLayout& keyboard;
+        // What an open note's text view needs: links, pictures, spelling (null: off).
+        Desktop& desktop;
+        ImageStore& images;
+        SpellChecker* spellChecker = nullptr;
     };
 
     struct Backends {
@@ -80,9 +90,19 @@ public:
         // Marks misspelled words in the editor; one that is not available leaves spelling
         // off. Absent: also off.
         std::unique_ptr<SpellChecker> spellChecker;
+        // Keys from anywhere on the desktop; absent where the program takes none.
+        std::unique_ptr<HotKeyBackend> hotKeys;
         // The window of a deck, from what it is made with. Absent where the program has no
         // deck window to show; then no deck is made.
         std::function<std::unique_ptr<DeckWindow>(const DeckWindowParts&)> makeDeckWindow;
+        // The window of the floating note for the note with this id, from the same parts
+        // (the display aside). Absent where no note can float.
+        std::function<FloatingWindow*(FloatingNote& owner, const QString& noteID,
+                                      const DeckWindowParts&)>
+            makeFloatingWindow;
+        // The quick capture panel, from the same parts. Absent where there is none.
+        std::function<CaptureWindow*(QuickCapture& owner, const DeckWindowParts&)>
+            makeCaptureWindow;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
@@ -141,6 +161,11 @@ public:
     CloudSync* cloudSync() { return sync.get(); }
     // Absent until openDecks, and without a deck window.
     DeckManager* deckManager() { return decks.get(); }
+    FloatingNote* floatingNote() { return floating.get(); }
+    // Absent until openDecks, and without a capture window.
+    QuickCapture* quickCapture() { return capture.get(); }
+    // Absent without a hot key backend.
+    HotKeys* hotKeys() { return keys.get(); }
 
     // The sync root the settings name. With none named and sync on, the first sync client's
     // folder found in the home folder is stored as the root and given; with none found,
@@ -159,7 +184,11 @@ private:
     std::unique_ptr<CloudFolder> syncFolder;
     std::unique_ptr<LocalTrash> trash;
     std::unique_ptr<CloudSync> sync;
+    std::unique_ptr<QuickCapture> capture;
+    // Before the decks, which hold it: they go first.
+    std::unique_ptr<FloatingNote> floating;
     std::unique_ptr<DeckManager> decks;
+    std::unique_ptr<HotKeys> keys;
     // The missing sync root is logged once, not on every pass.
     bool toldNoRoot = false;
 };

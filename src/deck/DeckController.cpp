@@ -300,6 +300,12 @@ void DeckController::detachExpandedNote(QPointF p)
         detachTarget->present(*id, p, QPointF(p.x() - x, p.y() - y));
 }
 
+void DeckController::moveDetached(QPointF p)
+{
+    if (detachTarget && deckModel.detachingID())
+        detachTarget->dragTo(p);
+}
+
 void DeckController::finishDetach()
 {
     if (detachTarget)

@@ -79,9 +79,13 @@ public:
     // The resting state, from anywhere; what other decks are sent to when one activates.
     void collapseToRest();
 
+    // Whether an open note can be pulled out to float: there is a floating note to take it.
+    bool canDetach() const { return detachTarget != nullptr; }
     // The open note is being pulled out of the panel, the pointer at p (screen coordinates).
     // Only with a note open.
     void detachExpandedNote(QPointF p);
+    // Each pointer move of the pull, in screen coordinates.
+    void moveDetached(QPointF p);
     void finishDetach();
 
     // After a change of settings: a deck kept shown fans out, a fan no longer kept shown

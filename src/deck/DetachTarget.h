@@ -18,6 +18,8 @@ public:
     // Starts floating the note under the pointer; grabOffset is the pointer's distance from
     // the note's bottom left corner, which the note keeps while it follows the pointer.
     virtual void present(const QString& id, QPointF under, QPointF grabOffset) = 0;
+    // The pointer moved on during the pull; the note follows, held at grabOffset.
+    virtual void dragTo(QPointF point) = 0;
     // The pull ended: the note stays afloat, or goes when cancelled.
     virtual void endDrag(bool cancelled) = 0;
 

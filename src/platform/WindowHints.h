@@ -28,13 +28,20 @@ public:
     // window hides. On a shown window the change goes to the window manager at once, except
     // the last, which counts from the next show.
     virtual void makePanel(QWindow* window) = 0;
+    // A window of its own that floats over the work, a note pulled off the deck: on every
+    // workspace and out of the taskbar and the pager, at the level its Qt::WindowStaysOnTopHint
+    // gives it. The window manager still moves, stacks and focuses it as any other. Call
+    // before every show, as makePanel.
+    virtual void makeFloating(QWindow* window) = 0;
     // Records the user's last action in the window at time. Qt writes its own when it shows a
     // window, so call this after show.
     virtual void setUserTime(QWindow* window, quint32 time) = 0;
     // Lets the shown window take the keyboard and asks for it to be activated, as the user's
     // action at time; 0 stands for now. Until releaseKeyboard, a click in the window focuses it.
     virtual void takeKeyboard(QWindow* window, quint32 time) = 0;
-    // A click in the window no longer takes the focus from the window the user works in.
+    // A click in the window no longer takes the focus from the window the user works in; and
+    // while the window still holds the keyboard, it goes back to the window that had it
+    // before takeKeyboard.
     virtual void releaseKeyboard(QWindow* window) = 0;
     // Asks a compositor that can to blur what shows through the window's clear parts, over
     // the whole window, or no more. Compositors that cannot ignore it, and it costs nothing

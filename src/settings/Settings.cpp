@@ -199,6 +199,28 @@ void setFloatingNoteSize(QSizeF size)
     defaults().setValue(u"floatingNoteH"_s, size.height());
 }
 
+std::optional<FloatingPlace> floatingNotePlace()
+{
+    const QString id = defaults().value(u"floatingNoteID"_s).toString();
+    const auto x = defaults().doubleValue(u"floatingNoteX"_s);
+    const auto y = defaults().doubleValue(u"floatingNoteY"_s);
+    if (id.isEmpty() || !x || !y)
+        return std::nullopt;
+    return FloatingPlace{id, QPointF(*x, *y)};
+}
+
+void setFloatingNotePlace(const std::optional<FloatingPlace>& place)
+{
+    if (!place) {
+        for (const QString& key : {u"floatingNoteID"_s, u"floatingNoteX"_s, u"floatingNoteY"_s})
+            defaults().remove(key);
+        return;
+    }
+    defaults().setValue(u"floatingNoteID"_s, place->noteID);
+    defaults().setValue(u"floatingNoteX"_s, place->origin.x());
+    defaults().setValue(u"floatingNoteY"_s, place->origin.y());
+}
+
 double deckScale()
 {
     if (!cachedDeckScale) {

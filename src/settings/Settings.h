@@ -4,6 +4,7 @@
 #include "settings/DeckStyle.h"
 #include "settings/Shortcut.h"
 
+#include <QPointF>
 #include <QSizeF>
 #include <QString>
 #include <QStringView>
@@ -124,6 +125,15 @@ bool deckPillHidden();
 void setDeckPillHidden(bool on);
 QSizeF floatingNoteSize();
 void setFloatingNoteSize(QSizeF size);
+// The note that floated when the program last ended, and where its bottom left corner stood
+// (screen coordinates, y up); absent when none floated.
+struct FloatingPlace {
+    QString noteID;
+    QPointF origin;
+    friend bool operator==(const FloatingPlace&, const FloatingPlace&) = default;
+};
+std::optional<FloatingPlace> floatingNotePlace();
+void setFloatingNotePlace(const std::optional<FloatingPlace>& place);
 double deckScale();
 void setDeckScale(double scale);
 DeckStyle deckStyle();

@@ -9,6 +9,7 @@ class RecordingWindowHints final : public WindowHints {
 public:
     enum class Operation {
         MakePanel,
+        MakeFloating,
         SetUserTime,
         TakeKeyboard,
         ReleaseKeyboard,
@@ -29,6 +30,7 @@ public:
     };
 
     void makePanel(QWindow* window) override { calls.append({Operation::MakePanel, window}); }
+    void makeFloating(QWindow* window) override { calls.append({Operation::MakeFloating, window}); }
     void setUserTime(QWindow* window, quint32 time) override
     {
         calls.append({Operation::SetUserTime, window, time});

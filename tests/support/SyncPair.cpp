@@ -13,6 +13,7 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <QTest>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -543,4 +544,12 @@ QString PairLife::live(quint32 seed, int steps)
     return u"seed %1:\n%2\n-- the life's log, last lines --\n%3"_s.arg(seed).arg(
         problems.join(u'\n'),
         log.mid(tail > 0 ? std::max<qsizetype>(0, log.size() - tail) : 0).join(u'\n'));
+}
+
+void PairLife::verify(quint32 seed)
+{
+    const QString problems = live(seed);
+    if (!problems.isEmpty())
+        qWarning().noquote() << problems;
+    QVERIFY2(problems.isEmpty(), qPrintable(problems.section(u'\n', 0, 1)));
 }

@@ -104,4 +104,7 @@ private:
 // the life's log so that it can be replayed.
 namespace PairLife {
 QString live(quint32 seed, int steps = 150);
+// Lives the seed's life and fails the running test with its first problem, the whole list in
+// the test's log (a failure message is cut short).
+void verify(quint32 seed);
 } // namespace PairLife

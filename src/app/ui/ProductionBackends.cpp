@@ -5,6 +5,7 @@
 #include "l10n/L10n.h"
 #include "notes/ui/StorageErrorDialog.h"
 #include "platform/fallback/FixedCompositor.h"
+#include "platform/fallback/NoHotKeys.h"
 #include "platform/fallback/NoSpellChecker.h"
 #include "platform/fallback/NoWindowHints.h"
 #include "platform/fallback/UsKeyboardLayout.h"
@@ -14,13 +15,17 @@
 #include "platform/qt/QtFiles.h"
 #include "platform/qt/QtPointer.h"
 #include "platform/qt/QtScheduler.h"
+#include "platform/qt/QtSingleInstance.h"
 #include "platform/x11/X11Compositor.h"
 #include "platform/x11/X11DisplayLoss.h"
+#include "platform/x11/X11HotKeys.h"
 #include "platform/x11/X11WindowHints.h"
 #include "platform/x11/XkbKeyboardLayout.h"
 #include "platform/xdg/FontconfigFonts.h"
 #include "platform/xdg/HunspellSpellChecker.h"
 #include "platform/xdg/XdgLoginItem.h"
+#include "surfaces/ui/CapturePanel.h"
+#include "surfaces/ui/FloatingPanel.h"
 #include "sync/ui/MassDeleteDialog.h"
 
 #include <QCoreApplication>
@@ -65,12 +70,33 @@ AppServices::Backends makeProductionBackends()
         backends.spellChecker = std::make_unique<NoSpellChecker>();
     backends.makeDeckWindow =
         [](const AppServices::DeckWindowParts& parts) -> std::unique_ptr<DeckWindow> {
-        return std::make_unique<DeckPanel>(
-            DeckPanel::Parts{parts.notes, parts.scheduler, parts.actions, parts.displays,
-                             parts.pointer, parts.hints, parts.compositor, parts.keyboard});
+        return std::make_unique<DeckPanel>(DeckPanel::Parts{
+            parts.notes, parts.scheduler, parts.actions, parts.displays, parts.pointer, parts.hints,
+            parts.compositor, parts.keyboard, parts.desktop, parts.images, parts.spellChecker});
+    };
+    if (auto x11 = X11HotKeys::open(*backends.keyboardLayout))
+        backends.hotKeys = std::move(x11);
+    else
+        backends.hotKeys = std::make_unique<NoHotKeys>();
+    backends.makeFloatingWindow = [](FloatingNote& owner, const QString& id,
+                                     const AppServices::DeckWindowParts& parts) {
+        return new FloatingPanel(owner, id,
+                                 FloatingPanel::Parts{parts.notes, parts.scheduler, parts.desktop,
+                                                      parts.images, parts.hints, parts.compositor,
+                                                      parts.spellChecker});
+    };
+    backends.makeCaptureWindow = [](QuickCapture& owner,
+                                    const AppServices::DeckWindowParts& parts) {
+        return new CapturePanel(owner,
+                                CapturePanel::Parts{parts.notes, parts.hints, parts.compositor});
     };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
     backends.whenDisplayIsLost = &X11DisplayLoss::callBeforeExit;
     return backends;
+}
+
+std::unique_ptr<SingleInstance> makeSingleInstance()
+{
+    return std::make_unique<QtSingleInstance>(QtSingleInstance::defaultFolder());
 }

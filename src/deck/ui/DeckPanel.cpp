@@ -53,8 +53,9 @@ void DeckPanel::attach(DeckController* c)
     delete std::exchange(content, nullptr);
     if (!controller)
         return;
-    content =
-        new DeckView(DeckView::Parts{*controller, with.notes, with.scheduler, with.actions}, this);
+    content = new DeckView(DeckView::Parts{*controller, with.notes, with.scheduler, with.actions,
+                                           &with.desktop, &with.images, with.spellChecker},
+                           this);
     content->setGeometry(rect());
     content->setComposited(composited);
     content->show();

@@ -12,6 +12,9 @@
 class Compositor;
 class DeckActions;
 class DeckView;
+class Desktop;
+class ImageStore;
+class SpellChecker;
 class KeyboardLayout;
 class NoteStore;
 class Pointer;
@@ -40,6 +43,10 @@ public:
         WindowHints& hints;
         Compositor& compositor;
         KeyboardLayout& keyboard;
+        // For the open note's text view.
+        Desktop& desktop;
+        ImageStore& images;
+        SpellChecker* spellChecker = nullptr;
     };
     // REQUIRES: every part outlives the panel.
     explicit DeckPanel(Parts parts);

@@ -8,6 +8,8 @@
 #include "deck/ui/DeckAccessible.h"
 #include "deck/ui/DeckMenus.h"
 #include "deck/ui/DeckPaint.h"
+#include "deck/ui/NoteEditorView.h"
+#include "editor/ui/NoteTextView.h"
 #include "l10n/L10n.h"
 #include "notes/Ink.h"
 #include "notes/NoteColor.h"
@@ -63,6 +65,10 @@ DeckView::DeckView(Parts parts, QWidget* parent)
     , controller(parts.controller)
     , notes(parts.notes)
     , actions(parts.actions)
+    , scheduler(parts.scheduler)
+    , desktop(parts.desktop)
+    , images(parts.images)
+    , spellChecker(parts.spellChecker)
     , fan(parts.controller, parts.notes, parts.scheduler)
 {
     DeckAccessible::install();
@@ -70,7 +76,10 @@ DeckView::DeckView(Parts parts, QWidget* parent)
     setAttribute(Qt::WA_OpaquePaintEvent, false);
     clock.start();
     frames.setTimerType(Qt::PreciseTimer);
-    connect(&frames, &QTimer::timeout, this, qOverload<>(&QWidget::update));
+    connect(&frames, &QTimer::timeout, this, [this] {
+        placeSheet();
+        update();
+    });
     connect(&controller.model(), &DeckModel::changed, this, qOverload<>(&QWidget::update));
     connect(&fan, &FanColumnState::changed, this, qOverload<>(&QWidget::update));
     connect(&fan, &FanColumnState::previewMoving, this, [this](FanColumnState::PreviewMotion how) {
@@ -86,7 +95,11 @@ DeckView::DeckView(Parts parts, QWidget* parent)
             break;
         }
     });
-    notes.observeNotes(this, [this] { update(); });
+    notes.observeNotes(this, [this] {
+        syncSheet();
+        update();
+    });
+    connect(&controller.model(), &DeckModel::changed, this, &DeckView::syncSheet);
 }
 
 DeckView::~DeckView() = default;
@@ -100,7 +113,77 @@ void DeckView::setComposited(bool on)
     if (composited == on)
         return;
     composited = on;
+    if (sheet)
+        sheet->setSurface(surfaceOf(on));
     update();
+}
+
+// The sheet follows the deck's state: a note opened here gets its sheet, pulled in from the
+// edge; a closed or deleted note loses it. A note being pulled out keeps its sheet, unseen,
+// until the pull ends, since the sheet's gutter holds the pointer. A sheet is taken down
+// later, never in the middle of an event it may be handling itself (an Escape typed in its
+// text, say).
+void DeckView::syncSheet()
+{
+    const DeckModel& model = controller.model();
+    const std::optional<QString> id = model.state().expandedID();
+    const std::optional<Note> note = id ? notes.note(*id) : std::nullopt;
+    const bool right = !onLeft();
+    const bool wanted = note && desktop && images;
+    if (sheet && (!wanted || sheet->noteID() != *id || sheet->onRightEdge() != right)) {
+        NoteEditorView* old = sheet;
+        sheet = nullptr;
+        old->closeNote();
+        old->hide();
+        old->deleteLater();
+    }
+    if (wanted && !sheet) {
+        sheet = new NoteEditorView(*note, controller.model(), controller, notes, right, *desktop,
+                                   *images, scheduler, spellChecker, this);
+        sheet->setSurface(surfaceOf(composited));
+        sheetShown.jumpTo(0);
+        sheetShown.animateTo(1, Curve::spring(0.3, 0.9), now());
+        placeSheet();
+        sheet->show();
+        sheet->raise();
+        sheet->textView()->focusSoon();
+        if (!frames.isActive())
+            update();
+    }
+    placeSheet();
+}
+
+void DeckView::placeSheet()
+{
+    if (!sheet)
+        return;
+    const DeckModel& model = controller.model();
+    const double h = height();
+    const QList<Note> active = notes.active();
+    const QList<Note> visible = FanColumnState::visibleNotes(active, model.showAll());
+    double longest = 0;
+    for (const Note& note : visible)
+        longest = std::max(longest, labelWidths().labelWidth(NoteText::displayTitle(note)));
+    const bool showsActions = !(model.alwaysShown() && model.hideActions());
+    const int hidden = FanColumnState::hiddenCount(active.size(), model.showAll());
+    const DeckLayout layout =
+        DeckGeom::layout(std::max(h, 1.0), std::max(1, static_cast<int>(visible.size())),
+                         hidden > 0, model.style(), longest, showsActions);
+    int index = -1;
+    for (int i = 0; i < visible.size(); ++i) {
+        if (visible[i].id == sheet->noteID())
+            index = i;
+    }
+    const double top = DeckGeom::editorTop(layout, h, static_cast<int>(active.size()), index,
+                                           model.openedHeight(), model.openedTop());
+    // The sheet stays put while the list under it changes.
+    if (!model.openedTop())
+        controller.model().setOpenedTop(top);
+    const bool right = sheet->onRightEdge();
+    const QRectF body = sheet->bodyRect();
+    const double pull = (1 - sheetShown.value(now())) * 40 * (right ? 1 : -1);
+    const double x = (right ? width() - body.width() : 0) + pull;
+    sheet->move(QPointF(x - body.left(), top - body.top()).toPoint());
 }
 
 void DeckView::setEdgeOverride(std::optional<bool> left)
@@ -331,7 +414,7 @@ void DeckView::layoutItems(double t)
 bool DeckView::settled(double t) const
 {
     if (!pillOpacity.settled(t) || !lineOpacity.settled(t) || !cardOpacity.settled(t)
-        || !cardOffset.settled(t))
+        || !cardOffset.settled(t) || (sheet && !sheetShown.settled(t)))
         return false;
     for (const Motion& m : motions) {
         if (!m.stage.settled(t) || !m.top.settled(t) || !m.shift.settled(t) || !m.lift.settled(t)
@@ -389,6 +472,8 @@ void DeckView::paintEvent(QPaintEvent*)
         }
     }
     painter.end();
+    if (sheet && sheet->isVisible() && !composited)
+        keep(sheet->outline().translated(sheet->pos()));
     static bool firstFrame = true;
     if (std::exchange(firstFrame, false))
         DeckLog::line([] { return u"first frame"_s; });
@@ -450,6 +535,8 @@ void DeckView::logItems() const
         };
         for (const ItemInfo& item : items())
             add(item.kind, item.key, item.rect);
+        if (sheet)
+            add(u"gutter"_s, sheet->noteID(), sheet->gutterRect().translated(sheet->pos()));
         return line;
     });
 }

@@ -9,6 +9,7 @@
 
 #include <QElapsedTimer>
 #include <QHash>
+#include <QPointer>
 #include <QRegion>
 #include <QTimer>
 #include <QWidget>
@@ -18,6 +19,10 @@
 
 class DeckActions;
 class DeckController;
+class NoteEditorView;
+class Desktop;
+class ImageStore;
+class SpellChecker;
 class NoteStore;
 class Scheduler;
 class QMenu;
@@ -45,6 +50,10 @@ public:
         NoteStore& notes;
         Scheduler& scheduler;
         DeckActions& actions;
+        // What an open note's sheet needs; without them no sheet shows.
+        Desktop* desktop = nullptr;
+        ImageStore* images = nullptr;
+        SpellChecker* spellChecker = nullptr;
     };
     // REQUIRES: every part outlives the view.
     DeckView(Parts parts, QWidget* parent);
@@ -149,12 +158,24 @@ private:
     double now() const;
     bool settled(double now) const;
     void logItems() const;
+    // Opens, keeps or closes the open note's sheet to match the deck's state.
+    void syncSheet();
+    // Where the sheet hangs now, its pull-out motion included.
+    void placeSheet();
     std::optional<QRegion> takesPointer() const;
 
     DeckController& controller;
     NoteStore& notes;
     DeckActions& actions;
+    Scheduler& scheduler;
+    Desktop* desktop;
+    ImageStore* images;
+    SpellChecker* spellChecker;
     FanColumnState fan;
+    // The open note's sheet, a child over the column; absent while no note is open.
+    QPointer<NoteEditorView> sheet;
+    // 0 pulled in past the edge, 1 in place.
+    Animated sheetShown{0};
     QHash<QString, Motion> motions;
     QList<Item> laidOut;
     std::optional<Item> pill;

@@ -8,6 +8,7 @@
 class NoWindowHints final : public WindowHints {
 public:
     void makePanel(QWindow*) override {}
+    void makeFloating(QWindow*) override {}
     void setUserTime(QWindow*, quint32) override {}
     void takeKeyboard(QWindow* window, quint32 time) override;
     void releaseKeyboard(QWindow* window) override;

@@ -1,7 +1,9 @@
 #include "platform/x11/X11WindowHints.h"
 
 #include <QGuiApplication>
+#include <QHash>
 #include <QList>
+#include <QTimer>
 #include <QVariant>
 #include <QWindow>
 
@@ -53,6 +55,10 @@ constexpr int qtDockType = 0x4;
 constexpr quint32 stateAdd = 1;
 // Messages from an application, as opposed to a pager or taskbar acting for the user.
 constexpr quint32 sourceApplication = 1;
+// Messages a pager or taskbar sends for the user, which window managers always honour.
+constexpr quint32 sourcePager = 2;
+// Milliseconds after a hand-back of the keyboard when it is looked at again.
+constexpr int handBackCheck = 150;
 
 template <typename T>
 struct FreeReply {
@@ -92,6 +98,34 @@ struct X11WindowHints::Connection {
     }
 
     xcb_atom_t operator[](Atom a) const { return atoms[a]; }
+
+    // The window the window manager says is active, XCB_NONE when it says none.
+    xcb_window_t activeWindow() const
+    {
+        Reply<xcb_get_property_reply_t> reply(xcb_get_property_reply(
+            qt, xcb_get_property(qt, false, root, atoms[ActiveWindow], XCB_ATOM_WINDOW, 0, 1),
+            nullptr));
+        if (!reply || reply->format != 32 || xcb_get_property_value_length(reply.get()) < 4)
+            return XCB_NONE;
+        return *static_cast<const xcb_window_t*>(xcb_get_property_value(reply.get()));
+    }
+
+    bool viewable(xcb_window_t window) const
+    {
+        Reply<xcb_get_window_attributes_reply_t> reply(
+            xcb_get_window_attributes_reply(qt, xcb_get_window_attributes(qt, window), nullptr));
+        return reply && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+    }
+
+    xcb_window_t inputFocus() const
+    {
+        Reply<xcb_get_input_focus_reply_t> reply(
+            xcb_get_input_focus_reply(qt, xcb_get_input_focus(qt), nullptr));
+        return reply ? reply->focus : XCB_NONE;
+    }
+
+    // The window that had the keyboard before each panel took it, by panel.
+    QHash<xcb_window_t, xcb_window_t> before;
 
     void sendToRoot(xcb_window_t window, xcb_atom_t type, std::array<quint32, 5> data) const
     {
@@ -147,16 +181,27 @@ X11WindowHints::~X11WindowHints() = default;
 
 void X11WindowHints::makePanel(QWindow* window)
 {
-    const auto id = static_cast<xcb_window_t>(window->winId());
     if (!window->isVisible())
         makeDock(window);
-    const std::array<xcb_atom_t, 4> wanted{(*x)[WmStateSticky], (*x)[WmStateSkipTaskbar],
-                                           (*x)[WmStateSkipPager], (*x)[WmStateAbove]};
+    addStates(window, {(*x)[WmStateSticky], (*x)[WmStateSkipTaskbar], (*x)[WmStateSkipPager],
+                       (*x)[WmStateAbove]});
+}
+
+// "Above" is left to Qt's flag, which Qt restates itself whenever the window's flags change.
+void X11WindowHints::makeFloating(QWindow* window)
+{
+    addStates(window, {(*x)[WmStateSticky], (*x)[WmStateSkipTaskbar], (*x)[WmStateSkipPager]});
+}
+
+void X11WindowHints::addStates(QWindow* window, const QList<quint32>& wanted)
+{
+    const auto id = static_cast<xcb_window_t>(window->winId());
     if (window->isVisible()) {
         // A managed window's state belongs to the window manager: it is asked, two states
         // to a message.
-        x->sendToRoot(id, (*x)[WmState], {stateAdd, wanted[0], wanted[1], sourceApplication, 0});
-        x->sendToRoot(id, (*x)[WmState], {stateAdd, wanted[2], wanted[3], sourceApplication, 0});
+        for (qsizetype i = 0; i < wanted.size(); i += 2)
+            x->sendToRoot(id, (*x)[WmState],
+                          {stateAdd, wanted[i], wanted.value(i + 1, 0), sourceApplication, 0});
         x->sendToRoot(id, (*x)[WmDesktop], {allDesktops, sourceApplication, 0, 0, 0});
     } else {
         // Before the map the properties themselves are read. Qt merges its own states into
@@ -215,6 +260,11 @@ void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
 {
     if (time == 0)
         time = serverTime();
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    // From one of our panels to another (a note pulled off the deck to float), the keyboard
+    // later goes back to where the person worked before the first of them.
+    if (const xcb_window_t previous = x->activeWindow(); previous != XCB_NONE && previous != id)
+        x->before.insert(id, x->before.value(previous, previous));
     // Qt refuses to activate a window that does not accept focus, and its flag is what
     // tells the window manager (WM_HINTS input).
     window->setFlag(Qt::WindowDoesNotAcceptFocus, false);
@@ -232,7 +282,38 @@ void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
 
 void X11WindowHints::releaseKeyboard(QWindow* window)
 {
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    const xcb_window_t previous = x->before.take(id);
+    // Whether the panel holds the keyboard is asked before the window says it takes none: a
+    // window manager that sees that may move the focus at once, and not always to where the
+    // person was. The window manager may not have written the panel as active yet when a
+    // note closes right after it opened, so the keyboard's focus counts too.
+    const xcb_window_t active = x->activeWindow();
+    const bool holds = active == id || x->inputFocus() == id;
     window->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+    // The keyboard goes back to where the person was working, unless they have already
+    // taken it elsewhere (a click in another window is what closed the panel, say). Asked as
+    // a pager asks, since it is the person's own action that ends the panel's turn.
+    if (previous == XCB_NONE || !holds)
+        return;
+    const quint32 now = serverTime();
+    x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, now, 0, 0, 0});
+    // A window manager that still counts the earlier window as active has nothing to do for
+    // that request, and the keyboard would stay here: it is handed over directly as well.
+    if (active == previous)
+        xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, now ? now : XCB_CURRENT_TIME);
+    xcb_flush(x->qt);
+    // A window that takes no keyboard must not keep it. Should the panel still hold it a
+    // moment later (a window manager still busy with the panel's own activation, say), the
+    // keyboard is handed over again, at the server's current time.
+    QTimer::singleShot(handBackCheck, window, [this, id, previous] {
+        if (x->inputFocus() != id)
+            return;
+        x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, 0, 0, 0, 0});
+        if (x->viewable(previous))
+            xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, XCB_CURRENT_TIME);
+        xcb_flush(x->qt);
+    });
 }
 
 void X11WindowHints::setBlurBehind(QWindow* window, bool on)

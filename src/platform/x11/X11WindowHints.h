@@ -2,6 +2,8 @@
 
 #include "platform/WindowHints.h"
 
+#include <QList>
+
 #include <memory>
 
 // The panel hints on X11, through the EWMH properties and client messages that Qt's own
@@ -20,6 +22,7 @@ public:
     ~X11WindowHints() override;
 
     void makePanel(QWindow* window) override;
+    void makeFloating(QWindow* window) override;
     void setUserTime(QWindow* window, quint32 time) override;
     void takeKeyboard(QWindow* window, quint32 time) override;
     void releaseKeyboard(QWindow* window) override;
@@ -31,6 +34,7 @@ private:
     struct Connection;
     explicit X11WindowHints(std::unique_ptr<Connection> connection);
     void makeDock(QWindow* window);
+    void addStates(QWindow* window, const QList<quint32>& wanted);
     quint32 serverTime();
     std::unique_ptr<Connection> x;
 };

@@ -1,0 +1,204 @@
+// Opening a note from the fan: the deck's sheet made for the note, shown, laid out and its
+// first frame painted, each beside a baseline from the same run:
+//   SheetOpen/N      the note sheet (header, text view styled as Markdown, footer, gutter,
+//                    shadow) made for a note of N lines in a real library, shown and painted
+//   SheetOpenBase/N  a bare QTextEdit of the sheet's size made with the same text, shown and
+//                    painted: the floor that Qt's own text widget pays for that text
+// The deck's own timing (the frame grows a thirtieth of a second before the content) is not
+// counted; it is the same wait whatever the note.
+//
+// Run: QT_QPA_PLATFORM=offscreen build/bench/bench_sheet
+#include "deck/DeckActions.h"
+#include "deck/DeckController.h"
+#include "deck/DeckWindow.h"
+#include "deck/ui/NoteEditorView.h"
+#include "images/ImageStore.h"
+#include "l10n/L10n.h"
+#include "notes/Ink.h"
+#include "notes/NoteStore.h"
+#include "notes/Paths.h"
+#include "notes/Store.h"
+#include "platform/Defaults.h"
+#include "platform/Desktop.h"
+#include "platform/Displays.h"
+#include "platform/LoginItem.h"
+#include "platform/Pointer.h"
+#include "platform/qt/QtFiles.h"
+#include "platform/qt/QtScheduler.h"
+#include "platform/xdg/FontconfigFonts.h"
+#include "settings/Settings.h"
+
+#include <QApplication>
+#include <QHash>
+#include <QTemporaryDir>
+#include <QTextEdit>
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct MemoryDefaults final : Defaults {
+    QVariant value(const QString& key) const override { return values.value(key); }
+    void setValue(const QString& key, const QVariant& value) override { values[key] = value; }
+    bool contains(const QString& key) const override { return values.contains(key); }
+    void remove(const QString& key) override { values.remove(key); }
+    QHash<QString, QVariant> values;
+};
+
+struct NoLoginItem final : LoginItem {
+    bool isEnabled() const override { return false; }
+    std::optional<QString> enable() override { return std::nullopt; }
+    std::optional<QString> disable() override { return std::nullopt; }
+};
+
+struct NoDesktop final : Desktop {
+    bool openUrl(const QUrl&) override { return false; }
+};
+
+struct OneDisplay final : Displays {
+    QList<DisplayInfo> list() const override
+    {
+        return {{1, u"bench"_s, QRectF(0, 0, 1920, 1080), QRectF(0, 0, 1920, 1080), true}};
+    }
+};
+
+struct StillPointer final : Pointer {
+    QPointF location() const override { return {1910, 540}; }
+    Qt::KeyboardModifiers modifiers() const override { return {}; }
+    Qt::MouseButtons buttons() const override { return {}; }
+};
+
+struct NoActions final : DeckActions {
+    void newNote() override {}
+    void openSettings() override {}
+    void stepFontSize(double) override {}
+    void refreshDecks() override {}
+    void run(const QString&) override {}
+    bool offers(const QString&) const override { return false; }
+};
+
+struct NoWindow final : DeckWindow {
+    void attach(DeckController*) override {}
+    QRectF frame() const override { return at; }
+    void setFrame(const QRectF& f) override { at = f; }
+    void orderFront() override {}
+    void makeKeyAndOrderFront() override {}
+    void resignKey() override {}
+    bool isKey() const override { return true; }
+    void applyLevel() override {}
+    void orderOut() override {}
+    void installNoteMonitors() override {}
+    void removeNoteMonitors() override {}
+    void willChangeState(const DeckState&, std::optional<DeckSpring>) override {}
+    QRectF at;
+};
+
+// Prose with the Markdown a note holds, about 50 characters a line.
+QString body(int lines)
+{
+    static const QStringList kinds = {
+        u"# Weekly plan"_s,
+        u"Met with **Ana** about the *launch* and the [brief](https://ex.org/b)."_s,
+        u"\u2610 call the printer about the proofs"_s,
+        u"- milk, eggs, bread and some fruit for the week"_s,
+        u"Plain prose line with nothing special in it at all ok"_s,
+        QString(),
+    };
+    QStringList out;
+    for (int i = 0; i < lines; ++i)
+        out.append(kinds[i % kinds.size()]);
+    return out.join(u'\n');
+}
+
+// One library and one deck for the whole run, with a note of each length.
+struct Deck {
+    MemoryDefaults defaults;
+    NoLoginItem login;
+    FontconfigFonts fonts;
+    QTemporaryDir dir;
+    Paths paths{dir.path()};
+    QtFiles files;
+    QtScheduler scheduler;
+    Store store{paths.db(), paths.key(), files};
+    ImageStore images{paths.images(), files};
+    NoteStore notes{store, scheduler, images, false, [](const LocalizedError&) {}};
+    NoDesktop desktop;
+    OneDisplay displays;
+    StillPointer pointer;
+    NoActions actions;
+    NoWindow window;
+    std::unique_ptr<DeckController> deck;
+    QHash<int, QString> ids;
+
+    Deck()
+    {
+        Settings::install(defaults, login);
+        Ink::install(fonts);
+        L10n::install(AppLanguage::English);
+        deck = std::make_unique<DeckController>(1, displays, pointer, scheduler, notes, window,
+                                                actions, nullptr, nullptr);
+        deck->pointerEntered();
+    }
+    QString note(int lines)
+    {
+        if (!ids.contains(lines))
+            ids[lines] = notes.create(body(lines), QString()).id;
+        return ids[lines];
+    }
+};
+
+Deck& deck()
+{
+    static Deck d;
+    return d;
+}
+
+void SheetOpen(benchmark::State& state)
+{
+    Deck& d = deck();
+    const QString id = d.note(int(state.range(0)));
+    d.deck->expand(id);
+    const Note note = *d.notes.note(id);
+    for (auto _ : state) {
+        NoteEditorView view(note, d.deck->model(), *d.deck, d.notes, true, d.desktop, d.images,
+                            d.scheduler, nullptr);
+        view.show();
+        benchmark::DoNotOptimize(view.grab());
+    }
+    d.deck->collapse();
+}
+
+void SheetOpenBase(benchmark::State& state)
+{
+    Deck& d = deck();
+    const QString text = body(int(state.range(0)));
+    const QSizeF size = Settings::noteSize();
+    for (auto _ : state) {
+        QTextEdit view;
+        view.setAcceptRichText(false);
+        view.setFont(Ink::body(Settings::noteFontSize()));
+        view.resize(size.toSize());
+        view.setPlainText(text);
+        view.show();
+        benchmark::DoNotOptimize(view.grab());
+    }
+    (void)d;
+}
+
+} // namespace
+
+BENCHMARK(SheetOpen)->Arg(10)->Arg(2000)->Unit(benchmark::kMillisecond);
+BENCHMARK(SheetOpenBase)->Arg(10)->Arg(2000)->Unit(benchmark::kMillisecond);
+
+int main(int argc, char** argv)
+{
+    QApplication app(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
