@@ -518,6 +518,52 @@ private Q_SLOTS:
         QCOMPARE(m->names(u"Conflicts"_s).size(), 1);
     }
 
+    // Both sides changed the note's header since the last sync, each a different value, and
+    // the texts agree: whichever side is newer, each side's change survives on both.
+    void conflictWithEqualTextsKeepsEachSidesHeaderChange_data()
+    {
+        QTest::addColumn<bool>("hereNewer");
+        QTest::newRow("the other side newer: the pin and archive made here stay") << false;
+        QTest::newRow("this side newer: the colour and title set there stay") << true;
+    }
+    void conflictWithEqualTextsKeepsEachSidesHeaderChange()
+    {
+        QFETCH(bool, hereNewer);
+        const Note a = synced(u"call Ana at 5"_s, u"Plans"_s);
+        Note there = *m->notes->note(a.id);
+        there.color = (a.color + 2) % 5;
+        there.title = u"Ideas"_s;
+        const auto changeHere = [&] {
+            clock.advance(2);
+            m->notes->togglePin(a.id);
+            m->notes->setArchived(a.id, true);
+        };
+        const auto changeThere = [&] {
+            clock.advance(2);
+            there.modified = Date{std::floor(clock.now().seconds)};
+            dropNote(u"Plans.md"_s, there);
+        };
+        if (hereNewer) {
+            changeThere();
+            changeHere();
+        } else {
+            changeHere();
+            changeThere();
+        }
+        QVERIFY(m->engine->syncNow());
+        const Note now = *m->notes->note(a.id);
+        QVERIFY(now.pinned);
+        QVERIFY(now.archived);
+        QCOMPARE(now.color, there.color);
+        QCOMPARE(now.title, u"Ideas"_s);
+        QCOMPARE(now.body, u"call Ana at 5"_s);
+        QCOMPARE(m->names(), QStringList{u"Ideas.md"_s});
+        const Note written = NoteDocument::parse(doc(u"Ideas.md"_s), {}).note;
+        QVERIFY(written.pinned && written.archived);
+        QCOMPARE(written.color, there.color);
+        quietPass();
+    }
+
     // Another machine writes back the document of a note this one deleted by sync, while the
     // deletion can still be undone: the note stays out until the undo window has passed, so
     // the undo still works and leaves one record.

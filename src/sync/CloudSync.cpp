@@ -752,6 +752,8 @@ void CloudSync::resolve(const QString& noteID, const QString& fileName, bool loc
     const auto local = store.note(noteID);
     if (remote == pass->scanned.cend() || !local)
         return;
+    if (mergeHeaders(*local, remote.value(), fileName))
+        return;
     const Note& loser = localWins ? remote.value() : *local;
     // Without its copy the losing edit would be gone: no copy, no resolution this pass.
     if (!folder.writeConflict(conflictDocument(loser), fileName))
@@ -761,4 +763,27 @@ void CloudSync::resolve(const QString& noteID, const QString& fileName, bool loc
         push(noteID, fileName);
     else
         pull(fileName);
+}
+
+bool CloudSync::mergeHeaders(const Note& local, const Note& remote, const QString& fileName)
+{
+    // With one text on both sides, taking either side whole would undo the other's pin,
+    // colour or archive: each value comes from the side that changed it, and no copy is
+    // needed, since the text is kept.
+    if (SyncPlan::textKey(local.body) != SyncPlan::textKey(remote.body))
+        return false;
+    const auto* entry = syncIndex.entry(local.id);
+    if (!entry || !entry->contentHash)
+        return false;
+    std::optional<Note> merged = SyncPlan::headerMerge(local, remote, *entry->contentHash);
+    if (!merged)
+        return false;
+    merged->modified = std::max(local.modified, remote.modified);
+    *merged = madeSafe(
+        *merged, local, [this] { return headOrder(store.active()); }, scheduler.now());
+    // Not kept here, the merge is tried again next pass; nothing has been written yet.
+    if (!store.absorb(*merged))
+        return true;
+    push(local.id, fileName);
+    return true;
 }

@@ -175,6 +175,8 @@ private:
     void deleteLocal(const QString& noteID);
     void deleteRemote(const QString& fileName);
     void resolve(const QString& noteID, const QString& fileName, bool localWins);
+    // A conflict whose two texts agree, settled value by value; false when it cannot be.
+    bool mergeHeaders(const Note& local, const Note& remote, const QString& fileName);
     void discard(const QString& fileName);
     QSet<QString>& claimed();
     // The name of a file this pass removed is free again.

@@ -110,6 +110,13 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                       const QSet<QString>& unresolved, const CloudSyncIndex& index,
                       const std::function<QByteArray(const Note&)>& hashOf = contentHash);
 
+// Two sides of a conflict whose texts agree: the note with each header value (title, colour,
+// archive state, pin, direction, order) of the side that changed it since the last sync, and
+// the rest as `local` holds it. `synced` is the contentHash both sides had then. Absent when
+// that cannot be told: both sides changed one value, or the text changed since as well, so
+// that no mix of the two sides' values gives the synced content.
+std::optional<Note> headerMerge(const Note& local, const Note& remote, const QByteArray& synced);
+
 // What two texts are compared by: equal keys, equal text. A note's body and a document read
 // into a note give equal keys for equal text.
 QByteArray textKey(const QString& body);
