@@ -298,6 +298,43 @@ private Q_SLOTS:
         QCOMPARE(plan(), QString());
     }
 
+    // The note's document was renamed by hand (its date kept), another note took its old
+    // name, and an older version of the note is back under a third name. Leaving the note
+    // with one name must never remove the other note's document.
+    void settlingTwoNamesNeverRemovesAnotherNotesDocument()
+    {
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        QVERIFY(QFile::rename(m->file(u"Plans.md"_s), m->file(u"Ideas.md"_s)));
+        clock.advance(2);
+        const Note other =
+            NoteBuilder().body(u"from the other machine"_s).title(u"Plans"_s).build();
+        dropNote(u"Plans.md"_s, other);
+        Note older = before;
+        older.body = u"call Ana at 4"_s;
+        dropNote(u"Another.md"_s, older);
+        QFile another(m->file(u"Another.md"_s));
+        QVERIFY(another.open(QIODevice::ReadWrite));
+        QVERIFY(another.setFileTime(QFileInfo(m->file(u"Ideas.md"_s)).lastModified().addSecs(-60),
+                                    QFileDevice::FileModificationTime));
+        another.close();
+        QVERIFY(m->engine->syncNow());
+        QVERIFY(m->notes->note(other.id));
+
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY(passAfter(CloudSync::renameWait + 1));
+            for (int pass = 0; pass < 3; ++pass)
+                QVERIFY(passAfter(5));
+        }
+        QVERIFY(m->notes->note(other.id));
+        QCOMPARE(idIn(u"Plans.md"_s), other.id);
+        QCOMPARE(m->notes->notes().size(), 2);
+        QCOMPARE(m->names().size(), 2);
+        const QString everywhere = m->notes->note(before.id)->body + u'\n' + conflictCopies(*m);
+        QVERIFY2(everywhere.contains(u"call Ana at 5"_s), qPrintable(everywhere));
+        QVERIFY2(everywhere.contains(u"call Ana at 4"_s), qPrintable(everywhere));
+        quietPass();
+    }
+
     // The sync client puts the other machine's version in place after this pass's scan and
     // before its write, or before a push that renames the note removes the old name: neither
     // the write nor the removal may go over it, and the next pass keeps both texts.

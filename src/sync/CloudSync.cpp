@@ -444,6 +444,20 @@ void CloudSync::settleTwin(const QString& fileName)
     const std::optional<Note> kept = textOf(keeper);
     if (!lost || !kept)
         return;
+    // As this pass read it: a document whose header another tool damaged is still its note's.
+    const std::optional<QString> indexedHolds = idOfDocument(known.fileName);
+    if (!indexedHolds || canonicalText(*indexedHolds) != canonicalText(id)) {
+        // The indexed name is another note's document now, or no note's: it is no name of
+        // this note to settle, and removing it would take that note with it. The second
+        // document is the note's own from now on, as one that both sides changed since an
+        // agreement neither matches: the next pass keeps the older text as a copy, or only
+        // records the pair when they agree.
+        syncIndex.record(id, fileName, known.syncedModified, Date{}, QByteArray());
+        pass->indexChanged = true;
+        Log::cloud(u"not removing "_s + known.fileName,
+                   u"it no longer holds the note of "_s + fileName);
+        return;
+    }
     // Text the kept document lacks would go with the name, unless the note holds it and keeps
     // it: kept as a copy. A note that moves to the other name may have that name's text
     // pulled over it next.
@@ -454,6 +468,14 @@ void CloudSync::settleTwin(const QString& fileName)
             return;
         Log::cloud(u"conflict on "_s + loser,
                    u"kept a copy in "_s + DocumentNames::conflictsFolder);
+    }
+    // Removed only while the kept name still holds the note as read: the client may have
+    // replaced or removed it meanwhile, and then the name that goes could be the last one.
+    const std::optional<Note> keptNow = changedSinceScan(keeper) ? std::nullopt : textOf(keeper);
+    if (!keptNow || SyncPlan::textKey(keptNow->body) != SyncPlan::textKey(kept->body)) {
+        Log::cloud(u"not removing "_s + loser,
+                   keeper + u" changed since this pass looked; the next pass decides again"_s);
+        return;
     }
     if (!keepIndexed) {
         // The note's document is the other name now, as last synced: the next pass compares
