@@ -262,7 +262,8 @@ bool CloudSync::syncNow()
         carryOut(action);
     for (const QString& twin : std::as_const(pass->twins))
         settleTwin(twin);
-    return finishPass(kept, notes, planned.isEmpty());
+    // A name waiting for its rename keeps the passes looking until it is settled.
+    return finishPass(kept, notes, planned.isEmpty() && renamesWaiting.isEmpty());
 }
 
 bool CloudSync::tieIndexToFolder()
@@ -371,6 +372,18 @@ QList<Action> CloudSync::hold(const QList<Action>& planned)
         const auto note = pass->scanned.constFind(a.fileName);
         return note != pass->scanned.cend() && vanished.keepsOut(note->id, store, now);
     });
+    // A second name with the note's own text is set aside by the plan, not adopted, while
+    // the rename's removal of the old name may be on its way; when the old name came back
+    // instead, it waits and is settled the same way, or each machine keeps its own name.
+    for (auto it = pass->scanned.cbegin(); it != pass->scanned.cend(); ++it) {
+        if (waiting.contains(it.key()) || !isLingeringName(it.key(), it->id))
+            continue;
+        const SecondDocument second = secondDocument(it.key(), now);
+        if (second != SecondDocument::No)
+            waiting.insert(it.key());
+        if (second == SecondDocument::Settle)
+            pass->twins.append(it.key());
+    }
     renamesWaiting.removeIf([&](const auto& it) { return !waiting.contains(it.key()); });
     return kept;
 }
@@ -399,6 +412,15 @@ CloudSync::SecondDocument CloudSync::secondDocument(const QString& fileName, Dat
     renamesWaiting.insert(fileName, since);
     return ownThere && now.seconds - since.seconds >= renameWait ? SecondDocument::Settle
                                                                  : SecondDocument::Waiting;
+}
+
+bool CloudSync::isLingeringName(const QString& fileName, const QString& noteID) const
+{
+    const auto* entry = syncIndex.entry(noteID);
+    if (!entry || entry->fileName == fileName || !pass->scan.documents.contains(entry->fileName))
+        return false;
+    const std::optional<QString> indexed = idOfDocument(entry->fileName);
+    return indexed && canonicalText(*indexed) == canonicalText(noteID);
 }
 
 bool CloudSync::hasAnotherDocument(const QString& noteID, const QString& fileName) const
@@ -806,6 +828,8 @@ bool CloudSync::mergeHeaders(const Note& local, const Note& remote, const QStrin
     // Not kept here, the merge is tried again next pass; nothing has been written yet.
     if (!store.absorb(*merged))
         return true;
+    Log::cloud(u"merged "_s + fileName,
+               u"both sides changed it, the text alike: each side's other changes kept"_s);
     push(local.id, fileName);
     return true;
 }

@@ -159,6 +159,9 @@ private:
     // own document is still there: one that waits for the removal of that document (see
     // renameWait), or one that has waited long enough and is settled instead of adopted.
     SecondDocument secondDocument(const QString& fileName, Date now);
+    // Whether fileName is another name of an indexed note whose indexed document is still
+    // there and still the note's.
+    bool isLingeringName(const QString& fileName, const QString& noteID) const;
     // Whether a document other than fileName, and not a client's copy, declares the note.
     bool hasAnotherDocument(const QString& noteID, const QString& fileName) const;
     // Leaves the note of a second document that waited its time with one of the two names.
