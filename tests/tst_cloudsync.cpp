@@ -215,6 +215,137 @@ private Q_SLOTS:
         QCOMPARE(m->notes->notes().size(), 3);
     }
 
+    // One machine renamed a note while another edited the old name in place, or only touched
+    // it, and the client brought the old name back: both names now hold the note. After the
+    // wait for a removal that never comes, every machine keeps the name that sorts first,
+    // whichever it knew, and the other name goes, its differing text kept as a copy: one
+    // note, one document, and both edits somewhere.
+    void renameAgainstAnEditInPlaceEndsInOneName_data()
+    {
+        QTest::addColumn<QString>("renamed");
+        QTest::addColumn<bool>("edited");
+        QTest::newRow("the other name sorts first: the note moves to it") << u"Ideas.md"_s << true;
+        QTest::newRow("the known name sorts first: the other name goes") << u"Renamed.md"_s << true;
+        QTest::newRow("one text under two names, the other sorts first") << u"Ideas.md"_s << false;
+        QTest::newRow("one text under two names, the known sorts first")
+            << u"Renamed.md"_s << false;
+    }
+    void renameAgainstAnEditInPlaceEndsInOneName()
+    {
+        QFETCH(QString, renamed);
+        QFETCH(bool, edited);
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        if (edited) {
+            drop(u"Plans.md"_s, (doc(u"Plans.md"_s) + u"\nbring cake"_s).toUtf8());
+            QVERIFY(m->engine->syncNow());
+            QCOMPARE(plan(), u"pull(Plans.md)"_s);
+        }
+        clock.advance(2);
+        Note there = before;
+        there.title = QFileInfo(renamed).completeBaseName();
+        if (edited)
+            there.body = u"call Ana at 6"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        dropNote(renamed, there);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+        QCOMPARE(m->names().size(), 2);
+
+        QVERIFY(passAfter(CloudSync::renameWait + 1));
+        for (int pass = 0; pass < 3; ++pass)
+            QVERIFY(passAfter(5));
+        const QString keeper = SyncPlan::textLess(renamed, u"Plans.md"_s) ? renamed : u"Plans.md"_s;
+        QCOMPARE(m->names(), QStringList{keeper});
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, before.id);
+        QCOMPARE(idIn(keeper), before.id);
+        QCOMPARE(m->notes->notes().front().title, QFileInfo(keeper).completeBaseName());
+        const QString everywhere = m->notes->notes().front().body + u'\n' + conflictCopies(*m);
+        for (const QString& text : {u"bring cake"_s, u"call Ana at 6"_s})
+            QVERIFY2(everywhere.contains(text) == edited, qPrintable(everywhere));
+        if (!edited)
+            QCOMPARE(m->names(u"Conflicts"_s), QStringList{});
+        quietPass();
+        m->restart();
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
+    // The note's document went from under the name known here to a new one, while an older
+    // copy of it under a third name (renamed by hand here, the rename's removal lost to an
+    // edit elsewhere) is still around. That copy is a second name of the note, not a note of
+    // its own: it waits, then the names are settled to one.
+    void secondNameOfANoteRenamedElsewhereIsNoNoteOfItsOwn()
+    {
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        Note stale = before;
+        stale.body = u"call Ana at 5, an old edit"_s;
+        dropNote(u"By hand.md"_s, stale);
+        QVERIFY(QFile::remove(m->file(u"Plans.md"_s)));
+        Note there = before;
+        there.title = u"Ideas"_s;
+        there.body = u"call Ana at 6"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        dropNote(u"Ideas.md"_s, there);
+        QVERIFY(m->engine->syncNow());
+        QVERIFY2(!plan().contains(u"adopt"_s), qPrintable(plan()));
+        QCOMPARE(m->notes->notes().size(), 1);
+
+        QVERIFY(passAfter(CloudSync::renameWait + 1));
+        for (int pass = 0; pass < 3; ++pass)
+            QVERIFY(passAfter(5));
+        QCOMPARE(m->names().size(), 1);
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, before.id);
+        QCOMPARE(idIn(m->names().front()), before.id);
+        const QString everywhere = m->notes->notes().front().body + u'\n' + conflictCopies(*m);
+        QVERIFY2(everywhere.contains(u"an old edit"_s), qPrintable(everywhere));
+        QVERIFY2(everywhere.contains(u"call Ana at 6"_s), qPrintable(everywhere));
+        quietPass();
+        m->restart();
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), QString());
+    }
+
+    // The note's document was renamed by hand (its date kept), another note took its old
+    // name, and an older version of the note is back under a third name. Leaving the note
+    // with one name must never remove the other note's document.
+    void settlingTwoNamesNeverRemovesAnotherNotesDocument()
+    {
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        QVERIFY(QFile::rename(m->file(u"Plans.md"_s), m->file(u"Ideas.md"_s)));
+        clock.advance(2);
+        const Note other =
+            NoteBuilder().body(u"from the other machine"_s).title(u"Plans"_s).build();
+        dropNote(u"Plans.md"_s, other);
+        Note older = before;
+        older.body = u"call Ana at 4"_s;
+        dropNote(u"Another.md"_s, older);
+        QFile another(m->file(u"Another.md"_s));
+        QVERIFY(another.open(QIODevice::ReadWrite));
+        QVERIFY(another.setFileTime(QFileInfo(m->file(u"Ideas.md"_s)).lastModified().addSecs(-60),
+                                    QFileDevice::FileModificationTime));
+        another.close();
+        QVERIFY(m->engine->syncNow());
+        QVERIFY(m->notes->note(other.id));
+
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY(passAfter(CloudSync::renameWait + 1));
+            for (int pass = 0; pass < 3; ++pass)
+                QVERIFY(passAfter(5));
+        }
+        QVERIFY(m->notes->note(other.id));
+        QCOMPARE(idIn(u"Plans.md"_s), other.id);
+        QCOMPARE(m->notes->notes().size(), 2);
+        QCOMPARE(m->names().size(), 2);
+        const QString everywhere = m->notes->note(before.id)->body + u'\n' + conflictCopies(*m);
+        QVERIFY2(everywhere.contains(u"call Ana at 5"_s), qPrintable(everywhere));
+        QVERIFY2(everywhere.contains(u"call Ana at 4"_s), qPrintable(everywhere));
+        quietPass();
+    }
+
     // The sync client puts the other machine's version in place after this pass's scan and
     // before its write, or before a push that renames the note removes the old name: neither
     // the write nor the removal may go over it, and the next pass keeps both texts.
@@ -433,6 +564,52 @@ private Q_SLOTS:
                              + u" \u2014 kept a copy in Conflicts"_s));
         quietPass();
         QCOMPARE(m->names(u"Conflicts"_s).size(), 1);
+    }
+
+    // Both sides changed the note's header since the last sync, each a different value, and
+    // the texts agree: whichever side is newer, each side's change survives on both.
+    void conflictWithEqualTextsKeepsEachSidesHeaderChange_data()
+    {
+        QTest::addColumn<bool>("hereNewer");
+        QTest::newRow("the other side newer: the pin and archive made here stay") << false;
+        QTest::newRow("this side newer: the colour and title set there stay") << true;
+    }
+    void conflictWithEqualTextsKeepsEachSidesHeaderChange()
+    {
+        QFETCH(bool, hereNewer);
+        const Note a = synced(u"call Ana at 5"_s, u"Plans"_s);
+        Note there = *m->notes->note(a.id);
+        there.color = (a.color + 2) % 5;
+        there.title = u"Ideas"_s;
+        const auto changeHere = [&] {
+            clock.advance(2);
+            m->notes->togglePin(a.id);
+            m->notes->setArchived(a.id, true);
+        };
+        const auto changeThere = [&] {
+            clock.advance(2);
+            there.modified = Date{std::floor(clock.now().seconds)};
+            dropNote(u"Plans.md"_s, there);
+        };
+        if (hereNewer) {
+            changeThere();
+            changeHere();
+        } else {
+            changeHere();
+            changeThere();
+        }
+        QVERIFY(m->engine->syncNow());
+        const Note now = *m->notes->note(a.id);
+        QVERIFY(now.pinned);
+        QVERIFY(now.archived);
+        QCOMPARE(now.color, there.color);
+        QCOMPARE(now.title, u"Ideas"_s);
+        QCOMPARE(now.body, u"call Ana at 5"_s);
+        QCOMPARE(m->names(), QStringList{u"Ideas.md"_s});
+        const Note written = NoteDocument::parse(doc(u"Ideas.md"_s), {}).note;
+        QVERIFY(written.pinned && written.archived);
+        QCOMPARE(written.color, there.color);
+        quietPass();
     }
 
     // Another machine writes back the document of a note this one deleted by sync, while the

@@ -23,16 +23,18 @@ private Q_SLOTS:
         bool given = false;
         const int count = qEnvironmentVariableIntValue("PONDRIFT_SEEDS", &given);
         const quint32 last = 4 + (given && count > 0 ? count : 60);
-        // Lives that still end badly, run with PONDRIFT_OPEN_SEEDS=1. Two kinds of sequence
-        // are known to do it: a rename on one machine while the other edits the old name in
-        // place and the client brings the edited old name back, so that each machine keeps
-        // its own file of the note and one adopts the other's after the wait (a note twice);
-        // and a pin pushed to a file the other machine has just renamed by hand, which then
-        // reaches one machine only. Which of these seeds is which is not sorted out yet.
-        const QSet<quint32> open{19, 20, 28, 32, 33, 51, 55, 64, 82, 83, 86};
+        // Lives that still end badly, run with PONDRIFT_OPEN_SEEDS=1, and why:
+        // 83: a note deleted on one machine while the other edits and renames it: its second
+        //     name is adopted under a new id, and the edit brings the note back too.
+        const QSet<quint32> open{83};
         const bool withOpen = qEnvironmentVariableIntValue("PONDRIFT_OPEN_SEEDS") == 1;
         for (quint32 seed = 5; seed <= last; ++seed) {
             if (withOpen || !open.contains(seed))
+                QTest::addRow("seed %u", seed) << seed;
+        }
+        // Lives past the usual range that once ended badly, and must not again.
+        for (quint32 seed : {82u, 86u, 106u, 127u}) {
+            if (seed > last)
                 QTest::addRow("seed %u", seed) << seed;
         }
     }

@@ -151,6 +151,9 @@ private Q_SLOTS:
         QTest::newRow("a copy of an id with no note is adopted, not pulled under the id too")
             << plan({}, {file(u"b.md"_s, a, 5, 6), file(u"a.md"_s, a, 5, 6)}, {}, {})
             << u"adopt(a.md); pull(b.md)"_s;
+        QTest::newRow("a note new here under two names with one text is taken in once") << plan(
+            {}, {file(u"old.md"_s, a, 5, 6, u"text"_s), file(u"new.md"_s, a, 8, 9, u"text"_s)}, {},
+            {}) << u"pull(new.md)"_s;
         QTest::newRow("a copy of an id deleted here is adopted, and only the kept file goes")
             << plan({}, {file(u"a.md"_s, a, 5, 6), file(u"b.md"_s, a, 5, 9, u"other"_s)}, {},
                     synced)

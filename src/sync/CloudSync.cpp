@@ -260,7 +260,10 @@ bool CloudSync::syncNow()
     const QList<Action> kept = hold(planned);
     for (const Action& action : kept)
         carryOut(action);
-    return finishPass(kept, notes, planned.isEmpty());
+    for (const QString& twin : std::as_const(pass->twins))
+        settleTwin(twin);
+    // A name waiting for its rename keeps the passes looking until it is settled.
+    return finishPass(kept, notes, planned.isEmpty() && renamesWaiting.isEmpty());
 }
 
 bool CloudSync::tieIndexToFolder()
@@ -356,40 +359,155 @@ QList<Action> CloudSync::hold(const QList<Action>& planned)
     const Date now = scheduler.now();
     QSet<QString> waiting;
     kept.removeIf([&](const Action& a) {
-        if (a.kind == Action::Kind::Adopt && mayBeRenameInFlight(a.fileName, now)) {
-            waiting.insert(a.fileName);
-            return true;
+        if (a.kind == Action::Kind::Adopt) {
+            const SecondDocument second = secondDocument(a.fileName, now);
+            if (second != SecondDocument::No)
+                waiting.insert(a.fileName);
+            if (second == SecondDocument::Settle)
+                pass->twins.append(a.fileName);
+            return second != SecondDocument::No;
         }
         if (a.kind != Action::Kind::Pull)
             return false;
         const auto note = pass->scanned.constFind(a.fileName);
         return note != pass->scanned.cend() && vanished.keepsOut(note->id, store, now);
     });
+    // A second name with the note's own text is set aside by the plan, not adopted, while
+    // the rename's removal of the old name may be on its way; when the old name came back
+    // instead, it waits and is settled the same way, or each machine keeps its own name.
+    for (auto it = pass->scanned.cbegin(); it != pass->scanned.cend(); ++it) {
+        if (waiting.contains(it.key()) || !isLingeringName(it.key(), it->id))
+            continue;
+        const SecondDocument second = secondDocument(it.key(), now);
+        if (second != SecondDocument::No)
+            waiting.insert(it.key());
+        if (second == SecondDocument::Settle)
+            pass->twins.append(it.key());
+    }
     renamesWaiting.removeIf([&](const auto& it) { return !waiting.contains(it.key()); });
     return kept;
 }
 
-bool CloudSync::mayBeRenameInFlight(const QString& fileName, Date now)
+CloudSync::SecondDocument CloudSync::secondDocument(const QString& fileName, Date now)
 {
     // A client's own copy is not a rename, and its original stays.
     if (ClientConflicts::originalName(fileName))
-        return false;
+        return SecondDocument::No;
     const auto read = pass->scanned.constFind(fileName);
     if (read == pass->scanned.cend())
-        return false;
+        return SecondDocument::No;
     const auto* entry = syncIndex.entry(read->id);
-    if (!entry || entry->fileName == fileName || !store.note(read->id)
-        || !pass->scan.documents.contains(entry->fileName))
-        return false;
+    if (!entry || entry->fileName == fileName || !store.note(read->id))
+        return SecondDocument::No;
+    // The note's own document renamed again elsewhere: the note moves to its new name in this
+    // pass, and this document is a second name of it from then on, not a note of its own.
+    const bool ownThere = pass->scan.documents.contains(entry->fileName);
+    if (!ownThere && !hasAnotherDocument(read->id, fileName))
+        return SecondDocument::No;
     const Date since = renamesWaiting.value(fileName, now);
-    if (now.seconds - since.seconds >= renameWait)
-        return false;
     if (!renamesWaiting.contains(fileName))
         Log::cloud(u"waiting with "_s + fileName,
                    u"it names the note of "_s + entry->fileName
                        + u", which another machine may have renamed"_s);
     renamesWaiting.insert(fileName, since);
-    return true;
+    return ownThere && now.seconds - since.seconds >= renameWait ? SecondDocument::Settle
+                                                                 : SecondDocument::Waiting;
+}
+
+bool CloudSync::isLingeringName(const QString& fileName, const QString& noteID) const
+{
+    const auto* entry = syncIndex.entry(noteID);
+    if (!entry || entry->fileName == fileName || !pass->scan.documents.contains(entry->fileName))
+        return false;
+    const std::optional<QString> indexed = idOfDocument(entry->fileName);
+    return indexed && canonicalText(*indexed) == canonicalText(noteID);
+}
+
+bool CloudSync::hasAnotherDocument(const QString& noteID, const QString& fileName) const
+{
+    const QString id = canonicalText(noteID);
+    for (auto it = pass->scan.documents.cbegin(); it != pass->scan.documents.cend(); ++it) {
+        if (it.key() == fileName || ClientConflicts::originalName(it.key()))
+            continue;
+        const std::optional<QString> other = idOfDocument(it.key());
+        if (other && canonicalText(*other) == id)
+            return true;
+    }
+    return false;
+}
+
+void CloudSync::settleTwin(const QString& fileName)
+{
+    const auto read = pass->scanned.constFind(fileName);
+    if (read == pass->scanned.cend())
+        return;
+    const QString id = read->id;
+    const auto* entry = syncIndex.entry(id);
+    const std::optional<Note> note = store.note(id);
+    if (!entry || !note || entry->fileName == fileName)
+        return;
+    const CloudSyncIndex::Entry known = *entry;
+    // Written or replaced since the scan, by this pass or by the client: the next pass looks
+    // again, and the wait stays over.
+    if (changedSinceScan(fileName) || changedSinceScan(known.fileName))
+        return;
+    // Every machine that holds both names must keep the same one, whichever it indexed: the
+    // one that sorts first.
+    const bool keepIndexed = SyncPlan::textLess(known.fileName, fileName);
+    const QString keeper = keepIndexed ? known.fileName : fileName;
+    const QString loser = keepIndexed ? fileName : known.fileName;
+    const auto textOf = [&](const QString& name) -> std::optional<Note> {
+        const auto text = folder.read(name);
+        if (!text)
+            return std::nullopt;
+        return NoteDocument::parse(*text, withoutExtension(name)).note;
+    };
+    const std::optional<Note> lost = textOf(loser);
+    const std::optional<Note> kept = textOf(keeper);
+    if (!lost || !kept)
+        return;
+    // As this pass read it: a document whose header another tool damaged is still its note's.
+    const std::optional<QString> indexedHolds = idOfDocument(known.fileName);
+    if (!indexedHolds || canonicalText(*indexedHolds) != canonicalText(id)) {
+        // The indexed name is another note's document now, or no note's: it is no name of
+        // this note to settle, and removing it would take that note with it. The second
+        // document is the note's own from now on, as one that both sides changed since an
+        // agreement neither matches: the next pass keeps the older text as a copy, or only
+        // records the pair when they agree.
+        syncIndex.record(id, fileName, known.syncedModified, Date{}, QByteArray());
+        pass->indexChanged = true;
+        Log::cloud(u"not removing "_s + known.fileName,
+                   u"it no longer holds the note of "_s + fileName);
+        return;
+    }
+    // Text the kept document lacks would go with the name, unless the note holds it and keeps
+    // it: kept as a copy. A note that moves to the other name may have that name's text
+    // pulled over it next.
+    const QByteArray lostKey = SyncPlan::textKey(lost->body);
+    if (lostKey != SyncPlan::textKey(kept->body)
+        && (!keepIndexed || lostKey != SyncPlan::textKey(note->body))) {
+        if (!folder.writeConflict(conflictDocument(*lost), loser))
+            return;
+        Log::cloud(u"conflict on "_s + loser,
+                   u"kept a copy in "_s + DocumentNames::conflictsFolder);
+    }
+    // Removed only while the kept name still holds the note as read: the client may have
+    // replaced or removed it meanwhile, and then the name that goes could be the last one.
+    const std::optional<Note> keptNow = changedSinceScan(keeper) ? std::nullopt : textOf(keeper);
+    if (!keptNow || SyncPlan::textKey(keptNow->body) != SyncPlan::textKey(kept->body)) {
+        Log::cloud(u"not removing "_s + loser,
+                   keeper + u" changed since this pass looked; the next pass decides again"_s);
+        return;
+    }
+    if (!keepIndexed) {
+        // The note's document is the other name now, as last synced: the next pass compares
+        // it with the note like any document that changed, and pulls, pushes or keeps a copy.
+        syncIndex.record(id, keeper, known.syncedModified, known.fileModified, known.contentHash);
+        pass->indexChanged = true;
+    }
+    if (folder.remove(loser))
+        release(loser);
+    Log::cloud(u"removed "_s + loser, u"a second name of the note of "_s + keeper);
 }
 
 bool CloudSync::finishPass(const QList<Action>& carriedOut, const QList<Note>& notes, bool quiet)
@@ -678,6 +796,8 @@ void CloudSync::resolve(const QString& noteID, const QString& fileName, bool loc
     const auto local = store.note(noteID);
     if (remote == pass->scanned.cend() || !local)
         return;
+    if (mergeHeaders(*local, remote.value(), fileName))
+        return;
     const Note& loser = localWins ? remote.value() : *local;
     // Without its copy the losing edit would be gone: no copy, no resolution this pass.
     if (!folder.writeConflict(conflictDocument(loser), fileName))
@@ -687,4 +807,29 @@ void CloudSync::resolve(const QString& noteID, const QString& fileName, bool loc
         push(noteID, fileName);
     else
         pull(fileName);
+}
+
+bool CloudSync::mergeHeaders(const Note& local, const Note& remote, const QString& fileName)
+{
+    // With one text on both sides, taking either side whole would undo the other's pin,
+    // colour or archive: each value comes from the side that changed it, and no copy is
+    // needed, since the text is kept.
+    if (SyncPlan::textKey(local.body) != SyncPlan::textKey(remote.body))
+        return false;
+    const auto* entry = syncIndex.entry(local.id);
+    if (!entry || !entry->contentHash)
+        return false;
+    std::optional<Note> merged = SyncPlan::headerMerge(local, remote, *entry->contentHash);
+    if (!merged)
+        return false;
+    merged->modified = std::max(local.modified, remote.modified);
+    *merged = madeSafe(
+        *merged, local, [this] { return headOrder(store.active()); }, scheduler.now());
+    // Not kept here, the merge is tried again next pass; nothing has been written yet.
+    if (!store.absorb(*merged))
+        return true;
+    Log::cloud(u"merged "_s + fileName,
+               u"both sides changed it, the text alike: each side's other changes kept"_s);
+    push(local.id, fileName);
+    return true;
 }

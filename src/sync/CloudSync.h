@@ -39,7 +39,11 @@ class NoteStoring;
 // - A second document of a synced note's id while the note's own document is still there
 //   may be a rename from another machine whose removal of the old name has not arrived yet,
 //   edited meanwhile: it is not made a note of its own for renameWait seconds, so that the
-//   note keeps its id when the old name goes.
+//   note keeps its id when the old name goes. When the old name is still there after that,
+//   both names stay for good (one machine renamed while another edited the old name in
+//   place, and the client brought the edit back): every machine keeps the name that sorts
+//   first as the note's document, keeps the other's differing text as a conflict copy and
+//   removes the other name, so that all of them end with one document and one note.
 class CloudSync final : public QObject {
     Q_OBJECT
 
@@ -113,6 +117,8 @@ private:
         QSet<QString> sharedByCase;
         // Files adopted in this pass: their documents are the adopted notes' now.
         QSet<QString> adopted;
+        // Second documents of synced notes that waited their time: one of the two names goes.
+        QStringList twins;
         bool indexChanged = false;
     };
     // What the last finished pass did and saw. A pass that would see the very same notes,
@@ -148,9 +154,18 @@ private:
     QList<SyncPlan::RemoteFile> remoteFiles();
     QSet<QString> unresolvedNames(const QList<SyncPlan::RemoteFile>& remote) const;
     QList<SyncPlan::Action> hold(const QList<SyncPlan::Action>& planned);
-    // Whether an adoption planned for the file waits for the removal of a synced note's own
-    // document (see renameWait).
-    bool mayBeRenameInFlight(const QString& fileName, Date now);
+    enum class SecondDocument { No, Waiting, Settle };
+    // Whether an adoption planned for the file is of a second document of a synced note whose
+    // own document is still there: one that waits for the removal of that document (see
+    // renameWait), or one that has waited long enough and is settled instead of adopted.
+    SecondDocument secondDocument(const QString& fileName, Date now);
+    // Whether fileName is another name of an indexed note whose indexed document is still
+    // there and still the note's.
+    bool isLingeringName(const QString& fileName, const QString& noteID) const;
+    // Whether a document other than fileName, and not a client's copy, declares the note.
+    bool hasAnotherDocument(const QString& noteID, const QString& fileName) const;
+    // Leaves the note of a second document that waited its time with one of the two names.
+    void settleTwin(const QString& fileName);
     void carryOut(const SyncPlan::Action& action);
     bool finishPass(const QList<SyncPlan::Action>& carriedOut, const QList<Note>& notes,
                     bool quiet = true);
@@ -163,6 +178,8 @@ private:
     void deleteLocal(const QString& noteID);
     void deleteRemote(const QString& fileName);
     void resolve(const QString& noteID, const QString& fileName, bool localWins);
+    // A conflict whose two texts agree, settled value by value; false when it cannot be.
+    bool mergeHeaders(const Note& local, const Note& remote, const QString& fileName);
     void discard(const QString& fileName);
     QSet<QString>& claimed();
     // The name of a file this pass removed is free again.

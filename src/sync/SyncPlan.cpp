@@ -7,6 +7,7 @@
 #include <QHash>
 
 #include <algorithm>
+#include <array>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -114,6 +115,50 @@ QByteArray contentHash(const Note& note)
 }
 
 QString canonical(const QString& text) { return canonicalText(text); }
+
+std::optional<Note> headerMerge(const Note& local, const Note& remote, const QByteArray& synced)
+{
+    using Take = void (*)(Note&, const Note&);
+    const std::array<Take, 6> values{
+        [](Note& n, const Note& from) { n.title = from.title; },
+        [](Note& n, const Note& from) { n.color = from.color; },
+        [](Note& n, const Note& from) { n.archived = from.archived; },
+        [](Note& n, const Note& from) { n.pinned = from.pinned; },
+        [](Note& n, const Note& from) { n.textDirection = from.textDirection; },
+        [](Note& n, const Note& from) { n.order = from.order; },
+    };
+    // Only values that change the document count: a title the document does not write, say,
+    // differs between the sides without either having changed it.
+    const QByteArray here = contentHash(local);
+    QList<Take> differing;
+    for (Take take : values) {
+        Note probe = local;
+        take(probe, remote);
+        if (contentHash(probe) != here)
+            differing.append(take);
+    }
+    // The synced note had, for each differing value, one side's: the other side changed it.
+    // Each mix is tried with either side's spelling of the text.
+    for (const QString* body : {&local.body, &remote.body}) {
+        for (quint32 mix = 0; mix < (1u << differing.size()); ++mix) {
+            Note before = local;
+            before.body = *body;
+            for (qsizetype i = 0; i < differing.size(); ++i) {
+                if (mix & (1u << i))
+                    differing[i](before, remote);
+            }
+            if (contentHash(before) != synced)
+                continue;
+            Note merged = local;
+            for (qsizetype i = 0; i < differing.size(); ++i) {
+                if (!(mix & (1u << i)))
+                    differing[i](merged, remote);
+            }
+            return merged;
+        }
+    }
+    return std::nullopt;
+}
 
 QByteArray textKey(const QString& body)
 {
@@ -308,9 +353,18 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         const Note* note = e ? noteFor(it.key()) : nullptr;
         const std::optional<QByteArray> noteKey =
             note ? std::optional(textKey(note->body)) : std::nullopt;
+        // A note new here under two names with one text: renamed elsewhere before the
+        // removal of its old name arrived. The newest is taken in; the other waits, as the
+        // second name of a note known here does.
+        const bool newHere = !e && !noteFor(it.key());
         for (qsizetype m : members) {
             if (m == keeper)
                 continue;
+            if (newHere && remote[m].textKey && remote[keeper].textKey
+                && *remote[m].textKey == *remote[keeper].textKey) {
+                setAside.insert(m);
+                continue;
+            }
             const auto& key = remote[m].textKey;
             const bool renamed = note && key
                                  && (*key == *noteKey

@@ -101,12 +101,21 @@ struct Action {
 //   the copy may be the only place left that holds it.
 // - Another document of an indexed note's id whose text is the note's or the indexed file's is
 //   that note renamed elsewhere, the removal of its old name not here yet: nothing is done
-//   with it until the old name is gone, and then it is the note's document.
+//   with it until the old name is gone, and then it is the note's document. So is another
+//   document with the text of the newest one, of an id that is neither a note nor an entry
+//   here: the newest is pulled, the other waits.
 // A document sent to adoption is not pulled as well.
 // hashOf: contentHash, or a caller's cache of it; asked only for notes that have a document.
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                       const QSet<QString>& unresolved, const CloudSyncIndex& index,
                       const std::function<QByteArray(const Note&)>& hashOf = contentHash);
+
+// Two sides of a conflict whose texts agree: the note with each header value (title, colour,
+// archive state, pin, direction, order) of the side that changed it since the last sync, and
+// the rest as `local` holds it. `synced` is the contentHash both sides had then. Absent when
+// that cannot be told: both sides changed one value, or the text changed since as well, so
+// that no mix of the two sides' values gives the synced content.
+std::optional<Note> headerMerge(const Note& local, const Note& remote, const QByteArray& synced);
 
 // What two texts are compared by: equal keys, equal text. A note's body and a document read
 // into a note give equal keys for equal text.
