@@ -22,7 +22,10 @@
 #include "platform/WindowHints.h"
 #include "settings/Settings.h"
 #include "surfaces/FloatingNote.h"
+#include "surfaces/Library.h"
 #include "surfaces/QuickCapture.h"
+#include "surfaces/Transfers.h"
+#include "surfaces/UndoToast.h"
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
 #include "sync/DocumentNames.h"
@@ -35,6 +38,21 @@ AppServices::Backends::Backends() = default;
 AppServices::Backends::~Backends() = default;
 AppServices::Backends::Backends(Backends&&) noexcept = default;
 AppServices::Backends& AppServices::Backends::operator=(Backends&&) noexcept = default;
+
+namespace {
+
+// Stands in until export and import are built, so that their menu entries say why nothing
+// happens.
+class UnavailableTransfers final : public Transfers {
+public:
+    void exportNotes(TransferFormat, const QStringList&) override
+    {
+        Log::line(QStringLiteral("export is not available yet"));
+    }
+    void importFiles() override { Log::line(QStringLiteral("import is not available yet")); }
+};
+
+} // namespace
 
 AppServices::AppServices(Backends given, Paths data, QString home)
     : backends(std::move(given))
@@ -54,6 +72,8 @@ AppServices::AppServices(Backends given, Paths data, QString home)
 AppServices::~AppServices()
 {
     keys.reset();
+    toast.reset();
+    notesLibrary.reset();
     decks.reset();
     floating.reset();
     capture.reset();
@@ -118,6 +138,21 @@ void AppServices::openDecks(DeckActions& actions)
     });
     if (floating)
         floating->restore();
+    if (backends.makeLibraryWindow && !notesLibrary) {
+        if (!transfers)
+            transfers = std::make_unique<UnavailableTransfers>();
+        notesLibrary =
+            std::make_unique<Library>(*notes, files(), data.trash(), [this, parts](Library& owner) {
+                return backends.makeLibraryWindow(owner, *transfers, parts(0));
+            });
+    }
+    if (backends.makeUndoToastWindow && !toast) {
+        toast = std::make_unique<UndoToast>(
+            *notes, scheduler(), pointer(), displays(), [this, parts](UndoToast& owner) {
+                return backends.makeUndoToastWindow(owner, parts(0));
+            });
+        toast->start();
+    }
 }
 
 void AppServices::closeDecks()

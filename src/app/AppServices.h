@@ -20,7 +20,12 @@ class QuickCapture;
 class HotKeys;
 class FloatingWindow;
 class DeckWindow;
+class Library;
+class LibraryView;
 class LocalTrash;
+class Transfers;
+class UndoToast;
+class UndoToastWindow;
 class Defaults;
 class Desktop;
 class Displays;
@@ -103,6 +108,13 @@ public:
         // The quick capture panel, from the same parts. Absent where there is none.
         std::function<CaptureWindow*(QuickCapture& owner, const DeckWindowParts&)>
             makeCaptureWindow;
+        // The library's window, exporting and importing through transfers. Absent where there
+        // is none.
+        std::function<LibraryView*(Library& owner, Transfers& transfers, const DeckWindowParts&)>
+            makeLibraryWindow;
+        // The undo toast's window. Absent where there is none.
+        std::function<UndoToastWindow*(UndoToast& owner, const DeckWindowParts&)>
+            makeUndoToastWindow;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
@@ -164,6 +176,9 @@ public:
     FloatingNote* floatingNote() { return floating.get(); }
     // Absent until openDecks, and without a capture window.
     QuickCapture* quickCapture() { return capture.get(); }
+    // Absent until openDecks, and without their windows.
+    Library* library() { return notesLibrary.get(); }
+    UndoToast* undoToast() { return toast.get(); }
     // Absent without a hot key backend.
     HotKeys* hotKeys() { return keys.get(); }
 
@@ -189,6 +204,9 @@ private:
     std::unique_ptr<FloatingNote> floating;
     std::unique_ptr<DeckManager> decks;
     std::unique_ptr<HotKeys> keys;
+    std::unique_ptr<Transfers> transfers;
+    std::unique_ptr<Library> notesLibrary;
+    std::unique_ptr<UndoToast> toast;
     // The missing sync root is logged once, not on every pass.
     bool toldNoRoot = false;
 };
