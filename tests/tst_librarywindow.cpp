@@ -113,14 +113,14 @@ private Q_SLOTS:
         r.library.show(LibraryMode::all);
         LibraryWindow& w = r.window();
         QApplication::setActiveWindow(&w);
-        r.key(&w, Qt::Key_F, Qt::ControlModifier);
-        QVERIFY(w.searchField()->hasFocus());
         r.key(w.searchField(), Qt::Key_Down);
         QVERIFY(w.list()->hasFocus());
         QCOMPARE(w.detail()->textView()->text(), u"second"_s);
         r.key(w.list(), Qt::Key_Return);
         QVERIFY(w.detail()->textView()->hasFocus());
-        w.list()->setFocus();
+        r.key(w.detail()->textView(), Qt::Key_F, Qt::ControlModifier);
+        QVERIFY(w.searchField()->hasFocus());
+        r.key(w.searchField(), Qt::Key_Down);
 
         r.key(w.list(), Qt::Key_Delete);
         QCOMPARE(w.detail()->textView()->text(), u"first"_s);
