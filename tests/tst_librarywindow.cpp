@@ -116,6 +116,7 @@ private Q_SLOTS:
         r.key(w.searchField(), Qt::Key_Down);
         QVERIFY(w.list()->hasFocus());
         QCOMPARE(w.detail()->textView()->text(), u"second"_s);
+        QVERIFY(w.list()->selectionModel()->isSelected(w.model()->index(0)));
         r.key(w.list(), Qt::Key_Return);
         QVERIFY(w.detail()->textView()->hasFocus());
         r.key(w.detail()->textView(), Qt::Key_F, Qt::ControlModifier);

@@ -31,11 +31,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-constexpr int sidebarWidth = 280;
+constexpr int sidebarWidth = 300;
 const QColor sidebarGround = QColor(0xf3, 0xf2, 0xef);
 const QColor primary = QColor(0x22, 0x22, 0x22);
 const QColor secondary = QColor(0x22, 0x22, 0x22, 150);
-const QColor selectedGround = QColor(0x22, 0x22, 0x22, 22);
+const QColor selectedGround = QColor(0x22, 0x22, 0x22, 24);
 
 // One row: the note's colour as a chip, its title, when it was edited with its task
 // progress, and the start of its text. Painted, not a widget per row, so that thousands of
@@ -168,6 +168,13 @@ LibraryWindow::LibraryWindow(Library& library, Parts parts)
         search->setFocus(Qt::ShortcutFocusReason);
         search->selectAll();
     });
+
+    // Control and a digit chooses the mode, in the picker's order.
+    for (int mode = 0; mode < 3; ++mode) {
+        auto* choose = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key(Qt::Key_1 + mode)), this);
+        connect(choose, &QShortcut::activated, this,
+                [this, mode] { this->library.setMode(LibraryMode(mode)); });
+    }
 
     connect(&library, &Library::modeChanged, this, &LibraryWindow::followMode);
     connect(&library, &Library::selectionChanged, this, &LibraryWindow::followSelection);
@@ -313,7 +320,7 @@ QWidget* LibraryWindow::makeSidebar()
 
     side->setStyleSheet(uR"(
         #sidebar { background: transparent; }
-        QToolButton#mode { border: 1px solid rgba(0,0,0,40); padding: 3px 6px;
+        QToolButton#mode { border: 1px solid rgba(0,0,0,40); padding: 3px 2px;
                            background: rgba(255,255,255,150); color: #333; }
         QToolButton#mode:checked { background: #ffffff; color: #111;
                                    border-color: rgba(0,0,0,70); }
@@ -464,9 +471,12 @@ bool LibraryWindow::eventFilter(QObject* watched, QEvent* event)
             || key->key() == Qt::Key_Enter) {
             if (rows->rowCount() == 0)
                 return false;
+            // Focusing the list makes its first row current without selecting it, so the
+            // row is selected here, the one already current if there is one.
+            const QModelIndex current = listView->currentIndex();
             listView->setFocus(Qt::TabFocusReason);
-            if (!listView->currentIndex().isValid())
-                listView->setCurrentIndex(rows->index(0));
+            listView->selectionModel()->setCurrentIndex(
+                current.isValid() ? current : rows->index(0), QItemSelectionModel::ClearAndSelect);
             return true;
         }
         if (key->key() == Qt::Key_Escape && !search->text().isEmpty()) {

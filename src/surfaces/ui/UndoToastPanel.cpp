@@ -82,7 +82,8 @@ UndoToastPanel::UndoToastPanel(UndoToast& owner, Parts parts)
     button->setHelp(L10n::text(u"action.undo"_s));
     button->setFocusPolicy(Qt::NoFocus);
     connect(button, &QAbstractButton::clicked, this, [this] { this->owner.undo(); });
-    row->addSpacing(int(ringSize));
+    // A box layout leaves out its spacing next to a spacer: the ring's room takes it along.
+    row->addSpacing(int(ringSize) + row->spacing());
     row->addLayout(texts, 1);
     row->addWidget(button);
 }
