@@ -106,6 +106,23 @@ QString Library::trashTitle(const QString& name)
     return stem;
 }
 
+std::optional<Note> Library::readTrash(const QString& path) const
+{
+    QByteArray bytes;
+    if (const Files::Result read = files.read(path, bytes); !read) {
+        Log::line(u"cannot read a deleted note"_s, path + u": "_s + read.description());
+        return std::nullopt;
+    }
+    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
+    const QString text = decoder.decode(bytes);
+    if (decoder.hasError()) {
+        Log::line(u"cannot read a deleted note that is not UTF-8"_s, path);
+        return std::nullopt;
+    }
+    const QString name = path.mid(path.lastIndexOf(u'/') + 1);
+    return NoteDocument::parse(text, trashTitle(name)).note;
+}
+
 QList<Library::TrashEntry> Library::trash() const
 {
     QList<TrashEntry> entries;
@@ -116,9 +133,15 @@ QList<Library::TrashEntry> Library::trash() const
     for (const Files::Entry& entry : *listed) {
         if (entry.kind != Files::Kind::File || !entry.name.endsWith(u".md"_s))
             continue;
-        if (!q.isEmpty() && !entry.name.toLower().contains(q))
+        const QString path = trashFolder + u'/' + entry.name;
+        const std::optional<Note> note = readTrash(path);
+        const Note shown = note.value_or(Note{});
+        if (!q.isEmpty()
+            && !(note ? matchesNormalized(shown, q) : entry.name.toLower().contains(q)))
             continue;
-        entries.append({entry.name, trashFolder + u'/' + entry.name, entry.modified});
+        entries.append({entry.name, path, entry.modified,
+                        note ? NoteText::displayTitle(shown) : trashTitle(entry.name), shown.body,
+                        note ? NoteText::preview(shown) : QString()});
     }
     std::stable_sort(entries.begin(), entries.end(), [](const TrashEntry& a, const TrashEntry& b) {
         return a.deleted.seconds != b.deleted.seconds ? a.deleted.seconds > b.deleted.seconds
@@ -129,19 +152,10 @@ QList<Library::TrashEntry> Library::trash() const
 
 Library::RestoreResult Library::restore(const TrashEntry& entry)
 {
-    QByteArray bytes;
-    if (const Files::Result read = files.read(entry.path, bytes); !read) {
-        Log::line(u"cannot read a deleted note to restore it"_s,
-                  entry.path + u": "_s + read.description());
+    const std::optional<Note> read = readTrash(entry.path);
+    if (!read)
         return RestoreResult::unreadable;
-    }
-    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::Stateless);
-    const QString text = decoder.decode(bytes);
-    if (decoder.hasError()) {
-        Log::line(u"cannot restore a deleted note that is not UTF-8"_s, entry.path);
-        return RestoreResult::unreadable;
-    }
-    Note note = NoteDocument::parse(text, trashTitle(entry.name)).note;
+    Note note = *read;
     // Back where the person will look for it, whatever it was when it went.
     note.archived = false;
     if (notes.ingest({note}) != 1)

@@ -42,6 +42,10 @@ public:
         QString name;
         QString path;
         Date deleted;
+        // The note as the document tells it; from the name alone when it cannot be read.
+        QString title;
+        QString body;
+        QString preview;
         friend bool operator==(const TrashEntry&, const TrashEntry&) = default;
     };
     enum class RestoreResult { restored, unreadable, notStored };
@@ -78,7 +82,8 @@ public:
 
     // The note's title a trash document's name tells.
     static QString trashTitle(const QString& name);
-    // The trash's documents whose name matches the query, newest first.
+    // The trash's documents whose title or text matches the query, as notes do, newest
+    // first.
     QList<TrashEntry> trash() const;
     // Imports the document's text as a note again, back in the deck, and removes the document
     // once the store has saved the note. A document that cannot be read or decoded, or a note
@@ -93,6 +98,9 @@ Q_SIGNALS:
     void trashChanged();
 
 private:
+    // The document's text as a note; absent when it cannot be read or is not UTF-8, logged.
+    std::optional<Note> readTrash(const QString& path) const;
+
     NoteStore& notes;
     Files& files;
     const QString trashFolder;

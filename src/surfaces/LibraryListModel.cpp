@@ -121,12 +121,12 @@ QVariant LibraryListModel::data(const QModelIndex& index, int role) const
         switch (role) {
         case Qt::DisplayRole:
         case TitleRole:
-            return Library::trashTitle(entry.name);
+            return entry.title;
         case IdRole:
         case TrashPathRole:
             return entry.path;
         case PreviewRole:
-            return entry.name;
+            return entry.preview;
         case AgoRole:
             return Fmt::ago(entry.deleted, scheduler.now());
         case PaperRole:

@@ -21,6 +21,7 @@
 #include <QMessageBox>
 #include <QPainter>
 #include <QPainterPath>
+#include <QPlainTextEdit>
 #include <QScreen>
 #include <QShortcut>
 #include <QStackedWidget>
@@ -161,6 +162,7 @@ LibraryWindow::LibraryWindow(Library& library, Parts parts)
     detailEmpty->setPalette(quiet);
     detailStack->addWidget(noteDetail);
     detailStack->addWidget(detailEmpty);
+    detailStack->addWidget(makeTrashDetail());
     columns->addWidget(detailStack, 1);
 
     auto* find = new QShortcut(QKeySequence::Find, this);
@@ -264,7 +266,9 @@ QWidget* LibraryWindow::makeSidebar()
     });
     connect(listView->selectionModel(), &QItemSelectionModel::currentChanged, this,
             [this](const QModelIndex& current) {
-                if (current.isValid() && library.mode() != LibraryMode::recentlyDeleted)
+                if (library.mode() == LibraryMode::recentlyDeleted)
+                    followSelection();
+                else if (current.isValid())
                     library.select(current.data(LibraryListModel::IdRole).toString());
             });
     connect(listView, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& index) {
@@ -378,24 +382,77 @@ void LibraryWindow::followList()
         key = u"library.no_notes"_s;
     listEmpty->setText(L10n::text(key));
     listStack->setCurrentWidget(empty ? static_cast<QWidget*>(listEmpty) : listView);
+    if (library.mode() == LibraryMode::recentlyDeleted && !empty
+        && !listView->currentIndex().isValid())
+        listView->setCurrentIndex(rows->index(0));
     followSelection();
 }
 
 void LibraryWindow::followSelection()
 {
-    const bool trash = library.mode() == LibraryMode::recentlyDeleted;
+    if (library.mode() == LibraryMode::recentlyDeleted) {
+        noteDetail->showNote({});
+        const QModelIndex current = listView->currentIndex();
+        if (!current.isValid() || current.row() >= rows->trash().size()) {
+            detailStack->setCurrentWidget(detailEmpty);
+            return;
+        }
+        const Library::TrashEntry& entry = rows->trash().at(current.row());
+        trashTitle->setText(entry.title);
+        trashWhen->setText(current.data(LibraryListModel::AgoRole).toString());
+        trashText->setPlainText(entry.body);
+        detailStack->setCurrentWidget(trashDetail);
+        return;
+    }
     const std::optional<QString>& selected = library.selection();
-    const bool shown = !trash && selected && with.notes.note(*selected).has_value();
+    const bool shown = selected && with.notes.note(*selected).has_value();
     noteDetail->showNote(shown ? *selected : QString());
     detailStack->setCurrentWidget(shown ? static_cast<QWidget*>(noteDetail) : detailEmpty);
-    if (trash)
-        return;
     const int row = selected ? rows->rowOf(*selected) : -1;
     const QModelIndex index = rows->index(row);
     if (row < 0)
         listView->selectionModel()->clearSelection();
     else if (listView->currentIndex() != index)
         listView->setCurrentIndex(index);
+}
+
+QWidget* LibraryWindow::makeTrashDetail()
+{
+    trashDetail = new QWidget(detailStack);
+    trashDetail->setObjectName(u"trashDetail"_s);
+    auto* column = new QVBoxLayout(trashDetail);
+    column->setContentsMargins(18, 12, 18, 12);
+    column->setSpacing(8);
+    auto* top = new QHBoxLayout;
+    trashWhen = new QLabel(trashDetail);
+    trashWhen->setFont(SheetGlyph::font(11, QFont::Normal));
+    QPalette quiet = trashWhen->palette();
+    quiet.setColor(QPalette::WindowText, secondary);
+    trashWhen->setPalette(quiet);
+    top->addWidget(trashWhen, 1);
+    auto* restore = new SheetButton(SheetButton::Style::Footer, trashDetail);
+    restore->setObjectName(u"restore"_s);
+    restore->setFont(SheetGlyph::font(11.5, QFont::Medium));
+    restore->setText(L10n::text(u"action.restore"_s));
+    restore->setHelp(L10n::text(u"action.restore"_s));
+    restore->setInk(primary, 0.8);
+    connect(restore, &QAbstractButton::clicked, this,
+            [this] { restoreFromTrash(listView->currentIndex()); });
+    top->addWidget(restore);
+    column->addLayout(top);
+    trashTitle = new QLabel(trashDetail);
+    trashTitle->setFont(SheetGlyph::font(19, QFont::DemiBold));
+    trashTitle->setTextFormat(Qt::PlainText);
+    column->addWidget(trashTitle);
+    auto* rule = new SheetRule(trashDetail);
+    rule->setColor(QColor(0, 0, 0, 30));
+    column->addWidget(rule);
+    trashText = new QPlainTextEdit(trashDetail);
+    trashText->setReadOnly(true);
+    trashText->setFrameShape(QFrame::NoFrame);
+    trashText->setFont(SheetGlyph::font(13.5, QFont::Normal));
+    column->addWidget(trashText, 1);
+    return trashDetail;
 }
 
 void LibraryWindow::fillRowMenu(QMenu& menu, const QModelIndex& index)

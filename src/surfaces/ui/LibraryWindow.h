@@ -64,6 +64,7 @@ private:
     void followSelection();
     void deleteSelected();
     void restoreFromTrash(const QModelIndex& index);
+    QWidget* makeTrashDetail();
     QStringList listedIDs() const;
 
     Library& library;
@@ -78,4 +79,9 @@ private:
     QStackedWidget* detailStack = nullptr;
     LibraryDetail* noteDetail = nullptr;
     QLabel* detailEmpty = nullptr;
+    // A document of the trash, read only, with Restore.
+    QWidget* trashDetail = nullptr;
+    QLabel* trashTitle = nullptr;
+    QLabel* trashWhen = nullptr;
+    class QPlainTextEdit* trashText = nullptr;
 };
