@@ -451,6 +451,10 @@ QWidget* LibraryWindow::makeTrashDetail()
     trashText->setReadOnly(true);
     trashText->setFrameShape(QFrame::NoFrame);
     trashText->setFont(SheetGlyph::font(13.5, QFont::Normal));
+    QPalette page = trashText->palette();
+    page.setColor(QPalette::Base, Qt::transparent);
+    page.setColor(QPalette::Text, primary);
+    trashText->setPalette(page);
     column->addWidget(trashText, 1);
     return trashDetail;
 }
