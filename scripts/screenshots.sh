@@ -22,6 +22,11 @@
 #   float-tuck    the floating note half-way through tucking itself away after Escape
 #   capture       quick capture opened by its hot key (Ctrl+Shift+Space), a few words typed
 #                 and the second note chosen with Ctrl+3
+#   library       the library opened by a pondrift://all link, the first note selected
+#   library-search  the library searching for a word that two notes hold
+#   library-archive the archive (Ctrl+2), its first note selected
+#   library-deleted recently deleted (Ctrl+3): a note the sync deleted, waiting in the trash
+#   undo          a note deleted from the library with the Delete key: the undo toast
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${1:-$root/build/screenshots}
@@ -54,18 +59,36 @@ prepare() {
       [ "$language" = zh-Hans ] && picture='\n{picture}\n海边回来：买*牛奶*'
       ;;
   esac
+  # The library's scenes have an archive too.
+  local archived=()
+  case "$scene" in
+    library* | undo)
+      archived=('~Old packing list|Passport\n☑ Charger\n☑ Umbrella' '~Winter plans|Skiing in January')
+      [ "$language" = zh-Hans ] && archived=('~旧的行李清单|护照\n☑ 充电器\n☑ 雨伞' '~冬季计划|一月去滑雪')
+      ;;
+  esac
   case "$scene" in
     damaged-key) head -c 5 /dev/urandom >"$home/data/Pondrift/note.key" ;;
-    deck-* | note-* | float* | capture)
+    deck-* | note-* | float* | capture | library* | undo)
       if [ "$language" = zh-Hans ]; then
         "$root/build/release/tests/helpers/seednotes" "$home/data/Pondrift" \
           "购物清单|牛奶\\n鸡蛋\\n☐ 面包\\n☑ 咖啡${picture}" '给妈妈打电话|周日下午' '演讲的想法|先讲故事，再讲数字' \
-          '里斯本之旅|机票已订' '书单|《百年孤独》' '电影|周五晚上'
+          '里斯本之旅|机票已订' '书单|《百年孤独》' '电影|周五晚上' "${archived[@]}"
       else
         "$root/build/release/tests/helpers/seednotes" "$home/data/Pondrift" \
           "Groceries|Milk\\nEggs\\n☐ Bread\\n☑ Coffee${picture}" 'Call Mum|Sunday afternoon' \
           'Ideas for the talk|Start with the story, then the numbers' 'Trip to Lisbon|Flights booked' \
-          'Reading list|One Hundred Years of Solitude' 'Films|Friday night'
+          'Reading list|One Hundred Years of Solitude' 'Films|Friday night' "${archived[@]}"
+      fi
+      ;;
+  esac
+  case "$scene" in
+    library-deleted)
+      mkdir -p "$home/data/Pondrift/Trash"
+      if [ "$language" = zh-Hans ]; then
+        printf '# 花园\n番茄要在五月前种下\n' >"$home/data/Pondrift/Trash/花园 (deleted 2026-11-20-091500).md"
+      else
+        printf '# Garden\nPlant the tomatoes before May\n' >"$home/data/Pondrift/Trash/Garden (deleted 2026-11-20-091500).md"
       fi
       ;;
   esac
@@ -89,6 +112,32 @@ act() {
   case "$scene" in deck-left | note-left) edge_x=3 ;; esac
   case "$scene" in
     deck-rest | damaged-key) return 0 ;;
+    library* | undo)
+      # A second start hands the link to the running program, as a launcher would.
+      local home
+      home=$(dirname "$log")
+      HOME=$home XDG_CONFIG_HOME=$home/config XDG_DATA_HOME=$home/data XDG_RUNTIME_DIR=$home/run \
+        "$root/build/release/src/pondrift" pondrift://all >/dev/null 2>&1 || true
+      sleep 1.2
+      case "$scene" in
+        library) xdotool key Down ;;
+        library-search)
+          if [ "$4" = zh-Hans ]; then xdotool type --delay 40 "周"; else xdotool type --delay 40 "day"; fi
+          sleep 0.3
+          xdotool key Down
+          ;;
+        library-archive) xdotool key ctrl+2 Down ;;
+        library-deleted) xdotool key ctrl+3 ;;
+        undo)
+          xdotool key Down
+          sleep 0.3
+          xdotool key Delete
+          sleep 2
+          ;;
+      esac
+      sleep 0.6
+      return 0
+      ;;
     capture)
       xdotool mousemove --sync $((640 * scale)) $((400 * scale)) key ctrl+shift+space
       sleep 0.8
@@ -208,7 +257,7 @@ shoot() {
 }
 
 failed=0
-for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture}; do
+for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture library library-search library-archive library-deleted undo}; do
   for language in ${PONDRIFT_LANGUAGES:-en zh-Hans}; do
     for scale in 1 2; do
       for compositor in ${PONDRIFT_COMPOSITORS:-picom none}; do

@@ -469,7 +469,7 @@ private Q_SLOTS:
             return logged.count(u"Pondrift: "_s + line);
         };
         QCOMPARE(count(u"quick capture is not available here; the request is dropped"_s), 2);
-        QCOMPARE(count(u"the list of all notes is not available yet; the request is dropped"_s), 1);
+        QCOMPARE(count(u"the library is not available here; the request is dropped"_s), 1);
         QCOMPARE(count(u"the settings window is not available yet; the request is dropped"_s), 1);
         QCOMPARE(count(u"skipped a URL — "_s + refused.first()), 1);
         program.services->closeDecks();

@@ -158,6 +158,26 @@ private Q_SLOTS:
                  (QStringList{u"From a link"_s, u"at launch"_s, u"kept"_s, u"typed"_s}));
     }
 
+    // The library is the program's one ordinary window: a link opens it, a second link
+    // brings the same window forward instead of a second one.
+    void theLibraryLinkOpensOneWindow()
+    {
+        QTemporaryDir home;
+        QVERIFY(home.isValid());
+        makeHome(home);
+        runOnce(home.path(), SIGTERM, *this, [&] {
+            const int windows = viewableTopLevels();
+            for (int i = 0; i < 2; ++i) {
+                QProcess later;
+                later.setProcessEnvironment(isolatedEnvironment(home.path()));
+                later.start(QString::fromUtf8(PONDRIFT_BINARY), {u"pondrift://all"_s});
+                QVERIFY(later.waitForFinished(60000));
+                QCOMPARE(later.exitCode(), 0);
+                QTRY_COMPARE_WITH_TIMEOUT(viewableTopLevels(), windows + 1, 60000);
+            }
+        });
+    }
+
     void withSyncOnTheNotesAppearInTheSyncFolder()
     {
         QTemporaryDir home;

@@ -351,6 +351,22 @@ Your notes stay on this computer, encrypted.</translation>
         <source>No archived notes</source>
         <translation>No archived notes</translation>
     </message>
+    <message id="library.no_trash">
+        <source>Nothing was deleted by sync in the last 30 days</source>
+        <translation>Nothing was deleted by sync in the last 30 days</translation>
+    </message>
+    <message id="library.recently_deleted">
+        <source>Recently Deleted</source>
+        <translation>Recently Deleted</translation>
+    </message>
+    <message id="library.restore_failed">
+        <source>“%1” could not be restored.</source>
+        <translation>“%1” could not be restored.</translation>
+    </message>
+    <message id="library.restore_failed_help">
+        <source>Its file in the trash could not be read, or the note could not be saved. The file is kept; nothing was lost.</source>
+        <translation>Its file in the trash could not be read, or the note could not be saved. The file is kept; nothing was lost.</translation>
+    </message>
     <message id="library.no_matches">
         <source>No matching notes</source>
         <translation>No matching notes</translation>

@@ -343,6 +343,22 @@ Your notes stay on this computer, encrypted.</source>
         <source>No archived notes</source>
         <translation>没有已归档的便签</translation>
     </message>
+    <message id="library.no_trash">
+        <source>Nothing was deleted by sync in the last 30 days</source>
+        <translation>近 30 天内没有被同步删除的便签</translation>
+    </message>
+    <message id="library.recently_deleted">
+        <source>Recently Deleted</source>
+        <translation>最近删除</translation>
+    </message>
+    <message id="library.restore_failed">
+        <source>“%1” could not be restored.</source>
+        <translation>无法恢复“%1”。</translation>
+    </message>
+    <message id="library.restore_failed_help">
+        <source>Its file in the trash could not be read, or the note could not be saved. The file is kept; nothing was lost.</source>
+        <translation>无法读取它在废纸篓中的文件，或无法保存这条便签。文件已保留，没有丢失任何内容。</translation>
+    </message>
     <message id="library.no_matches">
         <source>No matching notes</source>
         <translation>没有匹配的便签</translation>

@@ -7,6 +7,7 @@
 #include "platform/Log.h"
 #include "settings/DeckStyle.h"
 #include "settings/Settings.h"
+#include "surfaces/Library.h"
 #include "surfaces/QuickCapture.h"
 #include "surfaces/Transfers.h"
 
@@ -28,6 +29,17 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
         else
             Log::line(u"quick capture is not available here; the request is dropped"_s);
     });
+    const auto openLibrary = [this](LibraryMode mode) {
+        return [this, mode](const QString&) {
+            if (Library* library = this->services.library())
+                library->show(mode);
+            else
+                Log::line(u"the library is not available here; the request is dropped"_s);
+        };
+    };
+    actions.insert(u"openAllNotes"_s, openLibrary(LibraryMode::all));
+    actions.insert(u"openArchive"_s, openLibrary(LibraryMode::archive));
+    actions.insert(u"openRecentlyDeleted"_s, openLibrary(LibraryMode::recentlyDeleted));
     actions.insert(u"quit"_s, [quit = std::move(quit)](const QString&) { quit(); });
     addSettingsCommands();
     addTransferCommands();

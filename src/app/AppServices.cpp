@@ -23,8 +23,11 @@
 #include "platform/WindowHints.h"
 #include "settings/Settings.h"
 #include "surfaces/FloatingNote.h"
+#include "surfaces/Library.h"
 #include "surfaces/QuickCapture.h"
 #include "surfaces/TransferFlow.h"
+#include "surfaces/Transfers.h"
+#include "surfaces/UndoToast.h"
 #include "sync/CloudFolder.h"
 #include "sync/CloudSync.h"
 #include "sync/DocumentNames.h"
@@ -37,6 +40,24 @@ AppServices::Backends::Backends() = default;
 AppServices::Backends::~Backends() = default;
 AppServices::Backends::Backends(Backends&&) noexcept = default;
 AppServices::Backends& AppServices::Backends::operator=(Backends&&) noexcept = default;
+
+namespace {
+
+// Where nothing can ask the person (no choosers, as in a headless run), export and import
+// have nobody to ask; the library's menu entries then say so in the log.
+class NoTransfers final : public Transfers {
+public:
+    void exportNotes(TransferFormat, const QStringList&) override
+    {
+        Log::line(QStringLiteral("export is not available here: nothing can ask where to"));
+    }
+    void importFiles() override
+    {
+        Log::line(QStringLiteral("import is not available here: nothing can ask what to"));
+    }
+};
+
+} // namespace
 
 AppServices::AppServices(Backends given, Paths data, QString home)
     : backends(std::move(given))
@@ -56,6 +77,8 @@ AppServices::AppServices(Backends given, Paths data, QString home)
 AppServices::~AppServices()
 {
     keys.reset();
+    toast.reset();
+    notesLibrary.reset();
     decks.reset();
     floating.reset();
     capture.reset();
@@ -126,6 +149,23 @@ void AppServices::openDecks(DeckActions& actions)
     });
     if (floating)
         floating->restore();
+    if (backends.makeLibraryWindow && !notesLibrary) {
+        if (!transferFlow && !noTransfers)
+            noTransfers = std::make_unique<NoTransfers>();
+        Transfers* through =
+            transferFlow ? static_cast<Transfers*>(transferFlow.get()) : noTransfers.get();
+        notesLibrary = std::make_unique<Library>(
+            *notes, files(), data.trash(), [this, parts, through](Library& owner) {
+                return backends.makeLibraryWindow(owner, *through, parts(0));
+            });
+    }
+    if (backends.makeUndoToastWindow && !toast) {
+        toast = std::make_unique<UndoToast>(
+            *notes, scheduler(), pointer(), displays(), [this, parts](UndoToast& owner) {
+                return backends.makeUndoToastWindow(owner, parts(0));
+            });
+        toast->start();
+    }
 }
 
 void AppServices::closeDecks()

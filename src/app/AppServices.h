@@ -20,7 +20,12 @@ class QuickCapture;
 class HotKeys;
 class FloatingWindow;
 class DeckWindow;
+class Library;
+class LibraryView;
 class LocalTrash;
+class Transfers;
+class UndoToast;
+class UndoToastWindow;
 class Defaults;
 class Desktop;
 class Displays;
@@ -108,6 +113,13 @@ public:
             makeCaptureWindow;
         // What export and import ask and tell. Absent: no export or import is offered.
         std::unique_ptr<TransferPrompts> transferPrompts;
+        // The library's window, exporting and importing through transfers. Absent where there
+        // is none.
+        std::function<LibraryView*(Library& owner, Transfers& transfers, const DeckWindowParts&)>
+            makeLibraryWindow;
+        // The undo toast's window. Absent where there is none.
+        std::function<UndoToastWindow*(UndoToast& owner, const DeckWindowParts&)>
+            makeUndoToastWindow;
         // Shows a storage failure to the user; the note store has logged it already.
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
@@ -169,6 +181,9 @@ public:
     FloatingNote* floatingNote() { return floating.get(); }
     // Absent until openDecks, and without a capture window.
     QuickCapture* quickCapture() { return capture.get(); }
+    // Absent until openDecks, and without their windows.
+    Library* library() { return notesLibrary.get(); }
+    UndoToast* undoToast() { return toast.get(); }
     // Absent without a hot key backend.
     HotKeys* hotKeys() { return keys.get(); }
     // Absent until openNotes, and without transfer prompts.
@@ -197,6 +212,9 @@ private:
     std::unique_ptr<FloatingNote> floating;
     std::unique_ptr<DeckManager> decks;
     std::unique_ptr<HotKeys> keys;
+    std::unique_ptr<Transfers> noTransfers;
+    std::unique_ptr<Library> notesLibrary;
+    std::unique_ptr<UndoToast> toast;
     // The missing sync root is logged once, not on every pass.
     bool toldNoRoot = false;
 };

@@ -4,7 +4,7 @@
 //
 // Arguments: data folder (the program's Pondrift folder), then the titles. A title may carry
 // its body after a "|"; "{picture}" in a body becomes a picture of a sunset, stored as a
-// dropped picture is.
+// dropped picture is. A title that starts with "~" goes to the archive, without the "~".
 
 #include "images/ImageStore.h"
 #include "notes/ImageTokens.h"
@@ -63,7 +63,10 @@ int main(int argc, char* argv[])
     for (int i = argc - 1; i >= 2; --i) {
         const QString arg = QString::fromLocal8Bit(argv[i]);
         const qsizetype bar = arg.indexOf(u'|');
-        const QString title = bar < 0 ? arg : arg.left(bar);
+        QString title = bar < 0 ? arg : arg.left(bar);
+        const bool archived = title.startsWith(u'~');
+        if (archived)
+            title.remove(0, 1);
         const QString body =
             bar < 0 ? QStringLiteral("…")
                     : arg.mid(bar + 1).replace(QStringLiteral("\\n"), QStringLiteral("\n"));
@@ -74,7 +77,9 @@ int main(int argc, char* argv[])
                 return 1;
             text.replace(QStringLiteral("{picture}"), ImageTokens::token(*id, 220));
         }
-        notes.create(text, title);
+        const Note note = notes.create(text, title);
+        if (archived)
+            notes.setArchived(note.id, true);
     }
     return notes.flushAll() ? 0 : 1;
 }

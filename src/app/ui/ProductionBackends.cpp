@@ -28,7 +28,9 @@
 #include "platform/xdg/XdgLoginItem.h"
 #include "surfaces/ui/CapturePanel.h"
 #include "surfaces/ui/FloatingPanel.h"
+#include "surfaces/ui/LibraryWindow.h"
 #include "surfaces/ui/QtTransferPrompts.h"
+#include "surfaces/ui/UndoToastPanel.h"
 #include "sync/ui/MassDeleteDialog.h"
 
 #include <QCoreApplication>
@@ -117,6 +119,15 @@ AppServices::Backends makeProductionBackends()
                                     const AppServices::DeckWindowParts& parts) {
         return new CapturePanel(owner,
                                 CapturePanel::Parts{parts.notes, parts.hints, parts.compositor});
+    };
+    backends.makeLibraryWindow = [](Library& owner, Transfers& transfers,
+                                    const AppServices::DeckWindowParts& parts) {
+        return new LibraryWindow(owner,
+                                 LibraryWindow::Parts{parts.notes, parts.scheduler, parts.desktop,
+                                                      parts.images, transfers, parts.spellChecker});
+    };
+    backends.makeUndoToastWindow = [](UndoToast& owner, const AppServices::DeckWindowParts& parts) {
+        return new UndoToastPanel(owner, UndoToastPanel::Parts{parts.hints, parts.compositor});
     };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;

@@ -1,0 +1,210 @@
+#include "exchange/NoteDocument.h"
+#include "support/FaultInjectingVfs.h"
+#include "support/InstalledSettings.h"
+#include "support/NoteBuilder.h"
+#include "support/TestLibrary.h"
+#include "surfaces/Library.h"
+#include "surfaces/LibraryListModel.h"
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace Qt::Literals::StringLiterals;
+
+namespace {
+
+struct CountingView final : LibraryView {
+    int& presents;
+    explicit CountingView(int& presents)
+        : presents(presents)
+    {
+    }
+    void present() override { ++presents; }
+};
+
+// A library over a real store, with a window that counts how often it was made and shown.
+struct Rig {
+    TestLibrary lib;
+    NoteStore& notes = lib.open();
+    int made = 0;
+    int presents = 0;
+    Library library{notes, lib.files, lib.paths.trash(), [this](Library&) {
+                        ++made;
+                        return new CountingView(presents);
+                    }};
+    LibraryListModel model{library, notes, lib.clock};
+
+    QString add(const QString& body, const QString& title = {})
+    {
+        return notes.create(body, title).id;
+    }
+    QStringList listed() const
+    {
+        QStringList ids;
+        for (int row = 0; row < model.rowCount(); ++row)
+            ids.append(model.index(row).data(LibraryListModel::IdRole).toString());
+        return ids;
+    }
+    QString trashFile(const QString& name, const QByteArray& bytes)
+    {
+        QDir().mkpath(lib.paths.trash());
+        QFile file(lib.paths.trash() + u'/' + name);
+        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+            return {};
+        return file.fileName();
+    }
+};
+
+} // namespace
+
+class TestLibrary_ : public QObject {
+    Q_OBJECT
+
+    InstalledSettings settings;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        settings.install();
+        FaultInjectingVfs::install();
+    }
+    void cleanup() { FaultInjectingVfs::setWriteFault(FaultInjectingVfs::Fault::None); }
+
+    void search_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QStringList>("found");
+        QTest::newRow("blanks and tabs show everything")
+            << u"  \t "_s << QStringList{u"start"_s, u"Groceries"_s, u"Plan"_s};
+        QTest::newRow("upper-case text matches a lower-case query")
+            << u"groc"_s << QStringList{u"Groceries"_s};
+        QTest::newRow("an upper-case query matches lower-case text")
+            << u" START"_s << QStringList{u"start"_s};
+        QTest::newRow("text deep in the body is found") << u"needle"_s << QStringList{u"Plan"_s};
+        QTest::newRow("a substring, not a word: art finds start")
+            << u"art"_s << QStringList{u"start"_s};
+        QTest::newRow("nothing matches") << u"zebra"_s << QStringList{};
+    }
+    void search()
+    {
+        QFETCH(QString, query);
+        QFETCH(QStringList, found);
+        Rig r;
+        r.add(u"Plan\n"_s + QString(4000, u'x') + u" a needle at the end"_s);
+        r.add(u"GROCERIES\nmilk"_s, u"Groceries"_s);
+        r.add(u"start here"_s, u"start"_s);
+        r.library.setQuery(query);
+        QStringList titles;
+        for (int row = 0; row < r.model.rowCount(); ++row)
+            titles.append(r.model.index(row).data(LibraryListModel::TitleRole).toString());
+        QCOMPARE(titles, found);
+    }
+
+    // Archiving and restoring move a note between the modes at once, and the selection stays
+    // whatever the mode and the query.
+    void modes()
+    {
+        Rig r;
+        const QString kept = r.add(u"kept"_s);
+        const QString old = r.add(u"old"_s);
+        r.notes.setArchived(old, true);
+        QCOMPARE(r.listed(), QStringList{kept});
+        r.library.select(old);
+        r.library.setMode(LibraryMode::archive);
+        QCOMPARE(r.listed(), QStringList{old});
+        r.library.setQuery(u"nothing like it"_s);
+        QCOMPARE(r.listed(), QStringList{});
+        r.library.setQuery({});
+        QSignalSpy removed(&r.model, &QAbstractItemModel::rowsRemoved);
+        QSignalSpy reset(&r.model, &QAbstractItemModel::modelReset);
+        r.notes.setArchived(old, false);
+        QCOMPARE(r.listed(), QStringList{});
+        QCOMPARE(removed.size(), 1);
+        QCOMPARE(reset.size(), 0);
+        QCOMPARE(r.library.selection(), std::optional<QString>(old));
+    }
+
+    // Typing in one note of thousands changes its row alone: the list keeps its place.
+    void oneNotesEditChangesOneRow()
+    {
+        Rig r;
+        const QString a = r.add(u"a"_s);
+        r.add(u"b"_s);
+        r.add(u"c"_s);
+        QSignalSpy changed(&r.model, &QAbstractItemModel::dataChanged);
+        QSignalSpy reset(&r.model, &QAbstractItemModel::modelReset);
+        r.notes.updateBody(a, u"a, and more"_s);
+        QCOMPARE(reset.size(), 0);
+        QCOMPARE(changed.size(), 1);
+        const QModelIndex row = changed[0][0].value<QModelIndex>();
+        QCOMPARE(row.row(), 2);
+        QCOMPARE(row.data(LibraryListModel::TitleRole).toString(), u"a, and more"_s);
+    }
+
+    void twoShowsOneWindow()
+    {
+        Rig r;
+        r.library.show(LibraryMode::all);
+        r.library.show(LibraryMode::archive);
+        QCOMPARE(r.made, 1);
+        QCOMPARE(r.presents, 2);
+        QCOMPARE(r.library.mode(), LibraryMode::archive);
+    }
+
+    // A note the sync deleted is listed from the trash, and comes back into the deck with its
+    // text; its document goes only once the note is stored.
+    void restoringFromTheTrash()
+    {
+        Rig r;
+        Note gone = aNote().title(u"Recipe"_s).body(u"flour\nwater"_s).archived();
+        const QString path = r.trashFile(u"Recipe (deleted 2026-01-02-030405).md"_s,
+                                         NoteDocument::render(gone).toUtf8());
+        r.library.setMode(LibraryMode::recentlyDeleted);
+        QCOMPARE(r.model.rowCount(), 1);
+        QCOMPARE(r.model.index(0).data(LibraryListModel::TitleRole).toString(), u"Recipe"_s);
+        QCOMPARE(r.library.restore(r.model.trash().at(0)), Library::RestoreResult::restored);
+        QVERIFY(!QFile::exists(path));
+        QCOMPARE(r.model.rowCount(), 0);
+        QCOMPARE(r.notes.active().size(), 1);
+        QCOMPARE(r.notes.active().at(0).body, u"flour\nwater"_s);
+        QCOMPARE(r.lib.stored().size(), 1);
+        QCOMPARE(r.library.selection(), std::optional<QString>(r.notes.active().at(0).id));
+    }
+
+    void aTrashDocumentThatCannotBeRestoredStays_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<bool>("vanishes");
+        QTest::addColumn<bool>("diskFull");
+        QTest::addColumn<int>("result");
+        QTest::newRow("not UTF-8") << QByteArray("caf\xe9\xff") << false << false
+                                   << int(Library::RestoreResult::unreadable);
+        QTest::newRow("gone since it was listed")
+            << QByteArray("text") << true << false << int(Library::RestoreResult::unreadable);
+        QTest::newRow("a disk that refuses the note")
+            << QByteArray("text") << false << true << int(Library::RestoreResult::notStored);
+    }
+    void aTrashDocumentThatCannotBeRestoredStays()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(bool, vanishes);
+        QFETCH(bool, diskFull);
+        QFETCH(int, result);
+        Rig r;
+        const QString path = r.trashFile(u"Note (deleted 2026-01-02-030405).md"_s, bytes);
+        r.library.setMode(LibraryMode::recentlyDeleted);
+        const Library::TrashEntry entry = r.model.trash().at(0);
+        if (vanishes)
+            QFile::remove(path);
+        if (diskFull)
+            FaultInjectingVfs::setWriteFault(FaultInjectingVfs::Fault::DiskFull);
+        QCOMPARE(int(r.library.restore(entry)), result);
+        QCOMPARE(QFile::exists(path), !vanishes);
+        FaultInjectingVfs::setWriteFault(FaultInjectingVfs::Fault::None);
+        QCOMPARE(r.lib.stored().size(), 0);
+    }
+};
+
+QTEST_MAIN(TestLibrary_)
+#include "tst_library.moc"
