@@ -2,6 +2,7 @@
 #include "notes/Store.h"
 #include "platform/qt/QtFiles.h"
 #include "support/VirtualScreen.h"
+#include "support/XWindows.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -277,6 +278,9 @@ public:
     }
 
     xcb_window_t root() { return xcb_setup_roots_iterator(xcb_get_setup(x)).data->root; }
+
+    // Mapped top-level windows of every program on this desk's server.
+    int windows() { return viewableTopLevels(display.constData()); }
 
     // Holds a combination on the root window, as another program that got there first does.
     bool holdKey(quint8 keycode, quint16 modifiers)
@@ -586,6 +590,16 @@ private Q_SLOTS:
         desk.xdotool({u"type"_s, u"--delay"_s, u"20"_s, u"made by the key"_s});
         QVERIFY(QTest::qWaitFor([&] { return desk.storedText().contains(u"made by the key"_s); },
                                 patience));
+
+        // All notes opens the library; the archive key brings the same window forward.
+        const int before = desk.windows();
+        desk.xdotool({u"key"_s, u"ctrl+alt+a"_s});
+        QVERIFY(QTest::qWaitFor(
+            [&] { return desk.windows() == before + 1; }, patience));
+        desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
+        desk.xdotool({u"key"_s, u"ctrl+alt+l"_s});
+        QVERIFY(QTest::qWaitFor([&] { return desk.focus() != other; }, patience));
+        QCOMPARE(desk.windows(), before + 1);
     }
 };
 
