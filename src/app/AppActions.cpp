@@ -41,7 +41,8 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
             [](AppLanguage) { Log::line(u"the new language shows from the next start"_s); },
     });
     if (services.offersSettingsWindow())
-        actions.insert(u"openSettings"_s, [this](const QString&) { this->services.showSettings(); });
+        actions.insert(u"openSettings"_s,
+                       [this](const QString&) { this->services.showSettings(); });
     addSettingsCommands();
     addTransferCommands();
 }

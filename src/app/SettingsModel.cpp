@@ -20,10 +20,8 @@ using namespace Qt::Literals::StringLiterals;
 const std::array<SettingsModel::ShortcutRow, 13> SettingsModel::shortcutRows{{
     {u"new", u"shortcut.new_note", true, &Settings::scNewNote, &Settings::setScNewNote},
     {u"all", u"shortcut.all_notes", true, &Settings::scAllNotes, &Settings::setScAllNotes},
-    {u"archive", u"shortcut.archive_window", true, &Settings::scArchive,
-     &Settings::setScArchive},
-    {u"capture", u"shortcut.quick_capture", true, &Settings::scCapture,
-     &Settings::setScCapture},
+    {u"archive", u"shortcut.archive_window", true, &Settings::scArchive, &Settings::setScArchive},
+    {u"capture", u"shortcut.quick_capture", true, &Settings::scCapture, &Settings::setScCapture},
     {u"close", u"action.close", false, &Settings::scClose, &Settings::setScClose},
     {u"archiveNote", u"shortcut.archive_note", false, &Settings::scArchiveNote,
      &Settings::setScArchiveNote},
