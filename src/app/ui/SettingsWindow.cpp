@@ -15,6 +15,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
+#include <QSignalBlocker>
 #include <QSlider>
 #include <QStyle>
 #include <QTabWidget>
@@ -176,8 +177,15 @@ void SettingsWindow::show()
     activateWindow();
 }
 
+// Reading a value into a control must not hand it back to the model as a change.
 void SettingsWindow::refresh()
 {
+    std::vector<std::unique_ptr<QSignalBlocker>> quiet;
+    for (QWidget* control : findChildren<QWidget*>()) {
+        if (qobject_cast<QAbstractButton*>(control) || qobject_cast<QAbstractSlider*>(control)
+            || qobject_cast<QComboBox*>(control))
+            quiet.push_back(std::make_unique<QSignalBlocker>(control));
+    }
     for (const auto& read : refreshers)
         read();
 }
@@ -308,15 +316,17 @@ QWidget* SettingsWindow::deckTab()
                 ->setChecked(Settings::edgeWidths[i].value == model.edgeWidth());
     });
 
-    const auto toggle = [this, &page](const QString& name, const QString& labelKey,
-                                      const QString& helpKey, bool (SettingsModel::*get)() const,
-                                      void (SettingsModel::*set)(bool)) {
-        auto* box = new QCheckBox(text(labelKey));
-        box->setObjectName(name);
-        connect(box, &QCheckBox::toggled, this, [this, set](bool on) { (model.*set)(on); });
-        refreshers.push_back([this, box, get] { box->setChecked((model.*get)()); });
-        return page.row({}, box, helpKey);
-    };
+    SettingsModel* const m = &model;
+    std::vector<std::function<void()>>* const reads = &refreshers;
+    const auto toggle =
+        [m, reads, &page](const QString& name, const QString& labelKey, const QString& helpKey,
+                          bool (SettingsModel::*get)() const, void (SettingsModel::*set)(bool)) {
+            auto* box = new QCheckBox(text(labelKey));
+            box->setObjectName(name);
+            QObject::connect(box, &QCheckBox::toggled, m, [m, set](bool on) { (m->*set)(on); });
+            reads->push_back([m, box, get] { box->setChecked((m->*get)()); });
+            return page.row({}, box, helpKey);
+        };
     toggle(u"alwaysShown"_s, u"settings.deck.keep_open"_s, u"settings.deck.keep_open_help"_s,
            &SettingsModel::alwaysShown, &SettingsModel::setAlwaysShown);
     const QList<QWidget*> hideActions = toggle(
