@@ -355,6 +355,7 @@ bool SettingsModel::duplicate(const Shortcut& s, QStringView ignoring) const
 void SettingsModel::syncFromDefaults()
 {
     isSyncing = true;
+    setAppLanguage(Settings::appLanguage());
     readAll();
     isSyncing = false;
     refreshSyncStatus();
