@@ -35,8 +35,9 @@ QLabel* smallText(const QString& text, double size = 11)
 {
     auto* label = new QLabel(text);
     label->setWordWrap(true);
+    // Sizes in logical pixels, as everywhere in the interface; a QFont point is 4/3 of one.
     QFont font = label->font();
-    font.setPixelSize(static_cast<int>(std::lround(size * 4 / 3)));
+    font.setPointSizeF(size * 0.75);
     label->setFont(font);
     label->setForegroundRole(QPalette::PlaceholderText);
     return label;
@@ -52,6 +53,8 @@ public:
     {
         scroll->setWidgetResizable(true);
         scroll->setFrameShape(QFrame::NoFrame);
+        // Long texts wrap instead.
+        scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         scroll->setWidget(body);
         grid->setContentsMargins(14, 14, 14, 14);
         grid->setColumnMinimumWidth(0, labelWidth);
@@ -80,12 +83,19 @@ public:
             auto* label = new QLabel(text(labelKey));
             label->setWordWrap(true);
             label->setBuddy(control);
-            grid->addWidget(label, next, 0, Qt::AlignLeft | Qt::AlignVCenter);
+            // Level with the control's first line, however tall the control grows.
+            label->setAlignment(Qt::AlignLeft | Qt::AlignVCenter);
+            label->setMinimumHeight(std::min(control->sizeHint().height(), 28));
+            grid->addWidget(label, next, 0, Qt::AlignLeft | Qt::AlignTop);
             parts << label;
             if (control->accessibleName().isEmpty())
                 control->setAccessibleName(label->text());
         }
-        grid->addWidget(control, next++, 1, Qt::AlignLeft | Qt::AlignVCenter);
+        // A text that wraps must have the column's whole width to know its height.
+        if (qobject_cast<QLabel*>(control))
+            grid->addWidget(control, next++, 1);
+        else
+            grid->addWidget(control, next++, 1, Qt::AlignLeft | Qt::AlignVCenter);
         parts << control;
         if (!helpKey.isEmpty()) {
             QLabel* help = smallText(text(helpKey));
@@ -131,6 +141,15 @@ QWidget* segmented(const QString& name, const QStringList& titles, QButtonGroup*
         layout->addWidget(button);
     }
     return box;
+}
+
+// The home folder as "~", as file managers and terminals show it.
+QString shortPath(const QString& path)
+{
+    const QString home = QDir::homePath();
+    if (path.startsWith(home + u'/'))
+        return u"~"_s + path.mid(home.size());
+    return path;
 }
 
 void showAll(const QList<QWidget*>& widgets, bool visible)
@@ -418,6 +437,8 @@ QWidget* SettingsWindow::syncTab()
     path->setObjectName(u"syncFolder"_s);
     path->setForegroundRole(QPalette::WindowText);
     path->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    // A path has no spaces to wrap at; a wrapped one loses its end under the buttons.
+    path->setWordWrap(false);
     auto* buttons = new QHBoxLayout;
     auto* choose = new QPushButton(text(u"settings.sync.choose"_s));
     choose->setObjectName(u"chooseSyncRoot"_s);
@@ -449,7 +470,7 @@ QWidget* SettingsWindow::syncTab()
         unavailable->setVisible(!available);
         const QString folder = model.syncFolderPath();
         path->setText(folder.isEmpty() ? text(u"settings.sync.status_no_folder"_s)
-                                       : QDir::toNativeSeparators(folder));
+                                       : shortPath(folder));
         reveal->setEnabled(available);
         status->setText(model.syncStatus());
         showAll(statusRow, model.cloudSync());
