@@ -27,6 +27,9 @@
 #   library-archive the archive (Ctrl+2), its first note selected
 #   library-deleted recently deleted (Ctrl+3): a note the sync deleted, waiting in the trash
 #   undo          a note deleted from the library with the Delete key: the undo toast
+#   settings-shortcuts, settings-deck, settings-notes, settings-sync, settings-updates
+#                 the settings window opened by pondrift://settings, on each of its tabs (sync
+#                 on, into a Syncthing folder)
 set -euo pipefail
 root=$(cd "$(dirname "$0")/.." && pwd)
 out=${1:-$root/build/screenshots}
@@ -93,6 +96,12 @@ prepare() {
       ;;
   esac
   case "$scene" in
+    settings-sync)
+      mkdir -p "$home/Sync"
+      printf 'cloudSyncEnabled=true\n' >>"$home/config/Pondrift/Pondrift.conf"
+      ;;
+  esac
+  case "$scene" in
     deck-chips) printf 'deckStyle=compact\n' >>"$home/config/Pondrift/Pondrift.conf" ;;
     deck-left | note-left) printf 'deckOnLeftEdge=true\n' >>"$home/config/Pondrift/Pondrift.conf" ;;
   esac
@@ -135,6 +144,21 @@ act() {
           sleep 2
           ;;
       esac
+      sleep 0.6
+      return 0
+      ;;
+    settings-*)
+      # The tabs in order; Ctrl+Tab steps to the next one.
+      local steps=0
+      case "$scene" in
+        settings-deck) steps=1 ;;
+        settings-notes) steps=2 ;;
+        settings-sync) steps=3 ;;
+        settings-updates) steps=4 ;;
+      esac
+      wait_for xdotool search --onlyvisible --name 'Pondrift (Settings|设置)'
+      xdotool search --onlyvisible --name 'Pondrift (Settings|设置)' | head -1 | xargs xdotool windowactivate --sync
+      for _ in $(seq "$steps"); do xdotool key ctrl+Tab; done
       sleep 0.6
       return 0
       ;;
@@ -220,6 +244,8 @@ shoot() {
   local home display pids=()
   home=$(mktemp -d)
   prepare "$home" "$scene" "$language"
+  local args=()
+  case "$scene" in settings-*) args=(pondrift://settings) ;; esac
   # The same desktop in points at every scale: 1280 by 800, as a laptop's screen shows it.
   exec 3< <(Xvfb -displayfd 1 -screen 0 $((1280 * scale))x$((800 * scale))x24 -nolisten tcp 2>/dev/null)
   read -r display <&3
@@ -235,7 +261,7 @@ shoot() {
   # A desktop background, which the compositor paints under everything.
   hsetroot -add '#23395b' -add '#5f7a8c' -gradient 160 >/dev/null 2>&1 || true
   HOME=$home XDG_CONFIG_HOME=$home/config XDG_DATA_HOME=$home/data XDG_RUNTIME_DIR=$home/run \
-    QT_SCALE_FACTOR=$scale PONDRIFT_DEBUG_DECK=1 "$root/build/release/src/pondrift" >"$home/log" 2>&1 &
+    QT_SCALE_FACTOR=$scale PONDRIFT_DEBUG_DECK=1 "$root/build/release/src/pondrift" "${args[@]}" >"$home/log" 2>&1 &
   pids+=($!)
   local suffix=""
   [ "$compositor" = none ] && suffix="-flat"
@@ -257,7 +283,7 @@ shoot() {
 }
 
 failed=0
-for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture library library-search library-archive library-deleted undo}; do
+for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture library library-search library-archive library-deleted undo settings-shortcuts settings-deck settings-notes settings-sync settings-updates}; do
   for language in ${PONDRIFT_LANGUAGES:-en zh-Hans}; do
     for scale in 1 2; do
       for compositor in ${PONDRIFT_COMPOSITORS:-picom none}; do

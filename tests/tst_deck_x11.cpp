@@ -594,8 +594,7 @@ private Q_SLOTS:
         // All notes opens the library; the archive key brings the same window forward.
         const int before = desk.windows();
         desk.xdotool({u"key"_s, u"ctrl+alt+a"_s});
-        QVERIFY(QTest::qWaitFor(
-            [&] { return desk.windows() == before + 1; }, patience));
+        QVERIFY(QTest::qWaitFor([&] { return desk.windows() == before + 1; }, patience));
         desk.xdotool({u"windowfocus"_s, u"--sync"_s, QString::number(other)});
         desk.xdotool({u"key"_s, u"ctrl+alt+l"_s});
         QVERIFY(QTest::qWaitFor([&] { return desk.focus() != other; }, patience));

@@ -760,6 +760,30 @@ Your notes stay on this computer, encrypted.</translation>
         <source>Not synced yet</source>
         <translation>Not synced yet</translation>
     </message>
+    <message id="settings.sync.status_no_folder">
+        <source>No folder chosen</source>
+        <translation>No folder chosen</translation>
+    </message>
+    <message id="settings.sync.status_notes_unreadable">
+        <source>Waiting: your notes can’t be read, so nothing is synced</source>
+        <translation>Waiting: your notes can’t be read, so nothing is synced</translation>
+    </message>
+    <message id="settings.sync.status_unlisted">
+        <source>Waiting: the folder’s contents can’t be listed</source>
+        <translation>Waiting: the folder’s contents can’t be listed</translation>
+    </message>
+    <message id="settings.sync.choose">
+        <source>Choose…</source>
+        <translation>Choose…</translation>
+    </message>
+    <message id="settings.sync.choose_title">
+        <source>Choose the Folder Your Sync App Carries</source>
+        <translation>Choose the Folder Your Sync App Carries</translation>
+    </message>
+    <message id="settings.sync.folder_help">
+        <source>Notes go into a Pondrift folder inside the folder you choose, such as your Nextcloud, Dropbox or Syncthing folder. Changing it copies every note there and deletes nothing.</source>
+        <translation>Notes go into a Pondrift folder inside the folder you choose, such as your Nextcloud, Dropbox or Syncthing folder. Changing it copies every note there and deletes nothing.</translation>
+    </message>
     <message id="settings.sync.status_off">
         <source>Off</source>
         <translation>Off</translation>

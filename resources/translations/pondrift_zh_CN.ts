@@ -749,6 +749,30 @@ Your notes stay on this computer, encrypted.</source>
         <source>Not synced yet</source>
         <translation>尚未同步</translation>
     </message>
+    <message id="settings.sync.status_no_folder">
+        <source>No folder chosen</source>
+        <translation>未选择文件夹</translation>
+    </message>
+    <message id="settings.sync.status_notes_unreadable">
+        <source>Waiting: your notes can’t be read, so nothing is synced</source>
+        <translation>等待中：无法读取便签，因此不会同步任何内容</translation>
+    </message>
+    <message id="settings.sync.status_unlisted">
+        <source>Waiting: the folder’s contents can’t be listed</source>
+        <translation>等待中：无法列出文件夹中的内容</translation>
+    </message>
+    <message id="settings.sync.choose">
+        <source>Choose…</source>
+        <translation>选择…</translation>
+    </message>
+    <message id="settings.sync.choose_title">
+        <source>Choose the Folder Your Sync App Carries</source>
+        <translation>选择由同步应用同步的文件夹</translation>
+    </message>
+    <message id="settings.sync.folder_help">
+        <source>Notes go into a Pondrift folder inside the folder you choose, such as your Nextcloud, Dropbox or Syncthing folder. Changing it copies every note there and deletes nothing.</source>
+        <translation>便签会保存在所选文件夹中的 Pondrift 文件夹里，例如 Nextcloud、Dropbox 或 Syncthing 的文件夹。更换文件夹会把所有便签复制过去，不会删除任何内容。</translation>
+    </message>
     <message id="settings.sync.status_off">
         <source>Off</source>
         <translation>已关闭</translation>

@@ -41,6 +41,20 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
     actions.insert(u"openArchive"_s, openLibrary(LibraryMode::archive));
     actions.insert(u"openRecentlyDeleted"_s, openLibrary(LibraryMode::recentlyDeleted));
     actions.insert(u"quit"_s, [quit = std::move(quit)](const QString&) { quit(); });
+    services.makeSettings({
+        // Only the decks: the model holds what it just set.
+        .refreshDecks =
+            [this] {
+                if (DeckManager* decks = this->services.deckManager())
+                    decks->refreshAll();
+            },
+        // The restart into the new language is not built yet: it shows from the next start.
+        .relaunchForLanguageChange =
+            [](AppLanguage) { Log::line(u"the new language shows from the next start"_s); },
+    });
+    if (services.offersSettingsWindow())
+        actions.insert(u"openSettings"_s,
+                       [this](const QString&) { this->services.showSettings(); });
     addSettingsCommands();
     addTransferCommands();
 }
@@ -83,8 +97,11 @@ void AppActions::addSettingsCommands()
                    toggle(&Settings::deckAlwaysShown, &Settings::setDeckAlwaysShown));
     actions.insert(u"toggleDeckEdge"_s,
                    toggle(&Settings::deckOnLeftEdge, &Settings::setDeckOnLeftEdge));
-    actions.insert(u"toggleLaunchAtLogin"_s,
-                   [](const QString&) { Settings::setLaunchAtLogin(!Settings::launchAtLogin()); });
+    actions.insert(u"toggleLaunchAtLogin"_s, [this](const QString&) {
+        Settings::setLaunchAtLogin(!Settings::launchAtLogin());
+        if (SettingsModel* settings = this->services.settingsModel())
+            settings->syncFromDefaults();
+    });
     actions.insert(u"setDeckStyle"_s, [this](const QString& raw) {
         if (const std::optional<DeckStyle> style = DeckStyles::fromRawValue(raw)) {
             Settings::setDeckStyle(*style);
@@ -253,8 +270,11 @@ void AppActions::stepFontSize(double delta)
     refreshDecks();
 }
 
+// An open settings window shows what the deck's menu changed.
 void AppActions::refreshDecks()
 {
     if (DeckManager* decks = services.deckManager())
         decks->refreshAll();
+    if (SettingsModel* settings = services.settingsModel())
+        settings->syncFromDefaults();
 }

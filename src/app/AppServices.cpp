@@ -1,6 +1,7 @@
 #include "app/AppServices.h"
 
 #include "app/HotKeys.h"
+#include "app/SettingsSurface.h"
 #include "deck/DeckManager.h"
 #include "deck/DeckWindow.h"
 #include "exchange/TransferPrompts.h"
@@ -76,6 +77,8 @@ AppServices::AppServices(Backends given, Paths data, QString home)
 // note (a deck, the floating note) before the store.
 AppServices::~AppServices()
 {
+    settingsWindow.reset();
+    settings.reset();
     keys.reset();
     toast.reset();
     notesLibrary.reset();
@@ -190,6 +193,31 @@ void AppServices::makeSync()
     sync->keepDeletedIn(trash.get());
 }
 
+void AppServices::makeSettings(SettingsModel::Hooks hooks)
+{
+    if (!settings)
+        settings = std::make_unique<SettingsModel>(*this, std::move(hooks));
+}
+
+void AppServices::showSettings()
+{
+    if (!settings || !backends.makeSettingsWindow)
+        return;
+    if (!settingsWindow)
+        settingsWindow = backends.makeSettingsWindow(*settings, keyboardLayout());
+    settings->refreshSyncStatus();
+    settingsWindow->show();
+}
+
+QString AppServices::proposedSyncRoot() const
+{
+    if (QString stored = Settings::cloudSyncRoot(); !stored.isEmpty())
+        return stored;
+    // Never the home folder itself, which no client carries anywhere.
+    const QString found = DocumentNames::discoveredRoot(home);
+    return found == home ? QString() : found;
+}
+
 QString AppServices::syncRoot()
 {
     if (QString stored = Settings::cloudSyncRoot(); !stored.isEmpty())
@@ -198,9 +226,8 @@ QString AppServices::syncRoot()
         return {};
     // Proposed once and stored: chosen again on every pass, a second client installed later,
     // or the first one's folder away for a while, would move the sync to another folder.
-    const QString found = DocumentNames::discoveredRoot(home);
-    if (found == home) {
-        // Never the home folder itself, which no client carries anywhere.
+    const QString found = proposedSyncRoot();
+    if (found.isEmpty()) {
         if (!toldNoRoot)
             Log::cloud(u"no sync folder is chosen"_s,
                        u"set cloudSyncRoot in the settings to the folder a sync client carries"_s);

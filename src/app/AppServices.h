@@ -1,6 +1,7 @@
 #pragma once
 
 #include "app/AppLifecycle.h"
+#include "app/SettingsModel.h"
 #include "notes/NoteStore.h"
 #include "notes/Paths.h"
 #include "platform/HotKeyBackend.h"
@@ -37,6 +38,7 @@ class LoginItem;
 class MassDeletePrompt;
 class Pointer;
 class Scheduler;
+class SettingsSurface;
 class SpellChecker;
 class Store;
 class TransferFlow;
@@ -111,6 +113,10 @@ public:
         // The quick capture panel, from the same parts. Absent where there is none.
         std::function<CaptureWindow*(QuickCapture& owner, const DeckWindowParts&)>
             makeCaptureWindow;
+        // The settings window over its model, made at its first opening. Absent where there
+        // is none.
+        std::function<std::unique_ptr<SettingsSurface>(SettingsModel&, KeyboardLayout&)>
+            makeSettingsWindow;
         // What export and import ask and tell. Absent: no export or import is offered.
         std::unique_ptr<TransferPrompts> transferPrompts;
         // The library's window, exporting and importing through transfers. Absent where there
@@ -189,10 +195,22 @@ public:
     // Absent until openNotes, and without transfer prompts.
     Transfers* transfers();
 
+    // The settings' model, with what its changes call. Once; later calls do nothing.
+    void makeSettings(SettingsModel::Hooks hooks);
+    // Absent until makeSettings.
+    SettingsModel* settingsModel() { return settings.get(); }
+    bool offersSettingsWindow() const { return bool(backends.makeSettingsWindow); }
+    // Makes the window at the first call; brings it forward at every call. Nothing without
+    // makeSettings or a settings window.
+    void showSettings();
+
     // The sync root the settings name. With none named and sync on, the first sync client's
     // folder found in the home folder is stored as the root and given; with none found,
     // empty, and no pass runs. So the root changes only when the setting does.
     QString syncRoot();
+    // The stored sync root, else the sync client's folder that would be stored when sync is
+    // turned on; empty when there is none. Stores nothing.
+    QString proposedSyncRoot() const;
     // Sync is on and has no folder to go to: the user must choose one.
     bool syncNeedsAFolder() const;
 
@@ -215,6 +233,8 @@ private:
     std::unique_ptr<Transfers> noTransfers;
     std::unique_ptr<Library> notesLibrary;
     std::unique_ptr<UndoToast> toast;
+    std::unique_ptr<SettingsModel> settings;
+    std::unique_ptr<SettingsSurface> settingsWindow;
     // The missing sync root is logged once, not on every pass.
     bool toldNoRoot = false;
 };

@@ -1,5 +1,6 @@
 #include "app/ui/ProductionBackends.h"
 
+#include "app/ui/SettingsWindow.h"
 #include "app/ui/UnsavedQuitDialog.h"
 #include "deck/ui/DeckPanel.h"
 #include "l10n/L10n.h"
@@ -128,6 +129,9 @@ AppServices::Backends makeProductionBackends()
     };
     backends.makeUndoToastWindow = [](UndoToast& owner, const AppServices::DeckWindowParts& parts) {
         return new UndoToastPanel(owner, UndoToastPanel::Parts{parts.hints, parts.compositor});
+    };
+    backends.makeSettingsWindow = [](SettingsModel& model, KeyboardLayout& layout) {
+        return std::make_unique<SettingsWindow>(model, layout);
     };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;
