@@ -346,6 +346,34 @@ private Q_SLOTS:
         quietPass();
     }
 
+    // A file that reached two machines was renamed by hand on one of them before its pass:
+    // each adopts it under its own name, and the client then brings each name to the other.
+    // One note, under one id, not two with one text.
+    void fileAdoptedUnderTwoNamesIsOneNote()
+    {
+        QTemporaryDir otherRoot;
+        SyncMachine other(otherRoot.path(), clock);
+        const QByteArray text = "From elsewhere\nbring cake";
+        QVERIFY(other.engine->syncNow());
+        QVERIFY(TestFiles::write(other.file(u"Renamed.md"_s), text));
+        other.folder.stamp(other.file(u"Renamed.md"_s));
+        QVERIFY(other.engine->syncNow());
+        QVERIFY(m->engine->syncNow());
+        drop(u"Dropped.md"_s, text);
+        QVERIFY(m->engine->syncNow());
+        drop(u"Renamed.md"_s, TestFiles::read(other.file(u"Renamed.md"_s)));
+        QVERIFY(passAfter(1));
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, other.notes->notes().front().id);
+
+        QVERIFY(passAfter(CloudSync::renameWait + 1));
+        for (int pass = 0; pass < 3; ++pass)
+            QVERIFY(passAfter(5));
+        QCOMPARE(m->names(), QStringList{u"Dropped.md"_s});
+        QCOMPARE(m->notes->notes().size(), 1);
+        quietPass();
+    }
+
     // The sync client puts the other machine's version in place after this pass's scan and
     // before its write, or before a push that renames the note removes the old name: neither
     // the write nor the removal may go over it, and the next pass keeps both texts.

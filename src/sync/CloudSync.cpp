@@ -64,11 +64,16 @@ Note madeSafe(Note note, const std::optional<Note>& known, const std::function<d
 constexpr QUuid adoptionSpace(0x2bdff3bd, 0x656f, 0x4d64, 0x92, 0x49, 0xc1, 0xee, 0x91, 0x8a, 0xa4,
                               0xe1);
 
-// The id a file adopted as a new note gets: a name-based UUID of the file's name and text, so
-// that machines adopting the same file at once write the same document instead of two notes.
-QUuid adoptionID(const QString& fileName, const QString& body)
+// The id a file adopted as a new note gets: a name-based UUID of what the note holds, its title
+// (the file's name when nothing else names it) and its text, so that machines adopting the
+// same file at once write the same document instead of two notes, also when one of them saw
+// the file under another name (renamed by hand before its pass): the two names are then two
+// names of one note, and settle to one. `also` tells apart a file whose note here has been
+// edited since: the same id would make the file a differing second document of that note.
+QUuid adoptionID(const Note& note, const QString& also = {})
 {
-    return QUuid::createUuidV5(adoptionSpace, canonicalText(fileName) + QChar(0) + body);
+    return QUuid::createUuidV5(adoptionSpace, canonicalText(note.title) + QChar(0) + note.body
+                                                  + (also.isEmpty() ? QString() : QChar(0) + also));
 }
 
 // A document under the name the index knows, whose header another tool damaged, cut short or
@@ -704,8 +709,28 @@ void CloudSync::adopt(const QString& fileName)
     Note note = found.value();
     // Every machine that adopts this file, and this one again after a failed write or a
     // restart, makes the same note: one id, one colour, one document.
-    const QUuid id = adoptionID(fileName, note.body);
-    note.id = id.toString(QUuid::WithoutBraces).toUpper();
+    QUuid id = adoptionID(note);
+    const auto asID = [](const QUuid& uuid) {
+        return uuid.toString(QUuid::WithoutBraces).toUpper();
+    };
+    if (const std::optional<Note> same = store.note(asID(id))) {
+        if (SyncPlan::textKey(same->body) == SyncPlan::textKey(note.body)) {
+            // Adopted here before and its document never written, or the same text under
+            // another name: a second name of that note, which the passes settle to one.
+            // Adopting it again would undo what the note has changed since.
+            if (!folder.write(NoteDocument::render(*same, foreignHeaderOf(folder, fileName)),
+                              fileName))
+                return;
+            pass->adopted.insert(fileName);
+            if (!syncIndex.entry(same->id))
+                syncIndex.record(same->id, fileName, same->modified,
+                                 folder.modificationDate(fileName).value_or(*date),
+                                 localHash(*same));
+            return;
+        }
+        id = adoptionID(note, canonicalText(fileName));
+    }
+    note.id = asID(id);
     note.created = *date;
     note.modified = *date;
     // First on the deck, as a new note would stand.
