@@ -346,6 +346,29 @@ private Q_SLOTS:
         quietPass();
     }
 
+    // Another machine renamed and edited a note that this one deleted, the removal of its old
+    // name not here yet. The new name is no note of its own: it goes with the note, its text
+    // kept in the trash, instead of bringing the note back under another id.
+    void secondNameOfANoteDeletedHereIsNotAdopted()
+    {
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        Note there = before;
+        there.title = u"Ideas"_s;
+        there.body = u"call Ana at 6"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        dropNote(u"Ideas.md"_s, there);
+        m->notes->deleteNote(before.id);
+        QVERIFY(m->engine->syncNow());
+        QVERIFY2(!plan().contains(u"adopt"_s), qPrintable(plan()));
+        QCOMPARE(m->notes->notes().size(), 0);
+        QCOMPARE(m->names(), QStringList{});
+        QCOMPARE(trashed().size(), 1);
+        QVERIFY(QString::fromUtf8(TestFiles::read(m->trash.folder() + u'/' + trashed().front()))
+                    .contains(u"call Ana at 6"_s));
+        quietPass();
+    }
+
     // A file that reached two machines was renamed by hand on one of them before its pass:
     // each adopts it under its own name, and the client then brings each name to the other.
     // One note, under one id, not two with one text.

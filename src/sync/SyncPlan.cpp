@@ -357,8 +357,13 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         // removal of its old name arrived. The newest is taken in; the other waits, as the
         // second name of a note known here does.
         const bool newHere = !e && !noteFor(it.key());
+        // A note deleted here takes every name of its id with it, as step 5 plans: a second
+        // name adopted instead would bring the note back under another id, while its other
+        // names, edited elsewhere, bring it back under its own. Text that changed elsewhere
+        // goes to the trash, not into a note.
+        const bool deletedHere = e && !note;
         for (qsizetype m : members) {
-            if (m == keeper)
+            if (m == keeper || deletedHere)
                 continue;
             if (newHere && remote[m].textKey && remote[keeper].textKey
                 && *remote[m].textKey == *remote[keeper].textKey) {

@@ -104,6 +104,8 @@ struct Action {
 //   with it until the old name is gone, and then it is the note's document. So is another
 //   document with the text of the newest one, of an id that is neither a note nor an entry
 //   here: the newest is pulled, the other waits.
+// - Every name of a note deleted here goes with it: a second name adopted instead would
+//   bring the note back under another id.
 // A document sent to adoption is not pulled as well.
 // hashOf: contentHash, or a caller's cache of it; asked only for notes that have a document.
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
