@@ -369,6 +369,48 @@ private Q_SLOTS:
         quietPass();
     }
 
+    // The client met an edit of the note here and another made elsewhere: it kept this
+    // machine's version as its own copy, and the other machine, whose note has the other
+    // text, adopted that copy as a note. Where the note here keeps the copy's text, the copy
+    // is no note of its own; where it takes the other text, the copy is the note that holds
+    // it. Either way one note holds each text.
+    void adoptedClientCopyOfTheTextThisNoteKeepsIsNoSecondNote_data()
+    {
+        QTest::addColumn<bool>("hereNewer");
+        QTest::newRow("a newer title here: the note keeps its text, the copy goes") << true;
+        QTest::newRow("the other text is newer: the copy stays a note") << false;
+    }
+    void adoptedClientCopyOfTheTextThisNoteKeepsIsNoSecondNote()
+    {
+        QFETCH(bool, hereNewer);
+        const Note a = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        m->notes->updateBody(a.id, u"call Ana at 5\nbring cake"_s);
+        QVERIFY(m->engine->syncNow());
+        clock.advance(2);
+        Note there = *m->notes->note(a.id);
+        there.body = u"call Ana at 5\nbring tea"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        dropNote(u"Plans.md"_s, there);
+        const Note adopted = NoteBuilder().body(u"call Ana at 5\nbring cake"_s).build();
+        const QString copy = u"Plans.sync-conflict-20260314-092925-BRAVO02.md"_s;
+        dropNote(copy, adopted);
+        clock.advance(2);
+        if (hereNewer)
+            m->notes->updateTitle(a.id, u"Ideas"_s);
+        else
+            m->notes->togglePin(a.id);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->note(a.id)->body,
+                 hereNewer ? u"call Ana at 5\nbring cake"_s : u"call Ana at 5\nbring tea"_s);
+        QCOMPARE(m->notes->notes().size(), hereNewer ? 1 : 2);
+        QCOMPARE(m->names().contains(copy), !hereNewer);
+        QCOMPARE(m->names().size(), hereNewer ? 1 : 2);
+        QVERIFY2(conflictCopies(*m).contains(u"bring tea"_s) == hereNewer,
+                 qPrintable(conflictCopies(*m)));
+        quietPass();
+    }
+
     // A file that reached two machines was renamed by hand on one of them before its pass:
     // each adopts it under its own name, and the client then brings each name to the other.
     // One note, under one id, not two with one text.
