@@ -272,6 +272,54 @@ private Q_SLOTS:
         QCOMPARE(plan(), QString());
     }
 
+    // While the note's two names wait to be settled, one side's name gets a new colour: made
+    // here on the name the note then leaves, or made elsewhere on the name that then goes.
+    // The colour stays with the note under the name it keeps, with the other name's text.
+    void colourMadeWhileTwoNamesWaitOutlivesTheSettling_data()
+    {
+        QTest::addColumn<QString>("renamed");
+        QTest::addColumn<bool>("here");
+        QTest::newRow("made here, and the note moves to the other name") << u"Ideas.md"_s << true;
+        QTest::newRow("made on the other name, which goes") << u"Renamed.md"_s << false;
+    }
+    void colourMadeWhileTwoNamesWaitOutlivesTheSettling()
+    {
+        QFETCH(QString, renamed);
+        QFETCH(bool, here);
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        Note there = before;
+        there.title = QFileInfo(renamed).completeBaseName();
+        there.body = u"call Ana at 6"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        Note other = *m->notes->note(before.id);
+        other.body = u"call Ana at 5\nbring cake"_s;
+        dropNote(here ? renamed : u"Plans.md"_s, here ? there : other);
+        QVERIFY(m->engine->syncNow());
+        if (!here) {
+            dropNote(renamed, there);
+            QVERIFY(passAfter(1));
+        }
+        const qint64 colour = (before.color + 3) % 5;
+        QVERIFY(passAfter(20));
+        if (here) {
+            m->notes->setColor(before.id, colour);
+        } else {
+            Note coloured = NoteDocument::parse(doc(renamed), {}).note;
+            coloured.color = colour;
+            dropNote(renamed, coloured);
+        }
+        QVERIFY(passAfter(5));
+        QVERIFY(passAfter(CloudSync::renameWait));
+        for (int pass = 0; pass < 3; ++pass)
+            QVERIFY(passAfter(5));
+        QCOMPARE(m->names().size(), 1);
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->note(before.id)->color, colour);
+        QCOMPARE(NoteDocument::parse(doc(m->names().front()), {}).note.color, colour);
+        quietPass();
+    }
+
     // The note's document went from under the name known here to a new one, while an older
     // copy of it under a third name (renamed by hand here, the rename's removal lost to an
     // edit elsewhere) is still around. That copy is a second name of the note, not a note of

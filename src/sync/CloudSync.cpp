@@ -118,6 +118,15 @@ QStringList foreignHeaderOf(SyncFolderGateway& folder, const std::optional<QStri
     return text ? NoteDocument::parse(*text, *name).foreignHeader : QStringList();
 }
 
+// The note a document holds now, read afresh.
+std::optional<Note> noteIn(SyncFolderGateway& folder, const QString& name)
+{
+    const auto text = folder.read(name);
+    if (!text)
+        return std::nullopt;
+    return NoteDocument::parse(*text, withoutExtension(name)).note;
+}
+
 } // namespace
 
 CloudSync::CloudSync(SyncFolderGateway& folder, NoteStoring& store, Scheduler& scheduler,
@@ -390,6 +399,7 @@ QList<Action> CloudSync::hold(const QList<Action>& planned)
             pass->twins.append(it.key());
     }
     renamesWaiting.removeIf([&](const auto& it) { return !waiting.contains(it.key()); });
+    twinStarts.removeIf([&](const auto& it) { return !waiting.contains(it.key()); });
     return kept;
 }
 
@@ -410,10 +420,12 @@ CloudSync::SecondDocument CloudSync::secondDocument(const QString& fileName, Dat
     if (!ownThere && !hasAnotherDocument(read->id, fileName))
         return SecondDocument::No;
     const Date since = renamesWaiting.value(fileName, now);
-    if (!renamesWaiting.contains(fileName))
+    if (!renamesWaiting.contains(fileName)) {
         Log::cloud(u"waiting with "_s + fileName,
                    u"it names the note of "_s + entry->fileName
                        + u", which another machine may have renamed"_s);
+        twinStarts.insert(fileName, {read.value(), noteIn(folder, entry->fileName)});
+    }
     renamesWaiting.insert(fileName, since);
     return ownThere && now.seconds - since.seconds >= renameWait ? SecondDocument::Settle
                                                                  : SecondDocument::Waiting;
@@ -461,12 +473,7 @@ void CloudSync::settleTwin(const QString& fileName)
     const bool keepIndexed = SyncPlan::textLess(known.fileName, fileName);
     const QString keeper = keepIndexed ? known.fileName : fileName;
     const QString loser = keepIndexed ? fileName : known.fileName;
-    const auto textOf = [&](const QString& name) -> std::optional<Note> {
-        const auto text = folder.read(name);
-        if (!text)
-            return std::nullopt;
-        return NoteDocument::parse(*text, withoutExtension(name)).note;
-    };
+    const auto textOf = [&](const QString& name) { return noteIn(folder, name); };
     const std::optional<Note> lost = textOf(loser);
     const std::optional<Note> kept = textOf(keeper);
     if (!lost || !kept)
@@ -503,6 +510,36 @@ void CloudSync::settleTwin(const QString& fileName)
         Log::cloud(u"not removing "_s + loser,
                    keeper + u" changed since this pass looked; the next pass decides again"_s);
         return;
+    }
+    // A value the going name changed while both names stood, a colour say, would go with it:
+    // it is carried into the kept document, which the note takes next. The kept document's
+    // own changes stand over it.
+    const auto start = twinStarts.constFind(fileName);
+    if (start != twinStarts.cend()) {
+        const std::optional<Note>& base = keepIndexed ? start->second : start->indexed;
+        const std::optional<Note>& keptBase = keepIndexed ? start->indexed : start->second;
+        if (base) {
+            Note merged = *keptNow;
+            bool carried = false;
+            const auto carry = [&](auto member) {
+                const bool keptChanged = keptBase && (*keptNow).*member != (*keptBase).*member;
+                if ((*lost).*member != (*base).*member && !keptChanged
+                    && merged.*member != (*lost).*member) {
+                    merged.*member = (*lost).*member;
+                    carried = true;
+                }
+            };
+            carry(&Note::title);
+            carry(&Note::color);
+            carry(&Note::archived);
+            carry(&Note::pinned);
+            carry(&Note::textDirection);
+            carry(&Note::order);
+            if (carried
+                && !folder.write(NoteDocument::render(merged, foreignHeaderOf(folder, keeper)),
+                                 keeper))
+                return;
+        }
     }
     if (!keepIndexed) {
         // The note's document is the other name now, as last synced: the next pass compares
