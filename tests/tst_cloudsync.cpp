@@ -272,6 +272,54 @@ private Q_SLOTS:
         QCOMPARE(plan(), QString());
     }
 
+    // While the note's two names wait to be settled, one side's name gets a new colour: made
+    // here on the name the note then leaves, or made elsewhere on the name that then goes.
+    // The colour stays with the note under the name it keeps, with the other name's text.
+    void colourMadeWhileTwoNamesWaitOutlivesTheSettling_data()
+    {
+        QTest::addColumn<QString>("renamed");
+        QTest::addColumn<bool>("here");
+        QTest::newRow("made here, and the note moves to the other name") << u"Ideas.md"_s << true;
+        QTest::newRow("made on the other name, which goes") << u"Renamed.md"_s << false;
+    }
+    void colourMadeWhileTwoNamesWaitOutlivesTheSettling()
+    {
+        QFETCH(QString, renamed);
+        QFETCH(bool, here);
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        Note there = before;
+        there.title = QFileInfo(renamed).completeBaseName();
+        there.body = u"call Ana at 6"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        Note other = *m->notes->note(before.id);
+        other.body = u"call Ana at 5\nbring cake"_s;
+        dropNote(here ? renamed : u"Plans.md"_s, here ? there : other);
+        QVERIFY(m->engine->syncNow());
+        if (!here) {
+            dropNote(renamed, there);
+            QVERIFY(passAfter(1));
+        }
+        const qint64 colour = (before.color + 3) % 5;
+        QVERIFY(passAfter(20));
+        if (here) {
+            m->notes->setColor(before.id, colour);
+        } else {
+            Note coloured = NoteDocument::parse(doc(renamed), {}).note;
+            coloured.color = colour;
+            dropNote(renamed, coloured);
+        }
+        QVERIFY(passAfter(5));
+        QVERIFY(passAfter(CloudSync::renameWait));
+        for (int pass = 0; pass < 3; ++pass)
+            QVERIFY(passAfter(5));
+        QCOMPARE(m->names().size(), 1);
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->note(before.id)->color, colour);
+        QCOMPARE(NoteDocument::parse(doc(m->names().front()), {}).note.color, colour);
+        quietPass();
+    }
+
     // The note's document went from under the name known here to a new one, while an older
     // copy of it under a third name (renamed by hand here, the rename's removal lost to an
     // edit elsewhere) is still around. That copy is a second name of the note, not a note of
@@ -343,6 +391,99 @@ private Q_SLOTS:
         const QString everywhere = m->notes->note(before.id)->body + u'\n' + conflictCopies(*m);
         QVERIFY2(everywhere.contains(u"call Ana at 5"_s), qPrintable(everywhere));
         QVERIFY2(everywhere.contains(u"call Ana at 4"_s), qPrintable(everywhere));
+        quietPass();
+    }
+
+    // Another machine renamed and edited a note that this one deleted, the removal of its old
+    // name not here yet. The new name is no note of its own: it goes with the note, its text
+    // kept in the trash, instead of bringing the note back under another id.
+    void secondNameOfANoteDeletedHereIsNotAdopted()
+    {
+        const Note before = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        Note there = before;
+        there.title = u"Ideas"_s;
+        there.body = u"call Ana at 6"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        dropNote(u"Ideas.md"_s, there);
+        m->notes->deleteNote(before.id);
+        QVERIFY(m->engine->syncNow());
+        QVERIFY2(!plan().contains(u"adopt"_s), qPrintable(plan()));
+        QCOMPARE(m->notes->notes().size(), 0);
+        QCOMPARE(m->names(), QStringList{});
+        QCOMPARE(trashed().size(), 1);
+        QVERIFY(QString::fromUtf8(TestFiles::read(m->trash.folder() + u'/' + trashed().front()))
+                    .contains(u"call Ana at 6"_s));
+        quietPass();
+    }
+
+    // The client met an edit of the note here and another made elsewhere: it kept this
+    // machine's version as its own copy, and the other machine, whose note has the other
+    // text, adopted that copy as a note. Where the note here keeps the copy's text, the copy
+    // is no note of its own; where it takes the other text, the copy is the note that holds
+    // it. Either way one note holds each text.
+    void adoptedClientCopyOfTheTextThisNoteKeepsIsNoSecondNote_data()
+    {
+        QTest::addColumn<bool>("hereNewer");
+        QTest::newRow("a newer title here: the note keeps its text, the copy goes") << true;
+        QTest::newRow("the other text is newer: the copy stays a note") << false;
+    }
+    void adoptedClientCopyOfTheTextThisNoteKeepsIsNoSecondNote()
+    {
+        QFETCH(bool, hereNewer);
+        const Note a = synced(u"call Ana at 5"_s, u"Plans"_s);
+        clock.advance(2);
+        m->notes->updateBody(a.id, u"call Ana at 5\nbring cake"_s);
+        QVERIFY(m->engine->syncNow());
+        clock.advance(2);
+        Note there = *m->notes->note(a.id);
+        there.body = u"call Ana at 5\nbring tea"_s;
+        there.modified = Date{std::floor(clock.now().seconds)};
+        dropNote(u"Plans.md"_s, there);
+        const Note adopted = NoteBuilder().body(u"call Ana at 5\nbring cake"_s).build();
+        const QString copy = u"Plans.sync-conflict-20260314-092925-BRAVO02.md"_s;
+        dropNote(copy, adopted);
+        clock.advance(2);
+        if (hereNewer)
+            m->notes->updateTitle(a.id, u"Ideas"_s);
+        else
+            m->notes->togglePin(a.id);
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(m->notes->note(a.id)->body,
+                 hereNewer ? u"call Ana at 5\nbring cake"_s : u"call Ana at 5\nbring tea"_s);
+        QCOMPARE(m->notes->notes().size(), hereNewer ? 1 : 2);
+        QCOMPARE(m->names().contains(copy), !hereNewer);
+        QCOMPARE(m->names().size(), hereNewer ? 1 : 2);
+        QVERIFY2(conflictCopies(*m).contains(u"bring tea"_s) == hereNewer,
+                 qPrintable(conflictCopies(*m)));
+        quietPass();
+    }
+
+    // A file that reached two machines was renamed by hand on one of them before its pass:
+    // each adopts it under its own name, and the client then brings each name to the other.
+    // One note, under one id, not two with one text.
+    void fileAdoptedUnderTwoNamesIsOneNote()
+    {
+        QTemporaryDir otherRoot;
+        SyncMachine other(otherRoot.path(), clock);
+        const QByteArray text = "From elsewhere\nbring cake";
+        QVERIFY(other.engine->syncNow());
+        QVERIFY(TestFiles::write(other.file(u"Renamed.md"_s), text));
+        other.folder.stamp(other.file(u"Renamed.md"_s));
+        QVERIFY(other.engine->syncNow());
+        QVERIFY(m->engine->syncNow());
+        drop(u"Dropped.md"_s, text);
+        QVERIFY(m->engine->syncNow());
+        drop(u"Renamed.md"_s, TestFiles::read(other.file(u"Renamed.md"_s)));
+        QVERIFY(passAfter(1));
+        QCOMPARE(m->notes->notes().size(), 1);
+        QCOMPARE(m->notes->notes().front().id, other.notes->notes().front().id);
+
+        QVERIFY(passAfter(CloudSync::renameWait + 1));
+        for (int pass = 0; pass < 3; ++pass)
+            QVERIFY(passAfter(5));
+        QCOMPARE(m->names(), QStringList{u"Dropped.md"_s});
+        QCOMPARE(m->notes->notes().size(), 1);
         quietPass();
     }
 

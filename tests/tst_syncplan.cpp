@@ -154,10 +154,10 @@ private Q_SLOTS:
         QTest::newRow("a note new here under two names with one text is taken in once") << plan(
             {}, {file(u"old.md"_s, a, 5, 6, u"text"_s), file(u"new.md"_s, a, 8, 9, u"text"_s)}, {},
             {}) << u"pull(new.md)"_s;
-        QTest::newRow("a copy of an id deleted here is adopted, and only the kept file goes")
+        QTest::newRow("a second name of an id deleted here goes with it, not into a new note")
             << plan({}, {file(u"a.md"_s, a, 5, 6), file(u"b.md"_s, a, 5, 9, u"other"_s)}, {},
                     synced)
-            << u"adopt(b.md); deleteRemote(a.md)"_s;
+            << u"deleteRemote(a.md); deleteRemote(b.md)"_s;
 
         // A rename elsewhere arrives as a new document before the old one's removal.
         const Note atFive = aNote().id(a).body(u"text"_s).modified(t0 + 5);

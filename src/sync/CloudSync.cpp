@@ -64,11 +64,16 @@ Note madeSafe(Note note, const std::optional<Note>& known, const std::function<d
 constexpr QUuid adoptionSpace(0x2bdff3bd, 0x656f, 0x4d64, 0x92, 0x49, 0xc1, 0xee, 0x91, 0x8a, 0xa4,
                               0xe1);
 
-// The id a file adopted as a new note gets: a name-based UUID of the file's name and text, so
-// that machines adopting the same file at once write the same document instead of two notes.
-QUuid adoptionID(const QString& fileName, const QString& body)
+// The id a file adopted as a new note gets: a name-based UUID of what the note holds, its title
+// (the file's name when nothing else names it) and its text, so that machines adopting the
+// same file at once write the same document instead of two notes, also when one of them saw
+// the file under another name (renamed by hand before its pass): the two names are then two
+// names of one note, and settle to one. `also` tells apart a file whose note here has been
+// edited since: the same id would make the file a differing second document of that note.
+QUuid adoptionID(const Note& note, const QString& also = {})
 {
-    return QUuid::createUuidV5(adoptionSpace, canonicalText(fileName) + QChar(0) + body);
+    return QUuid::createUuidV5(adoptionSpace, canonicalText(note.title) + QChar(0) + note.body
+                                                  + (also.isEmpty() ? QString() : QChar(0) + also));
 }
 
 // A document under the name the index knows, whose header another tool damaged, cut short or
@@ -111,6 +116,15 @@ QStringList foreignHeaderOf(SyncFolderGateway& folder, const std::optional<QStri
         return {};
     const auto text = folder.read(*name);
     return text ? NoteDocument::parse(*text, *name).foreignHeader : QStringList();
+}
+
+// The note a document holds now, read afresh.
+std::optional<Note> noteIn(SyncFolderGateway& folder, const QString& name)
+{
+    const auto text = folder.read(name);
+    if (!text)
+        return std::nullopt;
+    return NoteDocument::parse(*text, withoutExtension(name)).note;
 }
 
 } // namespace
@@ -385,6 +399,7 @@ QList<Action> CloudSync::hold(const QList<Action>& planned)
             pass->twins.append(it.key());
     }
     renamesWaiting.removeIf([&](const auto& it) { return !waiting.contains(it.key()); });
+    twinStarts.removeIf([&](const auto& it) { return !waiting.contains(it.key()); });
     return kept;
 }
 
@@ -405,10 +420,12 @@ CloudSync::SecondDocument CloudSync::secondDocument(const QString& fileName, Dat
     if (!ownThere && !hasAnotherDocument(read->id, fileName))
         return SecondDocument::No;
     const Date since = renamesWaiting.value(fileName, now);
-    if (!renamesWaiting.contains(fileName))
+    if (!renamesWaiting.contains(fileName)) {
         Log::cloud(u"waiting with "_s + fileName,
                    u"it names the note of "_s + entry->fileName
                        + u", which another machine may have renamed"_s);
+        twinStarts.insert(fileName, {read.value(), noteIn(folder, entry->fileName)});
+    }
     renamesWaiting.insert(fileName, since);
     return ownThere && now.seconds - since.seconds >= renameWait ? SecondDocument::Settle
                                                                  : SecondDocument::Waiting;
@@ -456,12 +473,7 @@ void CloudSync::settleTwin(const QString& fileName)
     const bool keepIndexed = SyncPlan::textLess(known.fileName, fileName);
     const QString keeper = keepIndexed ? known.fileName : fileName;
     const QString loser = keepIndexed ? fileName : known.fileName;
-    const auto textOf = [&](const QString& name) -> std::optional<Note> {
-        const auto text = folder.read(name);
-        if (!text)
-            return std::nullopt;
-        return NoteDocument::parse(*text, withoutExtension(name)).note;
-    };
+    const auto textOf = [&](const QString& name) { return noteIn(folder, name); };
     const std::optional<Note> lost = textOf(loser);
     const std::optional<Note> kept = textOf(keeper);
     if (!lost || !kept)
@@ -498,6 +510,36 @@ void CloudSync::settleTwin(const QString& fileName)
         Log::cloud(u"not removing "_s + loser,
                    keeper + u" changed since this pass looked; the next pass decides again"_s);
         return;
+    }
+    // A value the going name changed while both names stood, a colour say, would go with it:
+    // it is carried into the kept document, which the note takes next. The kept document's
+    // own changes stand over it.
+    const auto start = twinStarts.constFind(fileName);
+    if (start != twinStarts.cend()) {
+        const std::optional<Note>& base = keepIndexed ? start->second : start->indexed;
+        const std::optional<Note>& keptBase = keepIndexed ? start->indexed : start->second;
+        if (base) {
+            Note merged = *keptNow;
+            bool carried = false;
+            const auto carry = [&](auto member) {
+                const bool keptChanged = keptBase && (*keptNow).*member != (*keptBase).*member;
+                if ((*lost).*member != (*base).*member && !keptChanged
+                    && merged.*member != (*lost).*member) {
+                    merged.*member = (*lost).*member;
+                    carried = true;
+                }
+            };
+            carry(&Note::title);
+            carry(&Note::color);
+            carry(&Note::archived);
+            carry(&Note::pinned);
+            carry(&Note::textDirection);
+            carry(&Note::order);
+            if (carried
+                && !folder.write(NoteDocument::render(merged, foreignHeaderOf(folder, keeper)),
+                                 keeper))
+                return;
+        }
     }
     if (!keepIndexed) {
         // The note's document is the other name now, as last synced: the next pass compares
@@ -704,8 +746,28 @@ void CloudSync::adopt(const QString& fileName)
     Note note = found.value();
     // Every machine that adopts this file, and this one again after a failed write or a
     // restart, makes the same note: one id, one colour, one document.
-    const QUuid id = adoptionID(fileName, note.body);
-    note.id = id.toString(QUuid::WithoutBraces).toUpper();
+    QUuid id = adoptionID(note);
+    const auto asID = [](const QUuid& uuid) {
+        return uuid.toString(QUuid::WithoutBraces).toUpper();
+    };
+    if (const std::optional<Note> same = store.note(asID(id))) {
+        if (SyncPlan::textKey(same->body) == SyncPlan::textKey(note.body)) {
+            // Adopted here before and its document never written, or the same text under
+            // another name: a second name of that note, which the passes settle to one.
+            // Adopting it again would undo what the note has changed since.
+            if (!folder.write(NoteDocument::render(*same, foreignHeaderOf(folder, fileName)),
+                              fileName))
+                return;
+            pass->adopted.insert(fileName);
+            if (!syncIndex.entry(same->id))
+                syncIndex.record(same->id, fileName, same->modified,
+                                 folder.modificationDate(fileName).value_or(*date),
+                                 localHash(*same));
+            return;
+        }
+        id = adoptionID(note, canonicalText(fileName));
+    }
+    note.id = asID(id);
     note.created = *date;
     note.modified = *date;
     // First on the deck, as a new note would stand.

@@ -42,7 +42,8 @@ class NoteStoring;
 //   note keeps its id when the old name goes. When the old name is still there after that,
 //   both names stay for good (one machine renamed while another edited the old name in
 //   place, and the client brought the edit back): every machine keeps the name that sorts
-//   first as the note's document, keeps the other's differing text as a conflict copy and
+//   first as the note's document, keeps the other's differing text as a conflict copy,
+//   carries over a value (a colour, a pin) the other name changed while both stood, and
 //   removes the other name, so that all of them end with one document and one note.
 class CloudSync final : public QObject {
     Q_OBJECT
@@ -206,4 +207,11 @@ private:
     // Second documents of synced notes' ids waiting for their note's old name to go, with
     // the moment each was first held back.
     QHash<QString, Date> renamesWaiting;
+    // What the two names of a note held when the second began to wait, by the second name:
+    // a value either side changed on its name meanwhile is carried over when that name goes.
+    struct TwinStart {
+        std::optional<Note> second;
+        std::optional<Note> indexed;
+    };
+    QHash<QString, TwinStart> twinStarts;
 };

@@ -244,6 +244,14 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         return found == noteIndex->cend() ? nullptr : &notes[found.value()];
     };
 
+    // Index entries by canonical id, since a document may spell an id in another form.
+    const auto entryFor = [&index](const QString& id) -> const CloudSyncIndex::Entry* {
+        if (const auto* e = index.entry(id))
+            return e;
+        const QString c = canonical(id);
+        return c == id ? nullptr : index.entry(c);
+    };
+
     // Documents that take part in no group, and what becomes of them.
     QSet<qsizetype> setAside;
     QStringList discards;
@@ -251,6 +259,9 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
     // Copies whose text only the note here holds, by the note's canonical id: they add
     // nothing unless this pass pulls the original's other text over the note.
     QHash<QString, QStringList> copiesOfNote;
+    // Copies another machine adopted already, of the text the note here holds, by the note's
+    // canonical id: as copiesOfNote, but pulled as the notes they are when the note's text goes.
+    QHash<QString, QList<qsizetype>> adoptedCopiesOfNote;
 
     // Clients' conflict copies. Only a copy read in this pass can be one that is new here;
     // the rest have been decided before.
@@ -281,8 +292,19 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         const bool sameIdentity =
             copy.noteID.has_value() == from.noteID.has_value()
             && (!copy.noteID || canonical(*copy.noteID) == canonical(*from.noteID));
-        if (!sameIdentity)
-            continue; // adopted before: a note of its own now
+        if (!sameIdentity) {
+            // Adopted before: a note of its own now, unless it is new here and holds the text
+            // the note here keeps. The other machine adopted it because its note had other
+            // text; here the note keeps this text, and taking the copy in as well would hold
+            // it twice.
+            const Note* note = from.noteID ? noteFor(*from.noteID) : nullptr;
+            if (copy.noteID && note && textKey(note->body) == *copy.textKey
+                && !entryFor(*copy.noteID) && !noteFor(*copy.noteID)) {
+                setAside.insert(i);
+                adoptedCopiesOfNote[canonical(note->id)].append(i);
+            }
+            continue;
+        }
         const Note* note = from.noteID ? noteFor(*from.noteID) : nullptr;
         setAside.insert(i);
         if (from.textKey && *from.textKey == *copy.textKey)
@@ -314,14 +336,6 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         else
             moreOf[id].append(i);
     }
-
-    // Index entries by canonical id, since a document may spell an id in another form.
-    const auto entryFor = [&index](const QString& id) -> const CloudSyncIndex::Entry* {
-        if (const auto* e = index.entry(id))
-            return e;
-        const QString c = canonical(id);
-        return c == id ? nullptr : index.entry(c);
-    };
 
     // Step 2: one winner per id; the file the index tracks keeps its place.
     QHash<QString, qsizetype>& winners = firstOf;
@@ -357,8 +371,13 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         // removal of its old name arrived. The newest is taken in; the other waits, as the
         // second name of a note known here does.
         const bool newHere = !e && !noteFor(it.key());
+        // A note deleted here takes every name of its id with it, as step 5 plans: a second
+        // name adopted instead would bring the note back under another id, while its other
+        // names, edited elsewhere, bring it back under its own. Text that changed elsewhere
+        // goes to the trash, not into a note.
+        const bool deletedHere = e && !note;
         for (qsizetype m : members) {
-            if (m == keeper)
+            if (m == keeper || deletedHere)
                 continue;
             if (newHere && remote[m].textKey && remote[keeper].textKey
                 && *remote[m].textKey == *remote[keeper].textKey) {
@@ -431,11 +450,22 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
             if (!localChanged && !remoteChanged && r.contentHash)
                 localChanged = remoteChanged = true;
         }
+        // The note takes the document's text: copies adopted elsewhere of the text it had
+        // are the notes that hold it now, on every machine.
+        const auto textGoes = [&] {
+            if (r.textKey && *r.textKey != textKey(note.body)) {
+                for (qsizetype i : adoptedCopiesOfNote.take(id))
+                    setAside.remove(i);
+            }
+        };
         if (localChanged && remoteChanged) {
-            if (sameContent)
+            if (sameContent) {
                 perNote.append(Action::reindex(note.id, r.fileName));
-            else
+            } else {
                 perNote.append(Action::conflict(note.id, r.fileName, localWins));
+                if (!localWins)
+                    textGoes();
+            }
         } else if (localChanged) {
             perNote.append(Action::push(note.id, r.fileName));
         } else if (remoteChanged) {
@@ -445,6 +475,7 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
             if (const auto copies = copiesOfNote.constFind(id); copies != copiesOfNote.cend())
                 orphans.append(copies.value());
             copiesOfNote.remove(id);
+            textGoes();
         } else if (stampMoved && r.contentHash) {
             // Touched, not changed: remember the new date so that the file is not read again.
             perNote.append(Action::reindex(note.id, r.fileName));
@@ -457,6 +488,10 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
         result.append(Action::adopt(name));
     for (const auto& copies : std::as_const(copiesOfNote))
         discards.append(copies);
+    for (const auto& copies : std::as_const(adoptedCopiesOfNote)) {
+        for (qsizetype i : copies)
+            discards.append(remote[i].fileName);
+    }
     for (const QString& name : sortedNames(discards))
         result.append(Action::discard(name));
     result.append(perNote);

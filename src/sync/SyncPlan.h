@@ -98,12 +98,16 @@ struct Action {
 //   original's id, or no id like its original, never competes for that id: it is discarded
 //   when its text is the original's, or the note's while the note keeps it, and adopted
 //   otherwise. A note that this pass overwrites by pulling the original loses that text, and
-//   the copy may be the only place left that holds it.
+//   the copy may be the only place left that holds it. A copy another machine adopted
+//   already, new here and holding the text the note here keeps, is discarded as well, unless
+//   this pass gives the note the original's other text: then it is the note that holds it.
 // - Another document of an indexed note's id whose text is the note's or the indexed file's is
 //   that note renamed elsewhere, the removal of its old name not here yet: nothing is done
 //   with it until the old name is gone, and then it is the note's document. So is another
 //   document with the text of the newest one, of an id that is neither a note nor an entry
 //   here: the newest is pulled, the other waits.
+// - Every name of a note deleted here goes with it: a second name adopted instead would
+//   bring the note back under another id.
 // A document sent to adoption is not pulled as well.
 // hashOf: contentHash, or a caller's cache of it; asked only for notes that have a document.
 QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
