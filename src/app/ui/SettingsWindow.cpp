@@ -29,7 +29,7 @@ namespace {
 
 QString text(const QString& key) { return L10n::text(key); }
 
-constexpr int labelWidth = 210;
+constexpr int labelWidth = 170;
 
 QLabel* smallText(const QString& text, double size = 11)
 {
@@ -181,7 +181,7 @@ SettingsWindow::SettingsWindow(SettingsModel& model, const KeyboardLayout& layou
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 6, 0, 0);
     outer->addWidget(tabs);
-    resize(600, 500);
+    resize(620, 640);
     connect(&model, &SettingsModel::changed, this, &SettingsWindow::refresh);
     refresh();
 }
