@@ -101,6 +101,24 @@ private Q_SLOTS:
         QCOMPARE(titles, found);
     }
 
+    // A search kept open while notes are edited finds them by their new text and title, not
+    // by what they held when it started.
+    void aSearchFollowsEditsMadeWhileItRuns()
+    {
+        Rig r;
+        const QString plan = r.add(u"Plan\nthe needle"_s);
+        const QString list = r.add(u"List\nmilk"_s);
+        r.library.setQuery(u"needle"_s);
+        QCOMPARE(r.listed(), QStringList{plan});
+        r.notes.updateBody(plan, u"Plan\nthe thread"_s);
+        r.notes.updateBody(list, u"List\nmilk and a needle"_s);
+        QCOMPARE(r.listed(), QStringList{list});
+        r.library.setQuery(u"errands"_s);
+        QCOMPARE(r.listed(), QStringList{});
+        r.notes.updateTitle(plan, u"Errands"_s);
+        QCOMPARE(r.listed(), QStringList{plan});
+    }
+
     // Archiving and restoring move a note between the modes at once, and the selection stays
     // whatever the mode and the query.
     void modes()

@@ -44,6 +44,9 @@ void Library::setQuery(const QString& query)
     if (query == search)
         return;
     search = query;
+    // Without a search the lowered texts are only memory.
+    if (normalized(search).isEmpty())
+        searchable.clear();
     Q_EMIT queryChanged();
 }
 
@@ -91,10 +94,29 @@ QList<Note> Library::filtered() const
         return source;
     QList<Note> result;
     for (const Note& note : source) {
-        if (matchesNormalized(note, q))
+        const Lowered& text = lowered(note);
+        if (text.title.contains(q) || text.body.contains(q))
             result.append(note);
     }
     return result;
+}
+
+// Lowering ten megabytes of notes on every keystroke costs more than a frame, so each note's
+// lowered texts are kept while a search goes on, and made again only for a note whose text
+// changed. The originals are kept beside them as shared copies, which cost nothing.
+const Library::Lowered& Library::lowered(const Note& note) const
+{
+    Lowered& entry = searchable[note.id];
+    const auto same = [](const QString& a, const QString& b) {
+        return a.size() == b.size() && (a.constData() == b.constData() || a == b);
+    };
+    if (!same(entry.sourceBody, note.body) || entry.sourceTitle != note.title) {
+        entry.sourceBody = note.body;
+        entry.sourceTitle = note.title;
+        entry.title = NoteText::displayTitle(note).toLower();
+        entry.body = note.body.toLower();
+    }
+    return entry;
 }
 
 // "Title (deleted 2026-01-02-030405).md" names its note "Title".

@@ -3,6 +3,7 @@
 #include "notes/Note.h"
 #include "platform/Date.h"
 
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QString>
@@ -106,7 +107,17 @@ private:
     const QString trashFolder;
     ViewFactory makeView;
     LibraryView* window = nullptr;
+    // A note's texts as a search reads them, and what they were made from.
+    struct Lowered {
+        QString sourceTitle;
+        QString sourceBody;
+        QString title;
+        QString body;
+    };
+    const Lowered& lowered(const Note& note) const;
+
     LibraryMode current = LibraryMode::all;
     QString search;
+    mutable QHash<QString, Lowered> searchable;
     std::optional<QString> selected;
 };
