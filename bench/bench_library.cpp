@@ -90,9 +90,8 @@ struct Shelf {
         }
         notes.ingest(batch);
         library = std::make_unique<Library>(notes, files, paths.trash(), [this](Library& owner) {
-            return new LibraryWindow(owner,
-                                     LibraryWindow::Parts{notes, scheduler, desktop, images,
-                                                          transfers, nullptr});
+            return new LibraryWindow(
+                owner, LibraryWindow::Parts{notes, scheduler, desktop, images, transfers, nullptr});
         });
     }
 };

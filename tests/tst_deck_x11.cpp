@@ -568,7 +568,8 @@ private Q_SLOTS:
     }
 
     // A combination another program holds is reported by number and stays dead; the other
-    // keys still work.
+    // keys still work: a new note, and the library, an ordinary window in the taskbar's list
+    // until it is closed.
     void aKeyHeldElsewhereIsReportedAndTheOthersStillWork()
     {
         DeckOnScreen desk;
@@ -599,6 +600,19 @@ private Q_SLOTS:
         desk.xdotool({u"key"_s, u"ctrl+alt+l"_s});
         QVERIFY(QTest::qWaitFor([&] { return desk.focus() != other; }, patience));
         QCOMPARE(desk.windows(), before + 1);
+
+        // The library is an ordinary window: in the taskbar's list while open, gone from it
+        // when closed, and the deck stays.
+        const xcb_window_t library = desk.focus();
+        const auto listed = [&] {
+            return desk.property(desk.root(), "_NET_CLIENT_LIST").contains(library);
+        };
+        QVERIFY(listed());
+        QVERIFY(!desk.property(library, "_NET_WM_STATE")
+                     .contains(desk.atom("_NET_WM_STATE_SKIP_TASKBAR")));
+        desk.xdotool({u"key"_s, u"alt+F4"_s});
+        QVERIFY(QTest::qWaitFor([&] { return !listed(); }, patience));
+        QVERIFY(desk.viewable(desk.deckWindow()));
     }
 };
 
