@@ -26,6 +26,7 @@
 #   library-search  the library searching for a word that two notes hold
 #   library-archive the archive (Ctrl+2), its first note selected
 #   library-deleted recently deleted (Ctrl+3): a note the sync deleted, waiting in the trash
+#   library-empty   a search that no note matches: the empty list's text
 #   undo          a note deleted from the library with the Delete key: the undo toast
 #   settings-shortcuts, settings-deck, settings-notes, settings-sync, settings-updates
 #                 the settings window opened by pondrift://settings, on each of its tabs (sync
@@ -136,6 +137,7 @@ act() {
           xdotool key Down
           ;;
         library-archive) xdotool key ctrl+2 Down ;;
+        library-empty) xdotool type --delay 40 "zebra" ;;
         library-deleted) xdotool key ctrl+3 ;;
         undo)
           xdotool key Down
@@ -283,7 +285,7 @@ shoot() {
 }
 
 failed=0
-for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture library library-search library-archive library-deleted undo settings-shortcuts settings-deck settings-notes settings-sync settings-updates}; do
+for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture library library-search library-archive library-deleted library-empty undo settings-shortcuts settings-deck settings-notes settings-sync settings-updates}; do
   for language in ${PONDRIFT_LANGUAGES:-en zh-Hans}; do
     for scale in 1 2; do
       for compositor in ${PONDRIFT_COMPOSITORS:-picom none}; do
