@@ -15,6 +15,7 @@
 #include <QStandardPaths>
 #include <QTest>
 
+#include <algorithm>
 #include <cmath>
 
 using namespace Qt::Literals::StringLiterals;
@@ -823,6 +824,80 @@ private Q_SLOTS:
         else
             QCOMPARE(TestFiles::snapshot(m->folder.path()), before);
         QCOMPARE(TestFiles::read(target), theirs);
+    }
+
+    // A folder other programs and sync clients filled before sync is turned on: after the
+    // first sync and two restarts, every readable document's text is in exactly one note,
+    // nothing that is not a document, or lies outside the folder, is touched, other tools'
+    // header keys stay, and the second restart changes nothing.
+    void aFolderOtherToolsFilledLosesAndTouchesNothing()
+    {
+        QTemporaryDir outside;
+        const QString target = outside.filePath(u"elsewhere.md"_s);
+        const QByteArray elsewhere = "a file outside the folder\n";
+        QVERIFY(TestFiles::write(target, elsewhere));
+        const QList<std::pair<QString, QByteArray>> readable = {
+            {u"Shopping.md"_s, "---\ntitle: Shopping\ntags:\n  - home\n  - weekly\n"
+                               "aliases: [groceries]\ndraft: true\n---\nMilk and bread\n"},
+            {u"Windows.md"_s, "Line one from Windows\r\nLine two\r\n"},
+            {u"Marked.md"_s, "\xEF\xBB\xBFText behind a byte order mark\n"},
+            {u"Plan.md"_s, "Plan for the week\n"},
+            {u"Plan.sync-conflict-20260101-120000-ABCDEFG.md"_s,
+             "Plan for the week, changed on the phone\n"},
+            {u"Plan (conflicted copy 2026-01-02 093000).md"_s,
+             "Plan for the week, changed on the laptop\n"},
+            {u"Plan (Ana's conflicted copy 2026-01-03).md"_s, "Plan for the week\n"},
+            {QString(240, u'l') + u".md"_s, "A note with a very long name\n"},
+            {u"Big.md"_s, "Big start\n" + QByteArray(5 * 1024 * 1024, 'b') + "\n"},
+            {u"Empty.md"_s, ""},
+        };
+        const QList<std::pair<QString, QByteArray>> untouchable = {
+            {u"Later.md.nextcloud"_s, ""},
+            {u"Cafe.md"_s, "caf\xe9 au lait\n"},
+            {u"photo.jpg"_s, "\xFF\xD8\xFF\xE0 not really a picture"},
+            {u"todo.txt"_s, "plain text of another program\n"},
+            {u"Sub/inner.md"_s, "a document in a folder of the folder\n"},
+        };
+        QVERIFY(QDir().mkpath(m->folder.path() + u"/Sub"_s));
+        for (const auto& [name, bytes] : readable + untouchable)
+            drop(name, bytes);
+        QVERIFY(QFile::link(target, m->file(u"Link.md"_s)));
+
+        QVERIFY(passAfter(5));
+        m->restart();
+        QVERIFY(passAfter(5));
+        const auto settled = TestFiles::snapshot(m->folder.path());
+        m->restart();
+        QVERIFY(passAfter(5));
+        QCOMPARE(TestFiles::snapshot(m->folder.path()), settled);
+
+        QStringList bodies;
+        for (const Note& note : m->notes->notes())
+            bodies << note.title + u'\n' + note.body;
+        const QStringList texts{u"Milk and bread"_s,
+                                u"Line one from Windows\nLine two"_s,
+                                u"Text behind a byte order mark"_s,
+                                u"Plan for the week, changed on the phone"_s,
+                                u"Plan for the week, changed on the laptop"_s,
+                                u"A note with a very long name"_s,
+                                u"Big start"_s,
+                                u"Empty\n"_s};
+        for (const QString& text : texts)
+            QVERIFY2(bodies.filter(text).size() == 1,
+                     qPrintable(text + u" in:\n"_s + bodies.join(u"\n--\n"_s)));
+        // The plan itself, and no note of the copy whose text is its own.
+        QCOMPARE(
+            std::count_if(bodies.cbegin(), bodies.cend(),
+                          [](const QString& b) { return b.trimmed() == u"Plan for the week"_s; }),
+            1);
+        for (const auto& [name, bytes] : untouchable)
+            QCOMPARE(TestFiles::read(m->file(name)), bytes);
+        QVERIFY(QFileInfo(m->file(u"Link.md"_s)).isSymLink());
+        QCOMPARE(TestFiles::read(target), elsewhere);
+        const QString shopping = doc(u"Shopping.md"_s);
+        for (const QString& key :
+             {u"tags:\n  - home\n  - weekly\n"_s, u"aliases: [groceries]\n"_s, u"draft: true\n"_s})
+            QVERIFY2(shopping.contains(key), qPrintable(shopping));
     }
 
     // One pass meets a full disk, or an index it cannot save, while a note changed and a

@@ -335,6 +335,10 @@ Parsed parse(const QString& text, const QString& fallbackTitle)
                 result.declared.insert(key);
             }
         }
+    } else if (const qsizetype end = body.indexOf(u'\n'); end > 0 && body[end - 1] == u'\r') {
+        // A plain text saved with Windows line ends: the note keeps plain ones, as it does
+        // below a header.
+        body.replace(u"\r\n"_s, u"\n"_s);
     }
     note.body = Tasks::fromMarkdown(body);
     if (!NoteText::hasCustomTitle(note) && NoteText::derivedTitle(note.body).isEmpty())
