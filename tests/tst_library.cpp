@@ -160,6 +160,19 @@ private Q_SLOTS:
         QCOMPARE(row.data(LibraryListModel::TitleRole).toString(), u"a, and more"_s);
     }
 
+    // An open window's "ago" texts move on with the clock, without a note changing.
+    void agesMoveOnWhileTheWindowStaysOpen()
+    {
+        Rig r;
+        r.add(u"a"_s);
+        const QString before = r.model.index(0).data(LibraryListModel::AgoRole).toString();
+        QSignalSpy changed(&r.model, &QAbstractItemModel::dataChanged);
+        r.lib.clock.advance(LibraryListModel::ageRefresh * 10);
+        QVERIFY(!changed.isEmpty());
+        QVERIFY(changed.last()[2].value<QList<int>>().contains(LibraryListModel::AgoRole));
+        QVERIFY(r.model.index(0).data(LibraryListModel::AgoRole).toString() != before);
+    }
+
     void twoShowsOneWindow()
     {
         Rig r;

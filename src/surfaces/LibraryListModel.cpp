@@ -20,6 +20,12 @@ LibraryListModel::LibraryListModel(Library& library, NoteStore& notes, Scheduler
     connect(&library, &Library::queryChanged, this, &LibraryListModel::reload);
     connect(&library, &Library::trashChanged, this, &LibraryListModel::reload);
     connect(&notes, &NoteStore::notesChanged, this, &LibraryListModel::follow);
+    // "3 minutes ago" goes stale while the window stays open; the view repaints only the rows
+    // it shows.
+    ageTick = scheduler.every(ageRefresh, [this] {
+        if (const int count = rowCount(); count > 0)
+            Q_EMIT dataChanged(index(0), index(count - 1), {AgoRole});
+    });
     reload();
 }
 

@@ -1,13 +1,13 @@
 #pragma once
 
 #include "notes/Note.h"
+#include "platform/Scheduler.h"
 #include "surfaces/Library.h"
 
 #include <QAbstractListModel>
 #include <QList>
 
 class NoteStore;
-class Scheduler;
 
 // The library's list, one row per note the library lists (or per trash document in the
 // recently deleted mode), for a list view that paints rows itself: thousands of notes cost one
@@ -34,6 +34,9 @@ public:
         TrashPathRole, // the document's path; invalid for notes
     };
 
+    // How often the rows' ages are told again, in seconds.
+    static constexpr double ageRefresh = 60;
+
     LibraryListModel(Library& library, NoteStore& notes, Scheduler& scheduler,
                      QObject* parent = nullptr);
 
@@ -57,4 +60,5 @@ private:
     Scheduler& scheduler;
     QList<Note> rows;
     QList<Library::TrashEntry> trashRows;
+    Scheduler::HandlePtr ageTick;
 };
