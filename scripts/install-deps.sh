@@ -12,6 +12,7 @@ packages=(
   libbenchmark-dev
   xvfb xauth x11-xkb-utils openbox xfwm4 dbus-daemon picom xdotool weston xwayland
   desktop-file-utils libglib2.0-bin
+  appstream lintian dpkg-dev
   fonts-dejavu-core fonts-wqy-microhei
 )
 if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi

@@ -6,6 +6,7 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QIcon>
 
 #include <cstdio>
 #include <cstring>
@@ -44,6 +45,16 @@ std::optional<int> endBeforeLaunch(SingleInstance& instance, const CommandLine::
     return 1;
 }
 
+// The theme's icon first: it is the one the desktop entry names, and a theme may draw its own.
+// Run from the build tree, uninstalled, the program's embedded copies stand in.
+QIcon applicationIcon()
+{
+    QIcon embedded;
+    for (const int size : {16, 32, 64, 256})
+        embedded.addFile(u":/icons/%1x%1/app.pondrift.Pondrift.png"_s.arg(size), QSize(size, size));
+    return QIcon::fromTheme(u"app.pondrift.Pondrift"_s, embedded);
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -72,6 +83,7 @@ int main(int argc, char* argv[])
     QApplication::setApplicationName(QStringLiteral("Pondrift"));
     QApplication::setDesktopFileName(QStringLiteral("app.pondrift.Pondrift"));
     QApplication app(argc, argv);
+    QApplication::setWindowIcon(applicationIcon());
 
     const CommandLine::Parsed line = CommandLine::parse(QApplication::arguments().mid(1));
     if (!line.error.isEmpty()) {
