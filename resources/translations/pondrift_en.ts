@@ -11,6 +11,10 @@ Your notes stay on this computer, encrypted.</source>
 
 Your notes stay on this computer, encrypted.</translation>
     </message>
+    <message id="about.licence">
+        <source>Free software, released under the %1 licence.</source>
+        <translation>Free software, released under the %1 licence.</translation>
+    </message>
     <message id="action.archive">
         <source>Archive</source>
         <translation>Archive</translation>

@@ -11,6 +11,10 @@ Your notes stay on this computer, encrypted.</source>
 
 你的便签加密保存在这台电脑上。</translation>
     </message>
+    <message id="about.licence">
+        <source>Free software, released under the %1 licence.</source>
+        <translation>自由软件，以 %1 许可证发布。</translation>
+    </message>
     <message id="action.archive">
         <source>Archive</source>
         <translation>归档</translation>
