@@ -96,6 +96,15 @@ public:
         return second.waitForFinished(patience) && second.exitCode() == 0;
     }
 
+    // A key pressed on the X server, as a person's hand would.
+    bool press(const QString& key)
+    {
+        QProcess xdotool;
+        xdotool.setProcessEnvironment(environment());
+        xdotool.start(u"xdotool"_s, {u"key"_s, key});
+        return xdotool.waitForFinished(patience) && xdotool.exitCode() == 0;
+    }
+
     // The program's tree now; empty while the client cannot find it on the bus.
     QList<Node> tree()
     {
@@ -143,18 +152,23 @@ bool has(const QList<Node>& nodes, const QString& role, const QString& name)
                        [&](const Node& n) { return n.role == role && n.name == name; });
 }
 
-// The objects under the top-level window of that name, without it.
-QList<Node> windowNamed(const QList<Node>& nodes, const QString& title)
+// The objects under the first top-level window that is, or holds, an object of that role and
+// name, without the window itself.
+QList<Node> windowWith(const QList<Node>& nodes, const QString& role, const QString& name)
 {
-    QList<Node> inside;
     for (qsizetype i = 0; i < nodes.size(); ++i) {
-        if (nodes[i].depth != 1 || nodes[i].name != title)
+        if (nodes[i].depth != 1)
             continue;
-        for (qsizetype j = i + 1; j < nodes.size() && nodes[j].depth > 1; ++j)
+        QList<Node> inside;
+        bool holds = nodes[i].role == role && nodes[i].name == name;
+        for (qsizetype j = i + 1; j < nodes.size() && nodes[j].depth > 1; ++j) {
             inside.append(nodes[j]);
-        break;
+            holds = holds || (nodes[j].role == role && nodes[j].name == name);
+        }
+        if (holds)
+            return inside;
     }
-    return inside;
+    return {};
 }
 
 QString describe(const Node& n)
@@ -162,11 +176,34 @@ QString describe(const Node& n)
     return n.role + u" \""_s + n.name + u"\" "_s + n.states.join(u',');
 }
 
+// Every control a person can reach with the keyboard must say what it is and what it is for:
+// the first that does not, described; empty when all do. A blank box (a focusable filler
+// with nothing inside) says nothing of what it is. The lists inside combo boxes are their
+// popups, named by the box. roles collects the roles of the controls.
+QString silentControl(const QList<Node>& window, QStringList& roles)
+{
+    int comboDepth = -1;
+    for (qsizetype i = 0; i < window.size(); ++i) {
+        const Node& n = window[i];
+        if (comboDepth >= 0 && n.depth > comboDepth)
+            continue;
+        comboDepth = n.role == u"combo box"_s ? n.depth : -1;
+        if (!n.states.contains(u"focusable"_s))
+            continue;
+        const bool leaf = i + 1 >= window.size() || window[i + 1].depth <= n.depth;
+        if (n.name.isEmpty() || n.role.isEmpty() || n.role == u"unknown"_s
+            || (leaf && n.role == u"filler"_s))
+            return describe(n);
+        roles << n.role;
+    }
+    return {};
+}
+
 } // namespace
 
 // What a screen reader finds in the running program: the deck's tabs by their notes'
-// titles, its buttons by what they do, and every control of the settings window with a name
-// and a role it can announce.
+// titles, its buttons by what they do, and every control of the settings window and of the
+// library with a name and a role it can announce.
 class TestAccessible : public QObject {
     Q_OBJECT
 
@@ -180,7 +217,7 @@ private Q_SLOTS:
             QSKIP("the AT-SPI client (python3-pyatspi) is not installed");
     }
 
-    void aScreenReaderFindsTheDeckAndEverySettingsControl()
+    void aScreenReaderFindsTheDeckTheSettingsAndTheLibrary()
     {
         ScreenReader reader;
         QVERIFY(reader.start({u"Groceries"_s, u"Call Anna"_s}));
@@ -198,35 +235,37 @@ private Q_SLOTS:
 
         QVERIFY(reader.hand(u"pondrift://settings"_s));
         const QString title = L10n::text(u"settings.window_title"_s);
-        const QList<Node> settings = windowNamed(reader.waitFor([&](const QList<Node>& nodes) {
-            return windowNamed(nodes, title).size() > 50;
+        const QList<Node> settings = windowWith(reader.waitFor([&](const QList<Node>& nodes) {
+            return windowWith(nodes, u"filler"_s, title).size() > 50;
         }),
-                                                 title);
+                                                u"filler"_s, title);
         QVERIFY2(settings.size() > 50, qPrintable(reader.output()));
-
-        // Every control a person can reach with the keyboard says what it is and what it is
-        // for. The lists inside combo boxes are their popups, named by the box.
         QStringList roles;
-        int comboDepth = -1;
-        for (const Node& n : settings) {
-            if (comboDepth >= 0 && n.depth > comboDepth)
-                continue;
-            comboDepth = n.role == u"combo box"_s ? n.depth : -1;
-            if (!n.states.contains(u"focusable"_s))
-                continue;
-            QVERIFY2(!n.name.isEmpty(), qPrintable(describe(n)));
-            QVERIFY2(!n.role.isEmpty() && n.role != u"unknown"_s, qPrintable(describe(n)));
-            roles << n.role;
-        }
-        // A control that is a blank box to a screen reader: its role says nothing.
-        for (qsizetype i = 0; i < settings.size(); ++i) {
-            const Node& n = settings[i];
-            const bool leaf = i + 1 >= settings.size() || settings[i + 1].depth <= n.depth;
-            if (leaf && n.states.contains(u"focusable"_s))
-                QVERIFY2(n.role != u"filler"_s, qPrintable(describe(n)));
-        }
+        const QString silent = silentControl(settings, roles);
+        QVERIFY2(silent.isEmpty(), qPrintable(silent));
         for (const QString& role :
              {u"page tab"_s, u"push button"_s, u"check box"_s, u"combo box"_s, u"slider"_s})
+            QVERIFY2(roles.contains(role), qPrintable(role));
+
+        // The library, with a note open: its list, the note's rows and the note's own controls.
+        QVERIFY(reader.hand(u"pondrift://all"_s));
+        QVERIFY(!windowWith(reader.waitFor([&](const QList<Node>& nodes) {
+                     return !windowWith(nodes, u"list item"_s, u"Call Anna"_s).isEmpty();
+                 }),
+                            u"list item"_s, u"Call Anna"_s)
+                     .isEmpty());
+        // Down from the search goes into the list and opens its first note.
+        QVERIFY(reader.press(u"Down"_s));
+        const QList<Node> library = windowWith(reader.waitFor([&](const QList<Node>& nodes) {
+            const QList<Node> window = windowWith(nodes, u"list item"_s, u"Call Anna"_s);
+            return has(window, u"text"_s, u"Groceries"_s) || has(window, u"text"_s, u"Call Anna"_s);
+        }),
+                                               u"list item"_s, u"Call Anna"_s);
+        QVERIFY2(has(library, u"list item"_s, u"Groceries"_s), qPrintable(reader.output()));
+        roles.clear();
+        const QString quiet = silentControl(library, roles);
+        QVERIFY2(quiet.isEmpty(), qPrintable(quiet));
+        for (const QString& role : {u"text"_s, u"list"_s, u"push button"_s})
             QVERIFY2(roles.contains(role), qPrintable(role));
     }
 };

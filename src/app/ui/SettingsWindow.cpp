@@ -53,6 +53,9 @@ public:
     {
         scroll->setWidgetResizable(true);
         scroll->setFrameShape(QFrame::NoFrame);
+        // Tab goes from the tab bar straight to the first control; the page still scrolls to
+        // whichever control takes the focus.
+        scroll->setFocusPolicy(Qt::NoFocus);
         // Long texts wrap instead.
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         scroll->setWidget(body);
