@@ -267,6 +267,12 @@ private Q_SLOTS:
         QVERIFY2(quiet.isEmpty(), qPrintable(quiet));
         for (const QString& role : {u"text"_s, u"list"_s, u"push button"_s})
             QVERIFY2(roles.contains(role), qPrintable(role));
+        // Of the colour dots, the note's own colour is the one checked.
+        const QString dot = L10n::format(u"help.pick_colour"_s, {QString()});
+        const auto chosen = std::count_if(library.cbegin(), library.cend(), [&](const Node& n) {
+            return n.name.startsWith(dot) && n.states.contains(u"checked"_s);
+        });
+        QCOMPARE(chosen, 1);
     }
 };
 

@@ -252,6 +252,14 @@ Your notes stay on this computer, encrypted.</translation>
         <source>Pondrift Archive…</source>
         <translation>Pondrift Archive…</translation>
     </message>
+    <message id="find.next">
+        <source>Next Match</source>
+        <translation>Next Match</translation>
+    </message>
+    <message id="find.previous">
+        <source>Previous Match</source>
+        <translation>Previous Match</translation>
+    </message>
     <message id="font.system">
         <source>System</source>
         <translation>System</translation>

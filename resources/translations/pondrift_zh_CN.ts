@@ -245,6 +245,14 @@ Your notes stay on this computer, encrypted.</source>
         <source>Pondrift Archive…</source>
         <translation>Pondrift 备份文件…</translation>
     </message>
+    <message id="find.next">
+        <source>Next Match</source>
+        <translation>下一个匹配项</translation>
+    </message>
+    <message id="find.previous">
+        <source>Previous Match</source>
+        <translation>上一个匹配项</translation>
+    </message>
     <message id="font.system">
         <source>System</source>
         <translation>系统字体</translation>
