@@ -16,7 +16,7 @@ packages=(
 )
 if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi
 if [ "${PONDRIFT_WITH_SCREENSHOTS:-0}" = 1 ]; then
-  packages+=(imagemagick x11-utils hsetroot)
+  packages+=(imagemagick x11-utils hsetroot trayer)
 fi
 
 missing=()

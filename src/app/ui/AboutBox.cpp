@@ -63,9 +63,10 @@ void show()
     QMessageBox box;
     box.setWindowTitle(L10n::text(u"menu.about"_s));
     box.setIconPixmap(appIcon().pixmap(64, 64));
-    box.setTextFormat(Qt::PlainText);
-    box.setText(u"Pondrift"_s);
-    box.setInformativeText(body());
+    // The name as a heading over the body; the translated texts are escaped, never markup.
+    box.setTextFormat(Qt::RichText);
+    box.setText(u"<h3>Pondrift</h3>"_s);
+    box.setInformativeText(body().toHtmlEscaped().replace(u'\n', u"<br>"_s));
     box.setStandardButtons(QMessageBox::Ok);
     // Opened from the tray or the deck, it must come forward over whatever has the keyboard.
     QTimer::singleShot(0, &box, [&box] {
