@@ -11,13 +11,13 @@ packages=(
   libxcb1-dev libxcb-xkb-dev libxcb-xfixes0-dev libxcb-shape0-dev libxkbcommon-dev libxkbcommon-x11-dev libfontconfig-dev
   libbenchmark-dev
   xvfb xauth x11-xkb-utils openbox xfwm4 dbus-daemon picom xdotool weston xwayland
-  desktop-file-utils libglib2.0-bin
+  desktop-file-utils libglib2.0-bin at-spi2-core python3-pyatspi
   appstream lintian dpkg-dev
   fonts-dejavu-core fonts-wqy-microhei
 )
 if [ "${PONDRIFT_WITH_FUZZ:-0}" = 1 ]; then packages+=(clang libclang-rt-dev); fi
 if [ "${PONDRIFT_WITH_SCREENSHOTS:-0}" = 1 ]; then
-  packages+=(imagemagick x11-utils hsetroot)
+  packages+=(imagemagick x11-utils hsetroot trayer)
 fi
 
 missing=()

@@ -28,6 +28,8 @@
 #   library-deleted recently deleted (Ctrl+3): a note the sync deleted, waiting in the trash
 #   library-empty   a search that no note matches: the empty list's text
 #   undo          a note deleted from the library with the Delete key: the undo toast
+#   tray          the program's icon in an XEmbed tray (trayer) at the top right, its menu open
+#   about         the about box, chosen from the tray's menu
 #   settings-shortcuts, settings-deck, settings-notes, settings-sync, settings-updates
 #                 the settings window opened by pondrift://settings, on each of its tabs (sync
 #                 on, into a Syncthing folder)
@@ -122,6 +124,22 @@ act() {
   case "$scene" in deck-left | note-left) edge_x=3 ;; esac
   case "$scene" in
     deck-rest | damaged-key) return 0 ;;
+    tray | about)
+      # The tray's icon is the last window the tray holds; a right click opens its menu, and
+      # the menu's first item is About.
+      local icon
+      wait_for xdotool search --onlyvisible --class trayer
+      icon=$(xdotool search --onlyvisible --class trayer | tail -1)
+      eval "$(xdotool getwindowgeometry --shell "$icon")"
+      xdotool mousemove --sync $((X + WIDTH / 2)) $((Y + HEIGHT / 2)) click 3
+      sleep 0.8
+      if [ "$scene" = about ]; then
+        xdotool key Down Return
+        wait_for xdotool search --onlyvisible --name 'About Pondrift|关于 Pondrift'
+        sleep 0.6
+      fi
+      return 0
+      ;;
     library* | undo)
       # A second start hands the link to the running program, as a launcher would.
       local home
@@ -260,6 +278,14 @@ shoot() {
     pids+=($!)
   fi
   wait_for xprop -root _NET_SUPPORTING_WM_CHECK
+  case "$scene" in
+    tray | about)
+      trayer --edge top --align right --widthtype request --height $((24 * scale)) \
+        --SetDockType true --tint 0x2b3a4a --transparent true --alpha 40 >/dev/null 2>&1 &
+      pids+=($!)
+      wait_for xdotool search --onlyvisible --class trayer
+      ;;
+  esac
   # A desktop background, which the compositor paints under everything.
   hsetroot -add '#23395b' -add '#5f7a8c' -gradient 160 >/dev/null 2>&1 || true
   HOME=$home XDG_CONFIG_HOME=$home/config XDG_DATA_HOME=$home/data XDG_RUNTIME_DIR=$home/run \
@@ -285,7 +311,7 @@ shoot() {
 }
 
 failed=0
-for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture library library-search library-archive library-deleted library-empty undo settings-shortcuts settings-deck settings-notes settings-sync settings-updates}; do
+for scene in ${PONDRIFT_SCENES:-damaged-key deck-rest deck-fan deck-chips deck-left deck-preview deck-drag deck-note note-find note-left float float-tuck capture library library-search library-archive library-deleted library-empty undo tray about settings-shortcuts settings-deck settings-notes settings-sync settings-updates}; do
   for language in ${PONDRIFT_LANGUAGES:-en zh-Hans}; do
     for scale in 1 2; do
       for compositor in ${PONDRIFT_COMPOSITORS:-picom none}; do

@@ -167,6 +167,40 @@ private Q_SLOTS:
         QCOMPARE(w.model()->rowCount(), 0);
         QCOMPARE(w.emptyList()->text(), u"No matching notes"_s);
     }
+
+    // Tab walks the window as it reads: the sidebar from the search down, then the note from
+    // its header down to its text, where Tab is the text's own.
+    void theKeyboardWalksTheWindowInReadingOrder()
+    {
+        Rig r;
+        r.notes.create(u"Groceries\nmilk"_s);
+        r.library.show(LibraryMode::all);
+        LibraryWindow& window = r.window();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        const int sidebar = window.findChild<QWidget*>(u"sidebar"_s)->width();
+        QStringList walked;
+        QPoint last(-1, -1);
+        for (int step = 0; step < 40; ++step) {
+            QWidget* now = QApplication::focusWidget();
+            QVERIFY(now);
+            const QPoint at = now->mapTo(&window, QPoint(0, now->height() / 2));
+            walked << now->objectName() + u' ' + QString::number(at.x()) + u','
+                          + QString::number(at.y());
+            const bool sameColumn = (at.x() < sidebar) == (last.x() < sidebar);
+            const bool sameRow = std::abs(at.y() - last.y()) <= now->height() / 2;
+            if (step > 0 && sameColumn)
+                QVERIFY2(sameRow ? at.x() > last.x() : at.y() > last.y(),
+                         qPrintable(walked.join(u" → "_s)));
+            if (step > 0 && !sameColumn)
+                QVERIFY2(at.x() >= sidebar, qPrintable(walked.join(u" → "_s)));
+            if (now->objectName() == u"text"_s)
+                break;
+            last = at;
+            QTest::keyClick(now, Qt::Key_Tab);
+        }
+        QVERIFY2(walked.constFirst().startsWith(u"search "_s), qPrintable(walked.join(u" → "_s)));
+        QVERIFY2(walked.constLast().startsWith(u"text "_s), qPrintable(walked.join(u" → "_s)));
+    }
 };
 
 QTEST_MAIN(TestLibraryWindow)

@@ -22,13 +22,16 @@
 #include "sync/CloudSync.h"
 
 #include <QAbstractButton>
+#include <QApplication>
 #include <QButtonGroup>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QLabel>
+#include <QScrollArea>
 #include <QSlider>
 #include <QStandardPaths>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTest>
@@ -409,6 +412,43 @@ private Q_SLOTS:
         check(model);
         window.show();
         QVERIFY2(window.isOpen(), "opened again, it stays the one window");
+    }
+
+    // Tab walks each page as it reads: down the rows, and left to right within one. A control
+    // the keyboard reaches out of turn (a field added later, a button reparented) sends a
+    // person who cannot see the page somewhere else than where they are reading.
+    void theKeyboardWalksEachPageInReadingOrder()
+    {
+        Rig rig;
+        SettingsWindow window(rig.model(), rig.services->keyboardLayout());
+        window.show();
+        QVERIFY(QTest::qWaitForWindowActive(&window));
+        auto* tabs = window.findChild<QTabWidget*>(u"tabs"_s);
+        qsizetype reached = 0;
+        for (int page = 0; page < tabs->count(); ++page) {
+            tabs->setCurrentIndex(page);
+            tabs->tabBar()->setFocus(Qt::TabFocusReason);
+            QPoint last(-1, -1);
+            QStringList walked;
+            for (int step = 0; step < 60; ++step) {
+                QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+                QWidget* now = QApplication::focusWidget();
+                if (!now || now == tabs->tabBar() || !tabs->currentWidget()->isAncestorOf(now))
+                    break;
+                // On the page's body, which scrolls under the window as the focus moves down.
+                QWidget* body = qobject_cast<QScrollArea*>(tabs->currentWidget())->widget();
+                const QPoint at = now->mapTo(body, QPoint(0, now->height() / 2));
+                walked << QString::fromLatin1(now->metaObject()->className()) + u' '
+                              + now->accessibleName() + u' ' + QString::number(at.x()) + u','
+                              + QString::number(at.y());
+                const bool sameRow = std::abs(at.y() - last.y()) <= now->height() / 2;
+                QVERIFY2(sameRow ? at.x() > last.x() : at.y() > last.y(),
+                         qPrintable(walked.join(u" → "_s)));
+                last = at;
+            }
+            reached += walked.size();
+        }
+        QVERIFY(reached > 20);
     }
 };
 

@@ -11,6 +11,10 @@ Your notes stay on this computer, encrypted.</source>
 
 Your notes stay on this computer, encrypted.</translation>
     </message>
+    <message id="about.licence">
+        <source>© 2026 The Pondrift developers. All rights reserved.</source>
+        <translation>© 2026 The Pondrift developers. All rights reserved.</translation>
+    </message>
     <message id="action.archive">
         <source>Archive</source>
         <translation>Archive</translation>
@@ -247,6 +251,14 @@ Your notes stay on this computer, encrypted.</translation>
     <message id="export.sticky_archive">
         <source>Pondrift Archive…</source>
         <translation>Pondrift Archive…</translation>
+    </message>
+    <message id="find.next">
+        <source>Next Match</source>
+        <translation>Next Match</translation>
+    </message>
+    <message id="find.previous">
+        <source>Previous Match</source>
+        <translation>Previous Match</translation>
     </message>
     <message id="font.system">
         <source>System</source>

@@ -11,6 +11,10 @@ Your notes stay on this computer, encrypted.</source>
 
 你的便签加密保存在这台电脑上。</translation>
     </message>
+    <message id="about.licence">
+        <source>© 2026 The Pondrift developers. All rights reserved.</source>
+        <translation>© 2026 Pondrift 开发者。保留所有权利。</translation>
+    </message>
     <message id="action.archive">
         <source>Archive</source>
         <translation>归档</translation>
@@ -240,6 +244,14 @@ Your notes stay on this computer, encrypted.</source>
     <message id="export.sticky_archive">
         <source>Pondrift Archive…</source>
         <translation>Pondrift 备份文件…</translation>
+    </message>
+    <message id="find.next">
+        <source>Next Match</source>
+        <translation>下一个匹配项</translation>
+    </message>
+    <message id="find.previous">
+        <source>Previous Match</source>
+        <translation>上一个匹配项</translation>
     </message>
     <message id="font.system">
         <source>System</source>

@@ -25,7 +25,7 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
     actions.insert(u"refreshDecks"_s, [this](const QString&) { refreshDecks(); });
     actions.insert(u"quickCapture"_s, [this](const QString&) {
         if (QuickCapture* capture = this->services.quickCapture())
-            capture->show();
+            capture->toggle();
         else
             Log::line(u"quick capture is not available here; the request is dropped"_s);
     });
@@ -57,6 +57,13 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
                        [this](const QString&) { this->services.showSettings(); });
     addSettingsCommands();
     addTransferCommands();
+    actions.insert(u"showAbout"_s, [this](const QString&) { this->services.showAbout(); });
+    // Packages bring new versions here, so there is nothing to check: the about box tells the
+    // version this is and where new ones come from.
+    actions.insert(u"checkForUpdates"_s, [this](const QString&) { this->services.showAbout(); });
+    actions.insert(u"toggleAutoUpdates"_s, [](const QString&) {
+        Log::line(u"updates come from the system's packages; there is no automatic check"_s);
+    });
 }
 
 namespace {
@@ -117,6 +124,10 @@ void AppActions::addSettingsCommands()
             Settings::setNoteFontSize(*size);
             refreshDecks();
         }
+    });
+    actions.insert(u"stepFontSize"_s, [this](const QString& text) {
+        if (const std::optional<double> delta = number(text))
+            stepFontSize(*delta);
     });
     actions.insert(u"setDeckScale"_s, [this](const QString& text) {
         if (const std::optional<double> scale = number(text)) {
@@ -244,8 +255,12 @@ QStringList AppActions::openUrls(const QStringList& urls)
                 if (!addNote(parsed.text))
                     why = u"the notes cannot be saved now; the text was not kept"_s;
                 break;
+            // Shown, never toggled: a second link must not close what the first opened.
             case UrlScheme::Command::Capture:
-                runOrLog(u"quickCapture"_s, u"quick capture"_s);
+                if (QuickCapture* capture = services.quickCapture())
+                    capture->show();
+                else
+                    runOrLog(u"quickCapture"_s, u"quick capture"_s);
                 break;
             case UrlScheme::Command::AllNotes:
                 runOrLog(u"openAllNotes"_s, u"the list of all notes"_s);

@@ -91,8 +91,9 @@ void AppDelegate::setAccessoryPolicy() {}
 // Moving data out of an older sandboxed install; comes with the migration.
 void AppDelegate::runMigration() {}
 
-// The application and edit menus; come with the menus and actions.
-void AppDelegate::buildMainMenu() {}
+// No menu bar holds a background program's menu here: the tray's icon carries it, where the
+// desktop has a tray, and the deck's own menu everywhere.
+void AppDelegate::buildMainMenu() { trayIcon = services.makeTrayIcon(commands); }
 
 // The first use of the note store, which opens the database, reads the key, loads every note
 // and seeds the welcome note (storage failures are alerts from here on), then the decks,

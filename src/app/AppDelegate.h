@@ -5,6 +5,8 @@
 
 #include <QObject>
 
+#include <memory>
+
 class AppServices;
 class QSessionManager;
 class QSocketNotifier;
@@ -51,5 +53,7 @@ private:
     AppServices& services;
     AppLifecycle quitPath;
     AppActions commands;
+    // After the commands it runs, so that it goes first.
+    std::unique_ptr<QObject> trayIcon;
     QSocketNotifier* signalNotifier = nullptr;
 };

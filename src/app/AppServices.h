@@ -6,10 +6,12 @@
 #include "notes/Paths.h"
 #include "platform/HotKeyBackend.h"
 
+#include <QObject>
 #include <QString>
 
 #include <memory>
 
+class AppActions;
 class CloudFolder;
 class CloudSync;
 class Compositor;
@@ -130,6 +132,12 @@ public:
         NoteStore::ErrorReporter storageAlert;
         // Asks what to do when a quit cannot save everything.
         std::function<QuitChoice(const UnsavedWork&)> askAfterFailedSave;
+        // Tells what the program is, its version and licence, and waits until it is read.
+        // Absent where there is nobody to tell.
+        std::function<void()> showAbout;
+        // The icon in the desktop's tray, offering the application menu through actions.
+        // Absent, or answering null, where there is no tray.
+        std::function<std::unique_ptr<QObject>(AppActions& actions)> makeTrayIcon;
         // Arranges for the given work to run when the display goes away, before the toolkit
         // ends the process; absent where the toolkit tells of no such ending.
         std::function<void(std::function<void()>)> whenDisplayIsLost;
@@ -194,6 +202,17 @@ public:
     HotKeys* hotKeys() { return keys.get(); }
     // Absent until openNotes, and without transfer prompts.
     Transfers* transfers();
+
+    void showAbout()
+    {
+        if (backends.showAbout)
+            backends.showAbout();
+    }
+    // Null without a tray. actions must outlive the icon.
+    std::unique_ptr<QObject> makeTrayIcon(AppActions& actions)
+    {
+        return backends.makeTrayIcon ? backends.makeTrayIcon(actions) : nullptr;
+    }
 
     // The settings' model, with what its changes call. Once; later calls do nothing.
     void makeSettings(SettingsModel::Hooks hooks);

@@ -1,6 +1,8 @@
 #include "app/ui/ProductionBackends.h"
 
+#include "app/ui/AboutBox.h"
 #include "app/ui/SettingsWindow.h"
+#include "app/ui/TrayIcon.h"
 #include "app/ui/UnsavedQuitDialog.h"
 #include "deck/ui/DeckPanel.h"
 #include "l10n/L10n.h"
@@ -132,6 +134,10 @@ AppServices::Backends makeProductionBackends()
     };
     backends.makeSettingsWindow = [](SettingsModel& model, KeyboardLayout& layout) {
         return std::make_unique<SettingsWindow>(model, layout);
+    };
+    backends.showAbout = &AboutBox::show;
+    backends.makeTrayIcon = [](AppActions& actions) -> std::unique_ptr<QObject> {
+        return std::make_unique<TrayIcon>(actions);
     };
     backends.storageAlert = &StorageErrorDialog::show;
     backends.askAfterFailedSave = &UnsavedQuitDialog::ask;

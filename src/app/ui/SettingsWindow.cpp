@@ -53,6 +53,9 @@ public:
     {
         scroll->setWidgetResizable(true);
         scroll->setFrameShape(QFrame::NoFrame);
+        // Tab goes from the tab bar straight to the first control; the page still scrolls to
+        // whichever control takes the focus.
+        scroll->setFocusPolicy(Qt::NoFocus);
         // Long texts wrap instead.
         scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         scroll->setWidget(body);
@@ -88,7 +91,8 @@ public:
             label->setMinimumHeight(std::min(control->sizeHint().height(), 28));
             grid->addWidget(label, next, 0, Qt::AlignLeft | Qt::AlignTop);
             parts << label;
-            if (control->accessibleName().isEmpty())
+            // A text shown as a value keeps its own words as its name; the buddy tells what it is.
+            if (control->accessibleName().isEmpty() && !qobject_cast<QLabel*>(control))
                 control->setAccessibleName(label->text());
         }
         // A text that wraps must have the column's whole width to know its height.
@@ -178,6 +182,10 @@ SettingsWindow::SettingsWindow(SettingsModel& model, const KeyboardLayout& layou
     tabs->addTab(syncTab(), QIcon::fromTheme(u"folder-sync"_s), text(u"settings.sync.tab"_s));
     tabs->addTab(updatesTab(), QIcon::fromTheme(u"system-software-update"_s),
                  text(u"settings.updates.tab"_s));
+    // A screen reader passing through names each page by its tab.
+    tabs->setAccessibleName(windowTitle());
+    for (int i = 0; i < tabs->count(); ++i)
+        tabs->widget(i)->setAccessibleName(tabs->tabText(i));
     auto* outer = new QVBoxLayout(this);
     outer->setContentsMargins(0, 6, 0, 0);
     outer->addWidget(tabs);

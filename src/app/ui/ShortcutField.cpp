@@ -3,6 +3,7 @@
 #include "l10n/L10n.h"
 
 #include <QAccessible>
+#include <QAccessibleWidget>
 #include <QApplication>
 #include <QKeyEvent>
 #include <QPainter>
@@ -10,11 +11,40 @@
 
 using namespace Qt::Literals::StringLiterals;
 
+namespace {
+
+// To a screen reader the field is a button: pressing it starts recording, it is pressed while
+// it records, and its description is the combination it holds.
+class FieldAccessible final : public QAccessibleWidget {
+public:
+    explicit FieldAccessible(ShortcutField* field)
+        : QAccessibleWidget(field, QAccessible::Button)
+    {
+    }
+    QAccessible::State state() const override
+    {
+        QAccessible::State s = QAccessibleWidget::state();
+        s.pressed = static_cast<ShortcutField*>(widget())->recording();
+        return s;
+    }
+};
+
+QAccessibleInterface* fieldInterface(const QString& className, QObject* object)
+{
+    if (className == u"ShortcutField"_s && object && object->isWidgetType())
+        return new FieldAccessible(static_cast<ShortcutField*>(object));
+    return nullptr;
+}
+
+} // namespace
+
 ShortcutField::ShortcutField(const KeyboardLayout& layout, bool allowsBareKeys, QWidget* parent)
     : QWidget(parent)
     , layout(layout)
     , recorder(allowsBareKeys)
 {
+    static const bool described = (QAccessible::installFactory(&fieldInterface), true);
+    Q_UNUSED(described);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_InputMethodEnabled, false);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
@@ -33,13 +63,24 @@ void ShortcutField::startRecording()
 {
     recorder.start();
     setFocus(Qt::MouseFocusReason);
+    tellPressed();
     update();
 }
 
 void ShortcutField::stopRecording()
 {
     recorder.stop();
+    tellPressed();
     update();
+}
+
+// A screen reader hears that the field now listens for keys, or has stopped.
+void ShortcutField::tellPressed()
+{
+    QAccessible::State pressed;
+    pressed.pressed = true;
+    QAccessibleStateChangeEvent event(this, pressed);
+    QAccessible::updateAccessibility(&event);
 }
 
 QSize ShortcutField::sizeHint() const

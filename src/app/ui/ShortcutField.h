@@ -37,6 +37,7 @@ protected:
 
 private:
     void stopRecording();
+    void tellPressed();
     QString text() const;
 
     const KeyboardLayout& layout;

@@ -32,7 +32,9 @@ QAction* command(QMenu& menu, DeckActions& actions, const QString& key, const QS
 {
     if (!actions.offers(id))
         return nullptr;
-    return menu.addAction(L10n::text(key), [&actions, id] { run(actions, id); });
+    QAction* action = menu.addAction(L10n::text(key), [&actions, id] { run(actions, id); });
+    action->setData(id);
+    return action;
 }
 
 void check(QAction* action, bool on)
@@ -115,6 +117,8 @@ void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& d
     choices(menu, actions, u"menu.note_font"_s, u"setNoteFont"_s, faces);
     choices(menu, actions, u"menu.text_size"_s, u"setFontSize"_s,
             sizes(Settings::fontSizes, Settings::noteFontSize()));
+    command(menu, actions, u"menu.bigger_text"_s, u"biggerText"_s);
+    command(menu, actions, u"menu.smaller_text"_s, u"smallerText"_s);
     choices(menu, actions, u"menu.deck_size"_s, u"setDeckScale"_s,
             sizes(Settings::deckSizes, Settings::deckScale()));
 
@@ -141,8 +145,14 @@ void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& d
         }
     }
 
+    command(menu, actions, u"menu.about"_s, u"showAbout"_s);
     command(menu, actions, u"menu.check_for_updates"_s, u"checkForUpdates"_s);
-    check(command(menu, actions, u"menu.check_automatically"_s, u"toggleAutoUpdates"_s), false);
+    // Packages update the program on Linux: there is no automatic check to switch on.
+    QAction* automatic =
+        command(menu, actions, u"menu.check_automatically"_s, u"toggleAutoUpdates"_s);
+    check(automatic, false);
+    if (automatic)
+        automatic->setEnabled(false);
     separate(menu);
     check(command(menu, actions, u"menu.launch_at_login"_s, u"toggleLaunchAtLogin"_s),
           Settings::launchAtLogin());

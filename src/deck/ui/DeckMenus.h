@@ -14,8 +14,10 @@ struct Note;
 // does not offer yet is left out rather than shown doing nothing. Main thread only.
 namespace DeckMenus {
 
-// The deck's own menu: new note, the deck's settings, launch at login, quit. The display
-// submenu shows only with two or more displays.
+// The deck's own menu: new note, the deck's settings, launch at login, quit, and the rest of
+// the application menu (about, bigger and smaller text), which has no menu bar to live in.
+// The display submenu shows only with two or more displays. A command's item carries its id
+// as its data.
 void fillDeckMenu(QMenu& menu, DeckActions& actions, const QList<DisplayInfo>& displays);
 
 // The menu of one note's tab: pin, archive, next colour, delete; and, when the deck is kept

@@ -169,13 +169,13 @@ NoteEditorView::NoteEditorView(const Note& note, DeckModel& deck, DeckController
     auto* up = new SheetButton(SheetButton::Style::Glyph, findBar);
     up->setObjectName(QStringLiteral("findPrevious"));
     up->setGlyph(SheetGlyph::Kind::ChevronUp, 9);
-    up->setAccessibleName(QStringLiteral("↑"));
+    up->setHelp(L10n::text(u"find.previous"_s));
     connect(up, &QAbstractButton::clicked, this,
             [this] { this->deck.bridge().findNext(findField->text(), false); });
     auto* down = new SheetButton(SheetButton::Style::Glyph, findBar);
     down->setObjectName(QStringLiteral("findNext"));
     down->setGlyph(SheetGlyph::Kind::ChevronDown, 9);
-    down->setAccessibleName(QStringLiteral("↓"));
+    down->setHelp(L10n::text(u"find.next"_s));
     connect(down, &QAbstractButton::clicked, this,
             [this] { this->deck.bridge().findNext(findField->text(), true); });
     bar->addWidget(lens);

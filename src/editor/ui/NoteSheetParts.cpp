@@ -136,9 +136,14 @@ void SheetButton::setDotColor(const QColor& fill, bool isChosen)
 {
     dot = fill;
     chosen = isChosen;
-    setAccessibleDescription(isChosen ? QStringLiteral("✓") : QString());
+    // A screen reader tells the chosen colour as a checked button.
+    setCheckable(true);
+    setChecked(isChosen);
     update();
 }
+
+// The chosen colour is the note's; a click asks for it, and the note's answer checks the dot.
+void SheetButton::nextCheckState() {}
 
 void SheetButton::setLabel(const QString& text, const QFont& font)
 {

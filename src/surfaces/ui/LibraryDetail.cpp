@@ -147,6 +147,8 @@ void LibraryDetail::refresh()
         title->setText(shown.title);
     const QString derived = NoteText::derivedTitle(shown.body);
     title->setPlaceholderText(derived.isEmpty() ? L10n::text(u"note.title_prompt"_s) : derived);
+    // The text is named by its note, as in the sheet, so a screen reader says whose it is.
+    text->setAccessibleName(note ? NoteText::displayTitle(shown) : QString());
     reset->setVisible(note && NoteText::hasCustomTitle(shown));
     QPalette p = title->palette();
     p.setColor(QPalette::Text, c.ink);

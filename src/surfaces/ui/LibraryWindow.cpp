@@ -401,6 +401,7 @@ void LibraryWindow::followSelection()
         trashTitle->setText(entry.title);
         trashWhen->setText(current.data(LibraryListModel::AgoRole).toString());
         trashText->setPlainText(entry.body);
+        trashText->setAccessibleName(entry.title);
         detailStack->setCurrentWidget(trashDetail);
         return;
     }
@@ -449,6 +450,8 @@ QWidget* LibraryWindow::makeTrashDetail()
     column->addWidget(rule);
     trashText = new QPlainTextEdit(trashDetail);
     trashText->setReadOnly(true);
+    // Named by the deleted note it shows; until then by where it is.
+    trashText->setAccessibleName(L10n::text(modeKey(LibraryMode::recentlyDeleted)));
     trashText->setFrameShape(QFrame::NoFrame);
     trashText->setFont(SheetGlyph::font(13.5, QFont::Normal));
     QPalette page = trashText->palette();
