@@ -2,6 +2,7 @@
 
 #include "app/AppActions.h"
 #include "app/AppLifecycle.h"
+#include "app/Relaunch.h"
 
 #include <QObject>
 
@@ -24,7 +25,8 @@ public:
 
     // The quit of the menu and of every other front end: saves first; when the notes cannot
     // be saved it asks, and the process keeps running unless the person gives them up.
-    void terminate();
+    // True when the process is ending.
+    bool terminate();
 
     AppLifecycle& lifecycle() { return quitPath; }
     AppActions& actions() { return commands; }
@@ -51,5 +53,6 @@ private:
     AppServices& services;
     AppLifecycle quitPath;
     AppActions commands;
+    Relaunch relaunch;
     QSocketNotifier* signalNotifier = nullptr;
 };

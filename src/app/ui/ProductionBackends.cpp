@@ -1,5 +1,6 @@
 #include "app/ui/ProductionBackends.h"
 
+#include "app/ui/DialogFolderChooser.h"
 #include "app/ui/SettingsWindow.h"
 #include "app/ui/UnsavedQuitDialog.h"
 #include "deck/ui/DeckPanel.h"
@@ -78,6 +79,7 @@ AppServices::Backends makeProductionBackends()
         backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
     backends.desktop = std::make_unique<QtDesktop>();
     backends.files = std::make_unique<QtFiles>();
+    backends.folderChooser = std::make_unique<DialogFolderChooser>();
     backends.fonts = std::make_unique<FontconfigFonts>();
     backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
     backends.transferPrompts = std::make_unique<QtTransferPrompts>(*backends.desktop);
