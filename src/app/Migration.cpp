@@ -1,8 +1,8 @@
 #include "app/Migration.h"
 
 #include "l10n/L10n.h"
-#include "platform/FolderChooser.h"
 #include "platform/Files.h"
+#include "platform/FolderChooser.h"
 
 #include <QDir>
 
@@ -42,9 +42,9 @@ void Migration::runIfNeeded(const Environment& environment, const Paths& data, F
 {
     if (!needed(environment, data, files))
         return;
-    const std::optional<QString> chosen = chooser.chooseFolder(
-        environment.legacyFolder, L10n::text(u"migration.panel_prompt"_s),
-        L10n::text(u"migration.panel_open"_s));
+    const std::optional<QString> chosen =
+        chooser.chooseFolder(environment.legacyFolder, L10n::text(u"migration.panel_prompt"_s),
+                             L10n::text(u"migration.panel_open"_s));
     // Cancelled: the launch goes on with an empty library, whose database then keeps the
     // question from coming again.
     if (!chosen)
