@@ -58,6 +58,7 @@ struct Program {
     RecordingDesktop* desktop = nullptr;
     bool settingsShown = false;
     int quits = 0;
+    bool quitRefused = false;
     std::unique_ptr<AppServices> services;
     std::unique_ptr<AppActions> actions;
     std::unique_ptr<Relaunch> relaunch;
@@ -102,7 +103,7 @@ struct Program {
         services->openDecks(actions->forDecks());
         relaunch = std::make_unique<Relaunch>(*services, [this] {
             ++quits;
-            return true;
+            return !quitRefused;
         });
         services->setLanguageRelaunch(
             [this](AppLanguage previous) { relaunch->relaunchForLanguageChange(previous); });
@@ -185,7 +186,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("noteOpen");
         QTest::addColumn<bool>("settingsOpen");
-        QTest::addColumn<QString>("failure"); // "flush", "start", "resume" or empty
+        QTest::addColumn<QString>("failure"); // "flush", "start", "quit", "resume" or empty
         QTest::addColumn<bool>("relaunched");
         QTest::addColumn<QString>("logged");
         QTest::newRow("nothing open writes no resume file")
@@ -197,6 +198,9 @@ private Q_SLOTS:
         QTest::newRow("a process that does not start puts the language back, file removed")
             << true << true << u"start"_s << false
             << u"Pondrift: language-change relaunch failed — no such program"_s;
+        QTest::newRow("a quit refused after the start puts the language back, file removed")
+            << true << true << u"quit"_s << false
+            << u"Pondrift: language-change relaunch failed — the notes could not be saved before quitting"_s;
         QTest::newRow("a resume that cannot be written is logged and the relaunch goes on")
             << true << false << u"resume"_s << true
             << u"Pondrift: could not write reload resume — "_s
@@ -217,6 +221,7 @@ private Q_SLOTS:
         if (failure == u"start")
             program.desktop->relaunchFailure = u"no such program"_s;
         program.open();
+        program.quitRefused = failure == u"quit";
         const QString id = program.firstNote();
         if (noteOpen) {
             program.decks().deck(2)->expand(id);
@@ -232,7 +237,7 @@ private Q_SLOTS:
         model.setAppLanguage(AppLanguage::SimplifiedChinese);
 
         QCOMPARE(program.desktop->relaunches, failure == u"flush" ? 0 : 1);
-        QCOMPARE(program.quits, relaunched ? 1 : 0);
+        QCOMPARE(program.quits, relaunched || failure == u"quit" ? 1 : 0);
         QCOMPARE(program.relaunch->isRelaunching(), relaunched);
         const AppLanguage kept = relaunched ? AppLanguage(AppLanguage::SimplifiedChinese) : before;
         QCOMPARE(Settings::appLanguage(), kept);

@@ -15,8 +15,9 @@ public:
     // Starts another process of this program, the same executable with the same environment
     // and no arguments, detached so that it outlives this one. The new process waits for this
     // one to end before it claims the single instance (see QtDesktop::awaitReplacedProcess).
-    // Empty on success, else why it could not start.
-    virtual QString relaunch() = 0;
+    // Empty on success, else why it could not start; a desktop that cannot start programs
+    // says so.
+    virtual QString relaunch() { return QStringLiteral("this desktop cannot start programs"); }
 
 protected:
     Desktop() = default;
