@@ -39,11 +39,16 @@ bool QtDesktop::openUrl(const QUrl& url) { return QDesktopServices::openUrl(url)
 // The old process does not give up the single instance before the new one starts: should
 // the start fail, it would have to claim it again, and another start could have taken it in
 // between. The new process waits for the old one to be gone instead, so the two never run
-// over the notes together.
+// over the notes together, and the new one reads the settings the old one writes as it ends.
 QString QtDesktop::relaunch()
 {
+    // A package upgraded under the running program leaves the link to the old file marked as
+    // deleted; the new file under the same name is the one to start.
+    QString program = QCoreApplication::applicationFilePath();
+    if (const QString deleted = u" (deleted)"_s; program.endsWith(deleted))
+        program.chop(deleted.size());
     QProcess process;
-    process.setProgram(QCoreApplication::applicationFilePath());
+    process.setProgram(program);
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QString::fromLatin1(replacingVariable),
                        QString::number(QCoreApplication::applicationPid()));
