@@ -3,6 +3,7 @@
 #include "app/CommandLine.h"
 #include "app/ui/ProductionBackends.h"
 #include "platform/Log.h"
+#include "platform/qt/QtDesktop.h"
 
 #include <QApplication>
 #include <QDir>
@@ -92,6 +93,7 @@ int main(int argc, char* argv[])
     }
     // Before anything opens the notes: two processes over one library would each save over
     // the other's edits.
+    QtDesktop::awaitReplacedProcess();
     const std::unique_ptr<SingleInstance> instance = makeSingleInstance();
     if (const std::optional<int> status = endBeforeLaunch(*instance, line))
         return *status;

@@ -48,9 +48,8 @@ AppActions::AppActions(AppServices& services, std::function<void()> quit)
                 if (DeckManager* decks = this->services.deckManager())
                     decks->refreshAll();
             },
-        // The restart into the new language is not built yet: it shows from the next start.
         .relaunchForLanguageChange =
-            [](AppLanguage) { Log::line(u"the new language shows from the next start"_s); },
+            [this](AppLanguage previous) { this->services.relaunchForLanguageChange(previous); },
     });
     if (services.offersSettingsWindow())
         actions.insert(u"openSettings"_s,

@@ -2,8 +2,10 @@
 
 #include "app/AppServices.h"
 #include "app/HotKeys.h"
+#include "app/Migration.h"
 #include "notes/NoteStore.h"
 #include "notes/NoteText.h"
+#include "platform/FolderChooser.h"
 #include "platform/Log.h"
 #include "surfaces/QuickCapture.h"
 #include "sync/CloudSync.h"
@@ -46,7 +48,10 @@ AppDelegate::AppDelegate(AppServices& services)
           .willTerminate = [] {},
       })
     , commands(services, [this] { terminate(); })
+    , relaunch(services, [this] { return terminate(); })
 {
+    services.setLanguageRelaunch(
+        [this](AppLanguage previous) { relaunch.relaunchForLanguageChange(previous); });
     QGuiApplication::setQuitOnLastWindowClosed(false);
     connect(qApp, &QGuiApplication::commitDataRequest, this, &AppDelegate::commitData);
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
@@ -88,8 +93,13 @@ void AppDelegate::applicationDidFinishLaunching()
 // On X11 a program without a window has no taskbar entry; nothing to switch.
 void AppDelegate::setAccessoryPolicy() {}
 
-// Moving data out of an older sandboxed install; comes with the migration.
-void AppDelegate::runMigration() {}
+// Notes of an install outside the sandbox, brought in before the database opens.
+void AppDelegate::runMigration()
+{
+    if (FolderChooser* chooser = services.folderChooser())
+        Migration::runIfNeeded(Migration::Environment::current(), services.paths(),
+                               services.files(), *chooser);
+}
 
 // No menu bar holds a background program's menu here: the tray's icon carries it, where the
 // desktop has a tray, and the deck's own menu everywhere.
@@ -119,7 +129,7 @@ UnsavedWork AppDelegate::unsavedWork() const
 }
 
 // Re-opens what was open before a language change restarted the process.
-void AppDelegate::restoreAfterLanguageRelaunch() {}
+void AppDelegate::restoreAfterLanguageRelaunch() { relaunch.restoreAfterLanguageRelaunch(); }
 
 // The countdown toast of the last deletion.
 void AppDelegate::startUndoToast() {}
@@ -161,10 +171,12 @@ void AppDelegate::applicationStateChanged(Qt::ApplicationState state)
         services.cloudSync()->syncNow();
 }
 
-void AppDelegate::terminate()
+bool AppDelegate::terminate()
 {
-    if (quitPath.shouldTerminate())
-        QCoreApplication::quit();
+    if (!quitPath.shouldTerminate())
+        return false;
+    QCoreApplication::quit();
+    return true;
 }
 
 // The session asks for everything to be saved and may still go on (a cancelled logout), so

@@ -2,6 +2,7 @@
 
 #include "app/AppActions.h"
 #include "app/AppLifecycle.h"
+#include "app/Relaunch.h"
 
 #include <QObject>
 
@@ -26,7 +27,8 @@ public:
 
     // The quit of the menu and of every other front end: saves first; when the notes cannot
     // be saved it asks, and the process keeps running unless the person gives them up.
-    void terminate();
+    // True when the process is ending.
+    bool terminate();
 
     AppLifecycle& lifecycle() { return quitPath; }
     AppActions& actions() { return commands; }
@@ -53,6 +55,7 @@ private:
     AppServices& services;
     AppLifecycle quitPath;
     AppActions commands;
+    Relaunch relaunch;
     // After the commands it runs, so that it goes first.
     std::unique_ptr<QObject> trayIcon;
     QSocketNotifier* signalNotifier = nullptr;

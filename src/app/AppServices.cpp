@@ -14,6 +14,7 @@
 #include "platform/Desktop.h"
 #include "platform/Displays.h"
 #include "platform/Files.h"
+#include "platform/FolderChooser.h"
 #include "platform/Fonts.h"
 #include "platform/KeyboardLayout.h"
 #include "platform/Log.h"
@@ -207,6 +208,21 @@ void AppServices::showSettings()
         settingsWindow = backends.makeSettingsWindow(*settings, keyboardLayout());
     settings->refreshSyncStatus();
     settingsWindow->show();
+}
+
+bool AppServices::settingsAreOpen() const { return settingsWindow && settingsWindow->isOpen(); }
+
+void AppServices::setLanguageRelaunch(std::function<void(AppLanguage)> relaunch)
+{
+    languageRelaunch = std::move(relaunch);
+}
+
+void AppServices::relaunchForLanguageChange(AppLanguage previous)
+{
+    if (languageRelaunch)
+        languageRelaunch(previous);
+    else
+        Log::line(u"the new language shows from the next start"_s);
 }
 
 QString AppServices::proposedSyncRoot() const

@@ -33,6 +33,7 @@ class Defaults;
 class Desktop;
 class Displays;
 class Files;
+class FolderChooser;
 class Fonts;
 class ImageStore;
 class KeyboardLayout;
@@ -88,6 +89,8 @@ public:
         std::unique_ptr<KeyboardLayout> keyboardLayout;
         std::unique_ptr<Desktop> desktop;
         std::unique_ptr<Files> files;
+        // Asks for the folder of an earlier install to migrate. Absent: nothing is migrated.
+        std::unique_ptr<FolderChooser> folderChooser;
         // Where the note faces' fonts are looked for.
         std::unique_ptr<Fonts> fonts;
         // Asks before the sync deletes many notes at once.
@@ -182,6 +185,7 @@ public:
         return backends.whenDisplayIsLost;
     }
     Files& files() { return *backends.files; }
+    FolderChooser* folderChooser() { return backends.folderChooser.get(); }
     const Paths& paths() const { return data; }
 
     bool notesAreOpen() const { return notes != nullptr; }
@@ -222,6 +226,10 @@ public:
     // Makes the window at the first call; brings it forward at every call. Nothing without
     // makeSettings or a settings window.
     void showSettings();
+    bool settingsAreOpen() const;
+    // What a change of the interface language runs, once the launch has set it.
+    void setLanguageRelaunch(std::function<void(AppLanguage previous)> relaunch);
+    void relaunchForLanguageChange(AppLanguage previous);
 
     // The sync root the settings name. With none named and sync on, the first sync client's
     // folder found in the home folder is stored as the root and given; with none found,
@@ -254,6 +262,7 @@ private:
     std::unique_ptr<UndoToast> toast;
     std::unique_ptr<SettingsModel> settings;
     std::unique_ptr<SettingsSurface> settingsWindow;
+    std::function<void(AppLanguage)> languageRelaunch;
     // The missing sync root is logged once, not on every pass.
     bool toldNoRoot = false;
 };

@@ -5,3 +5,9 @@ bool RecordingDesktop::openUrl(const QUrl& url)
     openedUrls.append(url);
     return true;
 }
+
+QString RecordingDesktop::relaunch()
+{
+    ++relaunches;
+    return relaunchFailure;
+}

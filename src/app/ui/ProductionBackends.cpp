@@ -1,6 +1,7 @@
 #include "app/ui/ProductionBackends.h"
 
 #include "app/ui/AboutBox.h"
+#include "app/ui/DialogFolderChooser.h"
 #include "app/ui/SettingsWindow.h"
 #include "app/ui/TrayIcon.h"
 #include "app/ui/UnsavedQuitDialog.h"
@@ -80,6 +81,7 @@ AppServices::Backends makeProductionBackends()
         backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
     backends.desktop = std::make_unique<QtDesktop>();
     backends.files = std::make_unique<QtFiles>();
+    backends.folderChooser = std::make_unique<DialogFolderChooser>();
     backends.fonts = std::make_unique<FontconfigFonts>();
     backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
     backends.transferPrompts = std::make_unique<QtTransferPrompts>(*backends.desktop);
