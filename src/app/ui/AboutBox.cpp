@@ -2,13 +2,9 @@
 
 #include "l10n/L10n.h"
 
+#include <QGuiApplication>
 #include <QMessageBox>
-#include <QPainter>
-#include <QPainterPath>
-#include <QPixmap>
 #include <QTimer>
-
-#include <algorithm>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -24,38 +20,12 @@ QString body()
            + L10n::text(u"updates.install_sparkle"_s);
 }
 
-// A note with its corner turned, for a desktop whose theme does not have the installed icon
-// (a run from the build folder).
+// The program's icon as it was set at start: the theme's, or the copies built into the
+// program when it runs uninstalled.
 QIcon appIcon()
 {
-    QIcon drawn;
-    for (const int side : {16, 22, 24, 32, 48, 64, 128}) {
-        QPixmap pixmap(side, side);
-        pixmap.fill(Qt::transparent);
-        QPainter p(&pixmap);
-        p.setRenderHint(QPainter::Antialiasing);
-        const qreal s = side;
-        const qreal fold = s * 0.3;
-        QPainterPath note;
-        note.moveTo(s * 0.08, s * 0.08);
-        note.lineTo(s * 0.92, s * 0.08);
-        note.lineTo(s * 0.92, s * 0.92 - fold);
-        note.lineTo(s * 0.92 - fold, s * 0.92);
-        note.lineTo(s * 0.08, s * 0.92);
-        note.closeSubpath();
-        p.fillPath(note, QColor(0xF6, 0xD3, 0x4A));
-        p.setPen(QPen(QColor(0xB8, 0x92, 0x1C), std::max(1.0, s / 24)));
-        p.drawPath(note);
-        QPainterPath corner;
-        corner.moveTo(s * 0.92, s * 0.92 - fold);
-        corner.lineTo(s * 0.92 - fold, s * 0.92 - fold);
-        corner.lineTo(s * 0.92 - fold, s * 0.92);
-        corner.closeSubpath();
-        p.fillPath(corner, QColor(0xDD, 0xB3, 0x2A));
-        p.end();
-        drawn.addPixmap(pixmap);
-    }
-    return QIcon::fromTheme(u"app.pondrift.Pondrift"_s, drawn);
+    const QIcon set = QGuiApplication::windowIcon();
+    return set.isNull() ? QIcon::fromTheme(u"app.pondrift.Pondrift"_s) : set;
 }
 
 void show()

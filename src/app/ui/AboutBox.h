@@ -11,7 +11,7 @@ namespace AboutBox {
 void show();
 // The text under the name, one paragraph a line group.
 QString body();
-// The installed theme's icon of the program, else one drawn here.
+// The program's icon: the theme's, or the copies built into the program.
 QIcon appIcon();
 
 } // namespace AboutBox
