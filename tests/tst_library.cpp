@@ -234,6 +234,13 @@ private Q_SLOTS:
         QCOMPARE(QFile::exists(path), !vanishes);
         FaultInjectingVfs::setWriteFault(FaultInjectingVfs::Fault::None);
         QCOMPARE(r.lib.stored().size(), 0);
+        if (!diskFull)
+            return;
+        // Once the disk takes it, Restore again brings the note back once, not twice.
+        QCOMPARE(r.library.restore(entry), Library::RestoreResult::restored);
+        QCOMPARE(r.lib.stored().size(), 1);
+        QCOMPARE(r.notes.notes().size(), 1);
+        QVERIFY(!QFile::exists(path));
     }
 };
 

@@ -180,9 +180,27 @@ Library::RestoreResult Library::restore(const TrashEntry& entry)
     Note note = *read;
     // Back where the person will look for it, whatever it was when it went.
     note.archived = false;
-    if (notes.ingest({note}) != 1)
-        return RestoreResult::notStored;
-    const QString restoredID = notes.notes().constLast().id;
+    QString restoredID;
+    if (const QString earlier = unsavedRestores.value(entry.path);
+        !earlier.isEmpty() && notes.note(earlier)) {
+        // A restore tried again after the disk refused the note: the note is back already,
+        // waiting to be saved. Bringing it in again would make a second copy.
+        if (!notes.flush(earlier))
+            return RestoreResult::notStored;
+        restoredID = earlier;
+    } else {
+        const qsizetype before = notes.notes().size();
+        const bool saved = notes.ingest({note}) == 1;
+        // A note the store refused outright (a colour it does not know) is not there at all.
+        if (notes.notes().size() == before)
+            return RestoreResult::notStored;
+        restoredID = notes.notes().constLast().id;
+        if (!saved) {
+            unsavedRestores.insert(entry.path, restoredID);
+            return RestoreResult::notStored;
+        }
+    }
+    unsavedRestores.remove(entry.path);
     if (const Files::Result removed = files.remove(entry.path); !removed)
         Log::line(u"restored a deleted note but cannot remove its document"_s,
                   entry.path + u": "_s + removed.description());

@@ -119,5 +119,7 @@ private:
     LibraryMode current = LibraryMode::all;
     QString search;
     mutable QHash<QString, Lowered> searchable;
+    // Trash documents whose note came back but could not be saved, with that note's id.
+    QHash<QString, QString> unsavedRestores;
     std::optional<QString> selected;
 };
