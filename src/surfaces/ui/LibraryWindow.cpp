@@ -289,7 +289,9 @@ QWidget* LibraryWindow::makeSidebar()
 
     exporting = new QToolButton(side);
     exporting->setObjectName(u"export"_s);
-    exporting->setText(L10n::text(u"menu.export"_s));
+    // The triangle says that a menu opens; a screen reader hears the word alone.
+    exporting->setText(L10n::text(u"menu.export"_s) + u" \u25BE"_s);
+    exporting->setAccessibleName(L10n::text(u"menu.export"_s));
     exporting->setPopupMode(QToolButton::InstantPopup);
     exporting->setToolButtonStyle(Qt::ToolButtonTextOnly);
     exporting->setFont(SheetGlyph::font(11.5, QFont::Normal));
@@ -331,7 +333,8 @@ QWidget* LibraryWindow::makeSidebar()
         QLineEdit#search { border: 1px solid rgba(0,0,0,30); border-radius: 7px;
                            padding: 4px 4px; background: rgba(255,255,255,200); }
         QListView#list { background: transparent; }
-        QToolButton#export { border: none; padding: 3px 4px; color: #333; }
+        QToolButton#export { border: none; border-radius: 5px; padding: 3px 6px; color: #333; }
+        QToolButton#export:hover, QToolButton#export:pressed { background: rgba(0,0,0,20); }
         QToolButton#export::menu-indicator { image: none; }
     )"_s);
     return side;
