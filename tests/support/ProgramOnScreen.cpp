@@ -46,8 +46,13 @@ ProgramOnScreen::~ProgramOnScreen()
         if (pid != process.processId())
             ::kill(static_cast<pid_t>(pid), SIGTERM);
     }
-    [[maybe_unused]] const bool gone =
-        QTest::qWaitFor([&] { return programsInHome().size() <= 1; }, patience);
+    // Before the home goes, or it cannot be removed while they still write to it.
+    [[maybe_unused]] const bool gone = QTest::qWaitFor(
+        [&] {
+            const QList<qint64> left = programsInHome();
+            return left.isEmpty() || left == QList<qint64>{process.processId()};
+        },
+        patience);
     if (x)
         xcb_disconnect(x);
     for (QProcess* p : {&process, &compositor, &windowManager}) {
