@@ -1,11 +1,9 @@
 #include "l10n/L10n.h"
 #include "support/PrivateBus.h"
-#include "support/VirtualScreen.h"
+#include "support/ProgramOnScreen.h"
 
-#include <QDir>
 #include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -24,92 +22,48 @@ struct Node {
     QStringList states;
 };
 
-// The real program on an X server of its own with openbox, a session bus of its own and the
+// The real program on a desktop of its own, with a session bus of its own and the
 // accessibility bus on it, read by a real AT-SPI client (pyatspi, as Orca uses it).
 class ScreenReader {
 public:
     ~ScreenReader()
     {
-        for (QProcess* p : {&program, &registry, &windowManager}) {
-            if (p->state() != QProcess::NotRunning) {
-                p->terminate();
-                if (!p->waitForFinished(10000))
-                    p->kill();
-                p->waitForFinished(10000);
-            }
+        if (registry.state() != QProcess::NotRunning) {
+            registry.terminate();
+            if (!registry.waitForFinished(10000))
+                registry.kill();
+            registry.waitForFinished(10000);
         }
     }
 
     bool start(const QStringList& titles)
     {
-        display = screen.start({1280, 800});
-        if (display.isEmpty() || bus.address().isEmpty())
+        if (bus.address().isEmpty())
             return false;
-        QDir(home.path()).mkpath(u"run"_s);
-        QFile::setPermissions(home.path() + u"/run"_s, QFileDevice::ReadOwner
-                                                           | QFileDevice::WriteOwner
-                                                           | QFileDevice::ExeOwner);
+        desk.setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
+        desk.setVariable(u"QT_LINUX_ACCESSIBILITY_ALWAYS_ON"_s, u"1"_s);
+        desk.setVariable(u"QT_ACCESSIBILITY"_s, u"1"_s);
+        desk.unsetVariable(u"AT_SPI_BUS_ADDRESS"_s);
         // The fan kept out, so that the tabs are drawn without a pointer over them.
-        QDir(home.path()).mkpath(u"config/Pondrift"_s);
-        QFile config(home.path() + u"/config/Pondrift/Pondrift.conf"_s);
-        if (!config.open(QIODevice::WriteOnly)
-            || config.write("[General]\ndeckAlwaysShown=true\n") < 0)
+        if (!desk.startDesktop() || !desk.writeSettings("[General]\ndeckAlwaysShown=true\n")
+            || !desk.seed(titles))
             return false;
-        config.close();
-        if (QProcess::execute(QString::fromUtf8(PONDRIFT_HELPER_DIR) + u"/seednotes"_s,
-                              QStringList{home.path() + u"/data/Pondrift"_s} + titles)
-            != 0)
-            return false;
-        windowManager.setProcessEnvironment(environment());
-        windowManager.start(u"openbox"_s, {u"--sm-disable"_s});
-        registry.setProcessEnvironment(environment());
+        registry.setProcessEnvironment(desk.environment());
         registry.start(u"/usr/libexec/at-spi-bus-launcher"_s, {u"--launch-immediately"_s});
-        program.setProcessEnvironment(environment());
-        program.setProcessChannelMode(QProcess::MergedChannels);
-        program.start(QString::fromUtf8(PONDRIFT_BINARY), {});
-        return windowManager.waitForStarted() && registry.waitForStarted()
-               && program.waitForStarted();
-    }
-
-    QProcessEnvironment environment() const
-    {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(u"DISPLAY"_s, QString::fromLatin1(display));
-        env.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
-        env.insert(u"HOME"_s, home.path());
-        env.insert(u"XDG_DATA_HOME"_s, home.path() + u"/data"_s);
-        env.insert(u"XDG_CONFIG_HOME"_s, home.path() + u"/config"_s);
-        env.insert(u"XDG_RUNTIME_DIR"_s, home.path() + u"/run"_s);
-        env.insert(u"QT_LINUX_ACCESSIBILITY_ALWAYS_ON"_s, u"1"_s);
-        env.insert(u"QT_ACCESSIBILITY"_s, u"1"_s);
-        env.remove(u"AT_SPI_BUS_ADDRESS"_s);
-        env.remove(u"QT_QPA_PLATFORM"_s);
-        return env;
+        return registry.waitForStarted() && desk.startProgram();
     }
 
     // A later start with a link, handed to the running program.
-    bool hand(const QString& url)
-    {
-        QProcess second;
-        second.setProcessEnvironment(environment());
-        second.start(QString::fromUtf8(PONDRIFT_BINARY), {url});
-        return second.waitForFinished(patience) && second.exitCode() == 0;
-    }
+    bool hand(const QString& url) { return desk.request(url); }
 
     // A key pressed on the X server, as a person's hand would.
-    bool press(const QString& key)
-    {
-        QProcess xdotool;
-        xdotool.setProcessEnvironment(environment());
-        xdotool.start(u"xdotool"_s, {u"key"_s, key});
-        return xdotool.waitForFinished(patience) && xdotool.exitCode() == 0;
-    }
+    bool press(const QString& key) { return desk.xdotool({u"key"_s, key}); }
 
     // The program's tree now; empty while the client cannot find it on the bus.
     QList<Node> tree()
     {
         QProcess client;
-        client.setProcessEnvironment(environment());
+        client.setProcessEnvironment(desk.environment());
         // Debian's pyatspi is the system interpreter's; a python3 first on the PATH may not
         // have it.
         client.start(u"/usr/bin/python3"_s, {QString::fromUtf8(PONDRIFT_SOURCE_DIR)
@@ -134,16 +88,12 @@ public:
         return nodes;
     }
 
-    QString output() { return QString::fromUtf8(program.readAll()); }
+    QString output() const { return desk.traceSoFar(); }
 
 private:
-    VirtualScreen screen;
     PrivateBus bus;
-    QTemporaryDir home;
-    QByteArray display;
-    QProcess windowManager;
+    ProgramOnScreen desk{patience};
     QProcess registry;
-    QProcess program;
 };
 
 bool has(const QList<Node>& nodes, const QString& role, const QString& name)

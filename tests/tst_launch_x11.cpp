@@ -1,11 +1,11 @@
 #include "notes/Store.h"
 #include "platform/qt/QtFiles.h"
+#include "support/ProgramOnScreen.h"
 #include "support/VirtualScreen.h"
 #include "support/XWindows.h"
 
 #include <QCoreApplication>
-#include <QProcess>
-#include <QTemporaryDir>
+#include <QDir>
 #include <QTest>
 
 #include <csignal>
@@ -21,40 +21,26 @@ class TestLaunch : public QObject {
 
     QtFiles files;
 
-    QProcessEnvironment isolatedEnvironment(const QString& home) const
-    {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        env.insert(u"HOME"_s, home);
-        env.insert(u"XDG_DATA_HOME"_s, home + u"/data"_s);
-        env.insert(u"XDG_CONFIG_HOME"_s, home + u"/config"_s);
-        env.insert(u"XDG_RUNTIME_DIR"_s, home + u"/run"_s);
-        env.remove(u"QT_QPA_PLATFORM"_s);
-        return env;
-    }
-
-    // Starts the program in the given home, waits until its launch has opened the notes,
+    // Starts the program in the fixture's home, waits until its launch has opened the notes,
     // checks that it is up with its one deck shown (the test's server has one screen) and no
     // other window, and ends it with the signal. The optional
     // check runs while the program is up, before it is asked to quit.
-    static void runOnce(const QString& home, int signalNumber, const TestLaunch& test,
+    static void runOnce(ProgramOnScreen& desk, int signalNumber,
                         const std::function<void()>& whileRunning = {},
                         const QStringList& arguments = {})
     {
         const int before = viewableTopLevels();
         QVERIFY2(before >= 0, "no X server; run this test under xvfb-run");
 
-        QProcess program;
-        program.setProcessEnvironment(test.isolatedEnvironment(home));
-        program.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        program.start(QString::fromUtf8(PONDRIFT_BINARY), arguments);
-        QVERIFY(program.waitForStarted());
+        QProcess& program = desk.program();
+        QVERIFY(desk.startProgram(arguments));
 
         // The database's shared-memory file lives exactly as long as the store holds the
         // database open: its appearing is the launch reaching the notes.
-        const QString openMark = home + u"/data/Pondrift/notes.db-shm"_s;
+        const QString openMark = desk.home() + u"/data/Pondrift/notes.db-shm"_s;
         QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(openMark) || program.state() != QProcess::Running,
                                  60000);
-        QCOMPARE(program.state(), QProcess::Running);
+        QVERIFY2(program.state() == QProcess::Running, qPrintable(desk.traceSoFar()));
         QTRY_COMPARE_WITH_TIMEOUT(viewableTopLevels(), before + 1, 60000);
         if (whileRunning)
             whileRunning();
@@ -62,17 +48,8 @@ class TestLaunch : public QObject {
         ::kill(static_cast<pid_t>(program.processId()), signalNumber);
         QVERIFY(program.waitForFinished(60000));
         QCOMPARE(program.exitStatus(), QProcess::NormalExit);
-        QCOMPARE(program.exitCode(), 0);
+        QVERIFY2(program.exitCode() == 0, qPrintable(desk.traceSoFar()));
         QVERIFY2(!QFile::exists(openMark), "the database was not closed on the way out");
-    }
-
-    static QString makeHome(const QTemporaryDir& dir)
-    {
-        QDir(dir.path()).mkpath(u"run"_s);
-        QFile::setPermissions(dir.path() + u"/run"_s, QFileDevice::ReadOwner
-                                                          | QFileDevice::WriteOwner
-                                                          | QFileDevice::ExeOwner);
-        return dir.path();
     }
 
 private Q_SLOTS:
@@ -85,18 +62,16 @@ private Q_SLOTS:
     void showsItsDeckAndQuitsOnRequest()
     {
         QFETCH(int, signalNumber);
-        QTemporaryDir home;
-        QVERIFY(home.isValid());
-        runOnce(makeHome(home), signalNumber, *this);
+        ProgramOnScreen desk(60000);
+        runOnce(desk, signalNumber);
     }
 
     void firstStartSeedsTheWelcomeNoteAndASecondStartKeepsIt()
     {
-        QTemporaryDir home;
-        QVERIFY(home.isValid());
-        const QString dataFolder = makeHome(home) + u"/data/Pondrift"_s;
+        ProgramOnScreen desk(60000);
+        const QString dataFolder = desk.home() + u"/data/Pondrift"_s;
 
-        runOnce(home.path(), SIGTERM, *this);
+        runOnce(desk, SIGTERM);
         QList<Note> first;
         {
             Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s, files);
@@ -107,7 +82,7 @@ private Q_SLOTS:
         QCOMPARE(QFileInfo(dataFolder + u"/note.key"_s).size(), 32);
 
         // The second start reads the sealed body back through the same key and seeds nothing.
-        runOnce(home.path(), SIGTERM, *this);
+        runOnce(desk, SIGTERM);
         Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s, files);
         const QList<Note> second = store.load();
         QCOMPARE(second, first);
@@ -118,35 +93,27 @@ private Q_SLOTS:
     // running one keeps its single deck and the notes. The first start's own URL counts too.
     void aLaterStartHandsItsUrlsToTheRunningOne()
     {
-        QTemporaryDir home;
-        QVERIFY(home.isValid());
-        const QString dataFolder = makeHome(home) + u"/data/Pondrift"_s;
-        const auto start = [&](const QStringList& arguments) {
-            QProcess later;
-            later.setProcessEnvironment(isolatedEnvironment(home.path()));
-            later.start(QString::fromUtf8(PONDRIFT_BINARY), arguments);
-            const bool ended = later.waitForFinished(60000);
-            return std::pair{ended ? later.exitCode() : -1,
-                             QString::fromUtf8(later.readAllStandardError())};
-        };
-        runOnce(home.path(), SIGTERM, *this,
-                [&] {
-                    const int windows = viewableTopLevels();
-                    const auto [handed, handedLog] =
-                        start({u"pondrift://new?text=From%20a%20link"_s, u"--new"_s, u"typed"_s});
-                    QVERIFY2(handed == 0, qPrintable(handedLog));
-                    const auto [refused, refusedLog] =
-                        start({u"pondrift://new?text=%FF"_s, u"pondrift://new?text=kept"_s});
-                    QCOMPARE(refused, 1);
-                    QVERIFY2(refusedLog.contains(u"Pondrift: the running instance refused the "
+        ProgramOnScreen desk(60000);
+        const QString dataFolder = desk.home() + u"/data/Pondrift"_s;
+        runOnce(
+            desk, SIGTERM,
+            [&] {
+                const int windows = viewableTopLevels();
+                const auto handed = desk.startAgain(
+                    {u"pondrift://new?text=From%20a%20link"_s, u"--new"_s, u"typed"_s});
+                QVERIFY2(handed.exitCode == 0, qPrintable(handed.errors));
+                const auto refused =
+                    desk.startAgain({u"pondrift://new?text=%FF"_s, u"pondrift://new?text=kept"_s});
+                QCOMPARE(refused.exitCode, 1);
+                QVERIFY2(refused.errors.contains(u"Pondrift: the running instance refused the "
                                                  u"request — pondrift://new?text=%FF: the text is "
                                                  u"not UTF-8"_s),
-                             qPrintable(refusedLog));
-                    QCOMPARE(start({}).first, 0);
-                    QCOMPARE(viewableTopLevels(), windows);
-                },
-                {u"pondrift://new?text=at%20launch"_s});
-        QVERIFY2(!QFile::exists(home.path() + u"/run/app.pondrift.Pondrift.socket"_s),
+                         qPrintable(refused.errors));
+                QCOMPARE(desk.startAgain({}).exitCode, 0);
+                QCOMPARE(viewableTopLevels(), windows);
+            },
+            {u"pondrift://new?text=at%20launch"_s});
+        QVERIFY2(!QFile::exists(desk.home() + u"/run/app.pondrift.Pondrift.socket"_s),
                  "the socket outlived its instance");
         Store store(dataFolder + u"/notes.db"_s, dataFolder + u"/note.key"_s, files);
         QStringList bodies;
@@ -162,17 +129,11 @@ private Q_SLOTS:
     // brings the same window forward instead of a second one.
     void theLibraryLinkOpensOneWindow()
     {
-        QTemporaryDir home;
-        QVERIFY(home.isValid());
-        makeHome(home);
-        runOnce(home.path(), SIGTERM, *this, [&] {
+        ProgramOnScreen desk(60000);
+        runOnce(desk, SIGTERM, [&] {
             const int windows = viewableTopLevels();
             for (int i = 0; i < 2; ++i) {
-                QProcess later;
-                later.setProcessEnvironment(isolatedEnvironment(home.path()));
-                later.start(QString::fromUtf8(PONDRIFT_BINARY), {u"pondrift://all"_s});
-                QVERIFY(later.waitForFinished(60000));
-                QCOMPARE(later.exitCode(), 0);
+                QCOMPARE(desk.startAgain({u"pondrift://all"_s}).exitCode, 0);
                 QTRY_COMPARE_WITH_TIMEOUT(viewableTopLevels(), windows + 1, 60000);
             }
         });
@@ -180,18 +141,13 @@ private Q_SLOTS:
 
     void withSyncOnTheNotesAppearInTheSyncFolder()
     {
-        QTemporaryDir home;
-        QVERIFY(home.isValid());
-        const QString root = makeHome(home) + u"/Nextcloud"_s;
+        ProgramOnScreen desk(60000);
+        const QString root = desk.home() + u"/Nextcloud"_s;
         QVERIFY(QDir().mkpath(root));
-        QVERIFY(QDir().mkpath(home.path() + u"/config/Pondrift"_s));
-        QFile config(home.path() + u"/config/Pondrift/Pondrift.conf"_s);
-        QVERIFY(config.open(QIODevice::WriteOnly));
-        config.write("[General]\ncloudSyncEnabled=true\n");
-        config.close();
+        QVERIFY(desk.writeSettings("[General]\ncloudSyncEnabled=true\n"));
 
         const QString folder = root + u"/Pondrift"_s;
-        runOnce(home.path(), SIGTERM, *this, [&] {
+        runOnce(desk, SIGTERM, [&] {
             QTRY_VERIFY_WITH_TIMEOUT(!QDir(folder).entryList({u"*.md"_s}, QDir::Files).isEmpty(),
                                      10000);
         });
@@ -200,7 +156,7 @@ private Q_SLOTS:
         QFile document(folder + u"/"_s + documents.front());
         QVERIFY(document.open(QIODevice::ReadOnly));
         QVERIFY(document.readAll().startsWith("---\npondrift-id: "));
-        QVERIFY(QFile::exists(home.path() + u"/data/Pondrift/cloud-index.json"_s));
+        QVERIFY(QFile::exists(desk.home() + u"/data/Pondrift/cloud-index.json"_s));
     }
 };
 

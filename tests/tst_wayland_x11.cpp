@@ -2,14 +2,13 @@
 // would run it. It starts, shows its deck through XWayland, says once how to get global keys
 // where the desktop offers no portal for them, and takes a capture request from a later start.
 #include "support/PrivateBus.h"
+#include "support/ProgramOnScreen.h"
 #include "support/XWindows.h"
 
-#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QTest>
 
 #include <csignal>
@@ -79,30 +78,18 @@ private Q_SLOTS:
         if (QStandardPaths::findExecutable(u"weston"_s).isEmpty()
             || QStandardPaths::findExecutable(u"Xwayland"_s).isEmpty())
             QSKIP("weston and Xwayland are not installed (scripts/install-deps.sh installs them)");
-        QTemporaryDir home;
-        QVERIFY(home.isValid());
-        const QString runtime = home.path() + u"/run"_s;
-        QVERIFY(QDir().mkpath(runtime));
-        QFile::setPermissions(runtime, QFileDevice::ReadOwner | QFileDevice::WriteOwner
-                                           | QFileDevice::ExeOwner);
-        Weston weston(runtime);
+        ProgramOnScreen desk(60000);
+        Weston weston(desk.home() + u"/run"_s);
         const QString display = weston.xDisplay();
         QVERIFY2(!display.isEmpty(), qPrintable(weston.logText()));
         // A session bus without a portal for global keys, as on many Wayland desktops.
         PrivateBus bus;
         QVERIFY(!bus.address().isEmpty());
 
-        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(u"HOME"_s, home.path());
-        environment.insert(u"XDG_DATA_HOME"_s, home.path() + u"/data"_s);
-        environment.insert(u"XDG_CONFIG_HOME"_s, home.path() + u"/config"_s);
-        environment.insert(u"XDG_RUNTIME_DIR"_s, runtime);
-        environment.insert(u"XDG_SESSION_TYPE"_s, u"wayland"_s);
-        environment.insert(u"WAYLAND_DISPLAY"_s, u"pondrift-test"_s);
-        environment.insert(u"DISPLAY"_s, display);
-        environment.insert(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
-        // The program chooses its platform itself, as it does when a desktop starts it.
-        environment.remove(u"QT_QPA_PLATFORM"_s);
+        desk.setVariable(u"XDG_SESSION_TYPE"_s, u"wayland"_s);
+        desk.setVariable(u"WAYLAND_DISPLAY"_s, u"pondrift-test"_s);
+        desk.setVariable(u"DISPLAY"_s, display);
+        desk.setVariable(u"DBUS_SESSION_BUS_ADDRESS"_s, bus.address());
 
         const QByteArray x = display.toLatin1();
         // Starting the first X client starts XWayland; Weston's own window manager may map
@@ -110,29 +97,22 @@ private Q_SLOTS:
         QTRY_VERIFY_WITH_TIMEOUT(viewableTopLevels(x.constData()) >= 0, 60000);
         const int before = viewableTopLevels(x.constData());
 
-        QProcess program;
-        program.setProcessEnvironment(environment);
-        program.start(QString::fromUtf8(PONDRIFT_BINARY), {});
-        QVERIFY(program.waitForStarted());
+        QProcess& program = desk.program();
+        QVERIFY(desk.startProgram());
         QTRY_VERIFY_WITH_TIMEOUT(viewableTopLevels(x.constData()) == before + 1
                                      || program.state() != QProcess::Running,
                                  60000);
         QCOMPARE(program.state(), QProcess::Running);
 
-        QProcess later;
-        later.setProcessEnvironment(environment);
-        later.start(QString::fromUtf8(PONDRIFT_BINARY), {u"--capture"_s});
-        QVERIFY(later.waitForFinished(60000));
-        QCOMPARE(later.exitCode(), 0);
+        QCOMPARE(desk.startAgain({u"--capture"_s}).exitCode, 0);
         // The capture panel comes up beside the deck.
         QTRY_COMPARE_WITH_TIMEOUT(viewableTopLevels(x.constData()), before + 2, 60000);
 
         ::kill(static_cast<pid_t>(program.processId()), SIGTERM);
         QVERIFY(program.waitForFinished(60000));
         QCOMPARE(program.exitCode(), 0);
-        const QString log = QString::fromUtf8(program.readAllStandardError());
-        QCOMPARE(log.count(u"Pondrift: global hot keys: this Wayland desktop offers no "
-                           u"GlobalShortcuts portal"_s),
+        QCOMPARE(desk.traceSoFar().count(u"Pondrift: global hot keys: this Wayland desktop "
+                                         u"offers no GlobalShortcuts portal"_s),
                  1);
     }
 };
