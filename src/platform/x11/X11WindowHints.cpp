@@ -57,8 +57,8 @@ constexpr quint32 stateAdd = 1;
 constexpr quint32 sourceApplication = 1;
 // Messages a pager or taskbar sends for the user, which window managers always honour.
 constexpr quint32 sourcePager = 2;
-// Milliseconds after a hand-back of the keyboard when it is looked at again.
-constexpr int handBackCheck = 150;
+// Milliseconds between the looks at a released panel that may still hold the keyboard.
+constexpr int handBackChecks[] = {150, 350, 700, 1500};
 
 template <typename T>
 struct FreeReply {
@@ -303,16 +303,29 @@ void X11WindowHints::releaseKeyboard(QWindow* window)
     if (active == previous)
         xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, now ? now : XCB_CURRENT_TIME);
     xcb_flush(x->qt);
-    // A window that takes no keyboard must not keep it. Should the panel still hold it a
-    // moment later (a window manager still busy with the panel's own activation, say), the
-    // keyboard is handed over again, at the server's current time.
-    QTimer::singleShot(handBackCheck, window, [this, id, previous] {
-        if (x->inputFocus() != id)
+    handBackLater(window, previous, 0);
+}
+
+// A window that takes no keyboard must not keep it. Should the panel still hold it a moment
+// later (a window manager still busy with the panel's own activation, which on a loaded
+// machine can take a second or more), the keyboard is handed over again, at the server's
+// current time; looked at a few times, further apart each time, unless the panel has asked
+// for the keyboard again meanwhile.
+void X11WindowHints::handBackLater(QWindow* window, quint32 previous, int attempt)
+{
+    if (attempt >= int(std::size(handBackChecks)))
+        return;
+    const auto id = static_cast<xcb_window_t>(window->winId());
+    QTimer::singleShot(handBackChecks[attempt], window, [this, window, id, previous, attempt] {
+        if (!window->flags().testFlag(Qt::WindowDoesNotAcceptFocus))
             return;
-        x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, 0, 0, 0, 0});
-        if (x->viewable(previous))
-            xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, XCB_CURRENT_TIME);
-        xcb_flush(x->qt);
+        if (x->inputFocus() == id) {
+            x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, 0, 0, 0, 0});
+            if (x->viewable(previous))
+                xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, XCB_CURRENT_TIME);
+            xcb_flush(x->qt);
+        }
+        handBackLater(window, previous, attempt + 1);
     });
 }
 

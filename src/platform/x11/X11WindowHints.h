@@ -36,5 +36,6 @@ private:
     void makeDock(QWindow* window);
     void addStates(QWindow* window, const QList<quint32>& wanted);
     quint32 serverTime();
+    void handBackLater(QWindow* window, quint32 previous, int attempt);
     std::unique_ptr<Connection> x;
 };
