@@ -5,6 +5,8 @@
 #include <QRectF>
 #include <QString>
 
+#include <optional>
+
 // One connected display (not "Display", which Xlib's headers, pulled in by Qt's, already
 // name). Rectangles are in screen coordinates: origin at the bottom left of
 // the main display, y upward, in logical pixels (points). The id is stable for an output
@@ -35,3 +37,7 @@ public:
 Q_SIGNALS:
     void changed();
 };
+
+// The display that holds the point, else the main one, else the first; absent with none. Where
+// a panel opens for the person, it opens where they are looking.
+std::optional<DisplayInfo> displayUnder(const QList<DisplayInfo>& displays, QPointF point);

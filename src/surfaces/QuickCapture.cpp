@@ -101,17 +101,8 @@ std::optional<int> QuickCapture::targetForDigit(int digit, int targetCount)
 // above the middle, where the eye goes first.
 QRectF QuickCapture::frameUnderPointer() const
 {
-    const QList<DisplayInfo> screens = displays.list();
-    std::optional<QRectF> visible;
-    for (const DisplayInfo& d : screens) {
-        if (!visible && d.frame.contains(pointer.location()))
-            visible = d.visibleFrame;
-    }
-    for (const DisplayInfo& d : screens) {
-        if (!visible && d.isMain)
-            visible = d.visibleFrame;
-    }
-    const QRectF v = visible.value_or(QRectF(0, 0, 1280, 800));
+    const std::optional<DisplayInfo> screen = displayUnder(displays.list(), pointer.location());
+    const QRectF v = screen ? screen->visibleFrame : QRectF(0, 0, 1280, 800);
     return {v.center().x() - size.width() / 2, v.y() + v.height() * 0.58, size.width(),
             size.height()};
 }

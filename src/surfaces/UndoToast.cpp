@@ -65,18 +65,7 @@ void UndoToast::undo() { notes.undoDelete(); }
 // Bottom centre of the visible part of the display under the pointer, or of the main one.
 QRectF UndoToast::frameUnderPointer() const
 {
-    const QList<DisplayInfo> screens = displays.list();
-    std::optional<QRectF> visible;
-    for (const DisplayInfo& d : screens) {
-        if (!visible && d.frame.contains(pointer.location()))
-            visible = d.visibleFrame;
-    }
-    for (const DisplayInfo& d : screens) {
-        if (!visible && d.isMain)
-            visible = d.visibleFrame;
-    }
-    if (!visible && !screens.isEmpty())
-        visible = screens.first().visibleFrame;
-    const QRectF v = visible.value_or(QRectF(0, 0, 1280, 800));
+    const std::optional<DisplayInfo> screen = displayUnder(displays.list(), pointer.location());
+    const QRectF v = screen ? screen->visibleFrame : QRectF(0, 0, 1280, 800);
     return {v.center().x() - size.width() / 2, v.y() + bottomInset, size.width(), size.height()};
 }
