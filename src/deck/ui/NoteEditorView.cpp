@@ -469,19 +469,8 @@ void NoteEditorView::refreshConfiguration()
         return;
     const NoteColor& c = colour();
     const std::optional<Note> now = current();
-    NoteTextView::Configuration config = text->configuration();
-    config.ink = c.ink;
-    config.fontSize = deck.fontSize();
-    config.markdownEnabled = deck.markdown();
-    config.textDirection = now ? now->textDirection : snapshot.textDirection;
-    config.styleToken = QStringLiteral("%1|%2|%3|%4")
-                            .arg(Settings::noteFontName())
-                            .arg(deck.fontSize())
-                            .arg(deck.markdown())
-                            .arg(c.paper.name());
-    if (config.styleToken != text->configuration().styleToken
-        || config.textDirection != text->configuration().textDirection)
-        text->setConfiguration(config);
+    text->applyLook(c.ink, c.paper, Settings::noteFontName(), deck.fontSize(), deck.markdown(),
+                    now ? now->textDirection : snapshot.textDirection);
 }
 
 void NoteEditorView::toggleFind()

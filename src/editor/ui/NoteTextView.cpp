@@ -137,6 +137,20 @@ void NoteTextView::setText(const QString& incoming)
     configure();
 }
 
+void NoteTextView::applyLook(const QColor& ink, const QColor& paper, const QString& fontName,
+                             double fontSize, bool markdown, NoteTextDirection direction)
+{
+    Configuration next = config;
+    next.ink = ink;
+    next.fontSize = fontSize;
+    next.markdownEnabled = markdown;
+    next.textDirection = direction;
+    next.styleToken =
+        QStringLiteral("%1|%2|%3|%4").arg(fontName).arg(fontSize).arg(markdown).arg(paper.name());
+    if (next.styleToken != config.styleToken || next.textDirection != config.textDirection)
+        setConfiguration(std::move(next));
+}
+
 void NoteTextView::setConfiguration(Configuration configuration)
 {
     Q_ASSERT(configuration.bodyFont);

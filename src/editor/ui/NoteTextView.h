@@ -63,6 +63,11 @@ public:
     // composes; the caret keeps its place.
     void setText(const QString& text) override;
     void setConfiguration(Configuration configuration);
+    // What a note's look asks for: its ink on its paper, the note font at a size, styling and
+    // direction. Restyles only when one of them changed, so a surface may call it on every
+    // change of its note.
+    void applyLook(const QColor& ink, const QColor& paper, const QString& fontName, double fontSize,
+                   bool markdown, NoteTextDirection direction);
     const Configuration& configuration() const { return config; }
     void setBridge(EditorBridge* bridge);
     // Takes the keyboard focus on the next turn of the event loop.

@@ -250,18 +250,8 @@ void FloatingPanel::noteChanged()
     pin->setProperty("pinned", pinned);
     close->setInk(c.ink, 0.45);
 
-    NoteTextView::Configuration config = text->configuration();
-    config.ink = c.ink;
-    config.fontSize = Settings::noteFontSize();
-    config.markdownEnabled = Settings::markdownStyling();
-    config.textDirection = shown.textDirection;
-    config.styleToken = u"%1|%2|%3|%4"_s.arg(Settings::noteFontName())
-                            .arg(config.fontSize)
-                            .arg(config.markdownEnabled)
-                            .arg(c.paper.name());
-    if (config.styleToken != text->configuration().styleToken
-        || config.textDirection != text->configuration().textDirection)
-        text->setConfiguration(config);
+    text->applyLook(c.ink, c.paper, Settings::noteFontName(), Settings::noteFontSize(),
+                    Settings::markdownStyling(), shown.textDirection);
     update();
 }
 

@@ -175,18 +175,8 @@ void LibraryDetail::refresh()
             : L10n::format(u"note.edited"_s, {Fmt::ago(shown.modified, with.scheduler.now())}));
     rule->setColor(withAlpha(c.ink, 0.12));
 
-    NoteTextView::Configuration config = text->configuration();
-    config.ink = c.ink;
-    config.fontSize = Settings::noteFontSize();
-    config.markdownEnabled = Settings::markdownStyling();
-    config.textDirection = shown.textDirection;
-    config.styleToken = u"%1|%2|%3|%4"_s.arg(Settings::noteFontName())
-                            .arg(config.fontSize)
-                            .arg(config.markdownEnabled)
-                            .arg(c.paper.name());
-    if (config.styleToken != text->configuration().styleToken
-        || config.textDirection != text->configuration().textDirection)
-        text->setConfiguration(config);
+    text->applyLook(c.ink, c.paper, Settings::noteFontName(), Settings::noteFontSize(),
+                    Settings::markdownStyling(), shown.textDirection);
     QPalette paper = text->palette();
     paper.setColor(QPalette::Base, c.paper);
     text->setPalette(paper);
