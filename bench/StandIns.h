@@ -3,13 +3,24 @@
 // The program's collaborators that a benchmark does not measure: settings kept in memory, no
 // login item, no desktop, one display and a pointer that stays still.
 
+#include "images/ImageStore.h"
+#include "l10n/L10n.h"
+#include "notes/Ink.h"
+#include "notes/NoteStore.h"
+#include "notes/Paths.h"
+#include "notes/Store.h"
 #include "platform/Defaults.h"
 #include "platform/Desktop.h"
 #include "platform/Displays.h"
 #include "platform/LoginItem.h"
 #include "platform/Pointer.h"
+#include "platform/qt/QtFiles.h"
+#include "platform/qt/QtScheduler.h"
+#include "platform/xdg/FontconfigFonts.h"
+#include "settings/Settings.h"
 
 #include <QHash>
+#include <QTemporaryDir>
 #include <QVariant>
 
 namespace StandIns {
@@ -53,6 +64,27 @@ struct StillPointer final : Pointer {
     Qt::KeyboardModifiers modifiers() const override { return {}; }
     Qt::MouseButtons buttons() const override { return {}; }
     QPointF at;
+};
+
+// A real library of notes in a temporary folder, with the settings, fonts and language the
+// surfaces read installed, and no disk errors reported.
+struct NoteShelf {
+    NoteShelf()
+    {
+        Settings::install(defaults, login);
+        Ink::install(fonts);
+        L10n::install(AppLanguage::English);
+    }
+    MemoryDefaults defaults;
+    NoLoginItem login;
+    FontconfigFonts fonts;
+    QTemporaryDir dir;
+    Paths paths{dir.path()};
+    QtFiles files;
+    QtScheduler scheduler;
+    Store store{paths.db(), paths.key(), files};
+    ImageStore images{paths.images(), files};
+    NoteStore notes{store, scheduler, images, false, [](const LocalizedError&) {}};
 };
 
 } // namespace StandIns

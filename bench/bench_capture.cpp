@@ -9,26 +9,15 @@
 //
 // Run: bash scripts/bench.sh bench_capture (under xvfb-run when DISPLAY is unset)
 #include "StandIns.h"
-#include "images/ImageStore.h"
-#include "l10n/L10n.h"
-#include "notes/Ink.h"
-#include "notes/NoteStore.h"
-#include "notes/Paths.h"
-#include "notes/Store.h"
 #include "platform/fallback/FixedCompositor.h"
 #include "platform/fallback/NoWindowHints.h"
-#include "platform/qt/QtFiles.h"
-#include "platform/qt/QtScheduler.h"
 #include "platform/x11/X11Compositor.h"
 #include "platform/x11/X11WindowHints.h"
-#include "platform/xdg/FontconfigFonts.h"
-#include "settings/Settings.h"
 #include "surfaces/QuickCapture.h"
 #include "surfaces/ui/CapturePanel.h"
 
 #include <QApplication>
 #include <QLineEdit>
-#include <QTemporaryDir>
 #include <QVBoxLayout>
 
 #include <benchmark/benchmark.h>
@@ -60,17 +49,7 @@ void untilPainted(const PaintWatch& watch)
 }
 
 // One library and one capture for the whole run.
-struct Capture {
-    MemoryDefaults defaults;
-    NoLoginItem login;
-    FontconfigFonts fonts;
-    QTemporaryDir dir;
-    Paths paths{dir.path()};
-    QtFiles files;
-    QtScheduler scheduler;
-    Store store{paths.db(), paths.key(), files};
-    ImageStore images{paths.images(), files};
-    NoteStore notes{store, scheduler, images, false, [](const LocalizedError&) {}};
+struct Capture : NoteShelf {
     OneDisplay displays{QRectF(0, 0, 1280, 800)};
     StillPointer pointer{{640, 400}};
     std::unique_ptr<WindowHints> hints;
@@ -80,9 +59,6 @@ struct Capture {
 
     Capture()
     {
-        Settings::install(defaults, login);
-        Ink::install(fonts);
-        L10n::install(AppLanguage::English);
         for (int i = 0; i < 200; ++i)
             notes.create(u"Note %1\nwith a second line"_s.arg(i), QString());
         if (auto x11 = X11WindowHints::open())

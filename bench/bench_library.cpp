@@ -10,17 +10,7 @@
 //
 // Run: bash scripts/bench.sh bench_library
 #include "StandIns.h"
-#include "images/ImageStore.h"
-#include "l10n/L10n.h"
-#include "notes/Ink.h"
-#include "notes/NoteStore.h"
 #include "notes/NoteText.h"
-#include "notes/Paths.h"
-#include "notes/Store.h"
-#include "platform/qt/QtFiles.h"
-#include "platform/qt/QtScheduler.h"
-#include "platform/xdg/FontconfigFonts.h"
-#include "settings/Settings.h"
 #include "surfaces/Library.h"
 #include "surfaces/Transfers.h"
 #include "surfaces/ui/LibraryWindow.h"
@@ -29,7 +19,6 @@
 #include <QListView>
 #include <QScrollBar>
 #include <QStringListModel>
-#include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
 
@@ -62,26 +51,13 @@ QString body(int i)
     return text;
 }
 
-struct Shelf {
-    MemoryDefaults defaults;
-    NoLoginItem login;
-    FontconfigFonts fonts;
-    QTemporaryDir dir;
-    Paths paths{dir.path()};
-    QtFiles files;
-    QtScheduler scheduler;
-    Store store{paths.db(), paths.key(), files};
-    ImageStore images{paths.images(), files};
-    NoteStore notes{store, scheduler, images, false, [](const LocalizedError&) {}};
+struct Shelf : NoteShelf {
     NoDesktop desktop;
     NoTransfers transfers;
     std::unique_ptr<Library> library;
 
     Shelf()
     {
-        Settings::install(defaults, login);
-        Ink::install(fonts);
-        L10n::install(AppLanguage::English);
         QList<Note> batch;
         for (int i = 0; i < noteCount; ++i) {
             Note note;

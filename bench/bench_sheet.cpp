@@ -13,20 +13,9 @@
 #include "deck/DeckController.h"
 #include "deck/DeckWindow.h"
 #include "deck/ui/NoteEditorView.h"
-#include "images/ImageStore.h"
-#include "l10n/L10n.h"
-#include "notes/Ink.h"
-#include "notes/NoteStore.h"
-#include "notes/Paths.h"
-#include "notes/Store.h"
-#include "platform/qt/QtFiles.h"
-#include "platform/qt/QtScheduler.h"
-#include "platform/xdg/FontconfigFonts.h"
-#include "settings/Settings.h"
 
 #include <QApplication>
 #include <QHash>
-#include <QTemporaryDir>
 #include <QTextEdit>
 
 #include <benchmark/benchmark.h>
@@ -82,17 +71,7 @@ QString body(int lines)
 }
 
 // One library and one deck for the whole run, with a note of each length.
-struct Deck {
-    MemoryDefaults defaults;
-    NoLoginItem login;
-    FontconfigFonts fonts;
-    QTemporaryDir dir;
-    Paths paths{dir.path()};
-    QtFiles files;
-    QtScheduler scheduler;
-    Store store{paths.db(), paths.key(), files};
-    ImageStore images{paths.images(), files};
-    NoteStore notes{store, scheduler, images, false, [](const LocalizedError&) {}};
+struct Deck : NoteShelf {
     NoDesktop desktop;
     OneDisplay displays;
     StillPointer pointer;
@@ -103,9 +82,6 @@ struct Deck {
 
     Deck()
     {
-        Settings::install(defaults, login);
-        Ink::install(fonts);
-        L10n::install(AppLanguage::English);
         deck = std::make_unique<DeckController>(1, displays, pointer, scheduler, notes, window,
                                                 actions, nullptr, nullptr);
         deck->pointerEntered();
