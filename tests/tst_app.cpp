@@ -36,8 +36,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// The whole program over fakes for the desktop, in a temporary folder. The backends are
-// moved into the services; the pointers stay for the test to look through.
 struct Program {
     QTemporaryDir dir;
     ManualScheduler* clock = nullptr;
@@ -54,7 +52,6 @@ struct Program {
         start(settings);
     }
 
-    // The program over the same folder again, as after a restart.
     void start(const QHash<QString, QVariant>& settings = {})
     {
         services.reset();
@@ -90,9 +87,28 @@ struct Program {
     }
 };
 
+// A quit over scripted hooks: flushes fail until `failing` have been tried.
+struct Quit {
+    int flushes = 0, ended = 0, failing = 0;
+    QList<QuitChoice> answers;
+    QList<UnsavedWork> asked;
+    QStringList log;
+    const UnsavedWork work{u"disk I/O error"_s, {u"Plans"_s, u"Todo"_s}};
+    AppLifecycle lifecycle{{
+        .flushAll = [this] { return ++flushes > failing; },
+        .unsavedWork = [this] { return work; },
+        .askAfterFailedSave =
+            [this](const UnsavedWork& w) {
+                asked << w;
+                return answers.isEmpty() ? QuitChoice::Stay : answers.takeFirst();
+            },
+        .willTerminate = [this] { ++ended; },
+    }};
+    const Log::Capture capture{[this](const QString& line) { log << line; }};
+};
+
 } // namespace
 
-// The program's wiring and its quit path, and the timers every delay goes through.
 class TestApp : public QObject {
     Q_OBJECT
 
@@ -114,8 +130,7 @@ private Q_SLOTS:
         QVERIFY2(&program.services->noteStore() == &notes, "the store is made once");
     }
 
-    // The welcome note can never be saved: the alert says why, and the program must still be
-    // able to end when the person gives the note up.
+    // The welcome note can never be saved: the alert says why, and giving it up still quits.
     void aStorageFailureReachesTheAlertAndDoesNotTrapTheQuit_data()
     {
         QTest::addColumn<bool>("shortKey");
@@ -137,24 +152,14 @@ private Q_SLOTS:
             shortKey ? PersistenceError(PersistenceError::Kind::InvalidKey).description()
                      : Files::Result{ENOSPC}.description()));
         QCOMPARE(notes.unsavedIDs().size(), 1);
-        int asked = 0;
-        AppLifecycle lifecycle({
-            .flushAll = [&] { return notes.flushAll(); },
-            .unsavedWork = {},
-            .askAfterFailedSave =
-                [&](const UnsavedWork&) {
-                    ++asked;
-                    return QuitChoice::QuitWithoutSaving;
-                },
-            .willTerminate = {},
-        });
-        QVERIFY(lifecycle.shouldTerminate());
-        QCOMPARE(asked, 1);
+        Quit quit;
+        quit.lifecycle.setFlushAll([&] { return notes.flushAll(); });
+        quit.answers = {QuitChoice::QuitWithoutSaving};
+        QVERIFY(quit.lifecycle.shouldTerminate());
+        QCOMPARE(quit.asked.size(), 1);
     }
 
-    // The sync root is chosen once, when sync is on and none is stored, and kept: while it
-    // is away (a disk unmounted) no pass runs anywhere else, so nothing written meanwhile is
-    // taken for deleted when it comes back.
+    // While the chosen root is away no pass runs elsewhere, so nothing is taken for deleted.
     void rootThatGoesAwayAndComesBackKeepsTheNotesWrittenMeanwhile_data()
     {
         QTest::addColumn<bool>("anotherClient");
@@ -192,9 +197,6 @@ private Q_SLOTS:
         QCOMPARE(Settings::cloudSyncRoot(), chosen);
     }
 
-    // Without a sync client's folder there is nothing to propose: no pass runs, the home
-    // folder is not used in its place, and the program says that a folder must be chosen,
-    // until one appears.
     void syncWithNoFolderToProposeRunsNoPass()
     {
         Program program;
@@ -230,7 +232,6 @@ private Q_SLOTS:
         QVERIFY(!actions.run(u"openEverything"_s));
         QCOMPARE(quits, 1);
 
-        // A command's value follows its name; a value that makes no sense changes nothing.
         QVERIFY(actions.run(u"setDeckStyle:compact"_s));
         QCOMPARE(Settings::deckStyle(), DeckStyle::Compact);
         QVERIFY(actions.run(u"setDeckScale:1.25"_s));
@@ -242,95 +243,61 @@ private Q_SLOTS:
         QCOMPARE(Settings::displayTarget(), u"id:42"_s);
     }
 
-    // A quit whose save fails asks, and every answer keeps its promise: trying again saves
-    // when the cause is gone, quitting gives up exactly the named notes, staying keeps the
-    // process. Deciding never runs the end-of-process step; ending does.
     void aQuitThatCannotSaveAsksInsteadOfTrapping_data()
     {
         QTest::addColumn<QList<QuitChoice>>("answers");
         QTest::addColumn<int>("failingFlushes");
         QTest::addColumn<bool>("terminates");
         QTest::addColumn<int>("flushes");
-        QTest::addColumn<bool>("lossLogged");
-        QTest::newRow("saved at once: nothing to ask")
-            << QList<QuitChoice>{} << 0 << true << 1 << false;
-        QTest::newRow("stay") << QList<QuitChoice>{QuitChoice::Stay} << 9 << false << 1 << false;
+        QTest::newRow("saved at once: nothing to ask") << QList<QuitChoice>{} << 0 << true << 1;
+        QTest::newRow("stay") << QList<QuitChoice>{QuitChoice::Stay} << 9 << false << 1;
         QTest::newRow("try again once the disk has room")
-            << QList<QuitChoice>{QuitChoice::TryAgain} << 1 << true << 2 << false;
+            << QList<QuitChoice>{QuitChoice::TryAgain} << 1 << true << 2;
         QTest::newRow("try again, still failing, then stay")
-            << QList<QuitChoice>{QuitChoice::TryAgain, QuitChoice::Stay} << 9 << false << 2
-            << false;
+            << QList<QuitChoice>{QuitChoice::TryAgain, QuitChoice::Stay} << 9 << false << 2;
         QTest::newRow("quit without saving")
-            << QList<QuitChoice>{QuitChoice::QuitWithoutSaving} << 9 << true << 1 << true;
+            << QList<QuitChoice>{QuitChoice::QuitWithoutSaving} << 9 << true << 1;
     }
     void aQuitThatCannotSaveAsksInsteadOfTrapping()
     {
+        Quit quit;
         QFETCH(QList<QuitChoice>, answers);
-        QFETCH(int, failingFlushes);
-        QFETCH(bool, terminates);
         QFETCH(int, flushes);
-        QFETCH(bool, lossLogged);
-        int flushed = 0;
-        int ended = 0;
-        QList<UnsavedWork> asked;
-        AppLifecycle lifecycle({
-            .flushAll = [&] { return ++flushed > failingFlushes; },
-            .unsavedWork =
-                [] {
-                    return UnsavedWork{u"No space left on device"_s, {u"Plans"_s}};
-                },
-            .askAfterFailedSave =
-                [&](const UnsavedWork& work) {
-                    asked << work;
-                    return answers.takeFirst();
-                },
-            .willTerminate = [&] { ++ended; },
-        });
-        QStringList log;
-        const Log::Capture capture([&](const QString& line) { log << line; });
-        QCOMPARE(lifecycle.shouldTerminate(), terminates);
-        QCOMPARE(flushed, flushes);
-        QVERIFY2(answers.isEmpty(), "every answer was asked for");
-        for (const UnsavedWork& work : asked) {
-            QCOMPARE(work.reason, u"No space left on device"_s);
-            QCOMPARE(work.titles, QStringList{u"Plans"_s});
+        quit.answers = answers;
+        QFETCH(int, failingFlushes);
+        quit.failing = failingFlushes;
+        QTEST(quit.lifecycle.shouldTerminate(), "terminates");
+        QCOMPARE(quit.flushes, flushes);
+        QVERIFY2(quit.answers.isEmpty(), "every answer was asked for");
+        for (const UnsavedWork& work : quit.asked) {
+            QCOMPARE(work.reason, quit.work.reason);
+            QCOMPARE(work.titles, quit.work.titles);
         }
-        QCOMPARE(ended, 0);
-        QCOMPARE(log.size(), lossLogged ? 1 : 0);
-        if (lossLogged)
-            QVERIFY2(log.first().contains(u"Plans"_s), "the log names what was given up");
+        QCOMPARE(quit.ended, 0);
+        const bool lost = answers.contains(QuitChoice::QuitWithoutSaving);
+        QCOMPARE(quit.log.size(), lost ? 1 : 0);
+        if (lost)
+            QVERIFY2(quit.log.first().contains(u"Plans"_s), "the log names what was given up");
     }
 
-    // A session asks for a save, the person stays, the logout is cancelled, and the program
-    // goes on: the end-of-process step (letting go of the hot keys) must still be ahead.
+    // Staying cancels the logout; the end step (letting go of the hot keys) is still ahead.
     void aCancelledLogoutLeavesTheEndStepForTheRealQuit()
     {
-        bool diskFull = true;
-        int ended = 0;
+        Quit quit;
+        quit.failing = 99;
         int askedForLeave = 0;
-        AppLifecycle lifecycle({
-            .flushAll = [&] { return !diskFull; },
-            .unsavedWork = {},
-            .askAfterFailedSave = [](const UnsavedWork&) { return QuitChoice::Stay; },
-            .willTerminate = [&] { ++ended; },
-        });
-        const auto mayAsk = [&] {
-            ++askedForLeave;
-            return true;
-        };
-        QVERIFY2(lifecycle.commitData(mayAsk), "staying cancels the logout");
-        QCOMPARE(ended, 0);
-        diskFull = false;
-        QVERIFY2(!lifecycle.commitData(mayAsk), "a save that works lets the session go on");
+        const auto mayAsk = [&] { return ++askedForLeave > 0; };
+        QVERIFY2(quit.lifecycle.commitData(mayAsk), "staying cancels the logout");
+        QCOMPARE(quit.ended, 0);
+        quit.failing = 0;
+        QVERIFY2(!quit.lifecycle.commitData(mayAsk), "a save that works lets the session go on");
         QCOMPARE(askedForLeave, 1);
-        QVERIFY(lifecycle.shouldTerminate());
-        lifecycle.willTerminate();
-        lifecycle.willTerminate();
-        QCOMPARE(ended, 1);
+        QVERIFY(quit.lifecycle.shouldTerminate());
+        quit.lifecycle.willTerminate();
+        quit.lifecycle.willTerminate();
+        QCOMPARE(quit.ended, 1);
     }
 
-    // A session that allows no questions, a signal, a lost display: nobody can be asked, so
-    // the save is tried, and what it could not save is written down by name.
     void anEndingThatCannotAskLogsWhatIsLost_data()
     {
         QTest::addColumn<bool>("bySession");
@@ -340,42 +307,21 @@ private Q_SLOTS:
     void anEndingThatCannotAskLogsWhatIsLost()
     {
         QFETCH(bool, bySession);
-        int flushes = 0;
-        int ended = 0;
-        bool asked = false;
-        AppLifecycle lifecycle({
-            .flushAll =
-                [&] {
-                    ++flushes;
-                    return false;
-                },
-            .unsavedWork =
-                [] {
-                    return UnsavedWork{u"disk I/O error"_s, {u"Plans"_s, u"Todo"_s}};
-                },
-            .askAfterFailedSave =
-                [&](const UnsavedWork&) {
-                    asked = true;
-                    return QuitChoice::Stay;
-                },
-            .willTerminate = [&] { ++ended; },
-        });
-        QStringList log;
-        const Log::Capture capture([&](const QString& line) { log << line; });
+        Quit quit;
+        quit.failing = 9;
         if (bySession)
-            QVERIFY2(!lifecycle.commitData([] { return false; }), "the logout is not refused");
+            QVERIFY2(!quit.lifecycle.commitData([] { return false; }), "the logout is not refused");
         else
-            lifecycle.terminateUnconditionally();
-        QVERIFY(!asked);
-        QCOMPARE(flushes, 1);
-        QCOMPARE(ended, bySession ? 0 : 1);
-        QCOMPARE(log.size(), 1);
-        QVERIFY(log.first().contains(u"Plans, Todo"_s));
-        QVERIFY(log.first().contains(u"disk I/O error"_s));
+            quit.lifecycle.terminateUnconditionally();
+        QVERIFY(quit.asked.isEmpty());
+        QCOMPARE(quit.flushes, 1);
+        QCOMPARE(quit.ended, bySession ? 0 : 1);
+        QCOMPARE(quit.log.size(), 1);
+        QVERIFY(quit.log.first().contains(u"Plans, Todo"_s));
+        QVERIFY(quit.log.first().contains(u"disk I/O error"_s));
     }
 
-    // The question itself: what it says and which button answers what; neither Return nor
-    // Escape gives notes up.
+    // Neither Return nor Escape gives notes up.
     void theUnsavedQuestionNamesTheLossAndDefaultsToSafety()
     {
         QStringList titles;
@@ -400,8 +346,6 @@ private Q_SLOTS:
         QCOMPARE(box->escapeButton()->property("choice").toInt(), int(QuitChoice::Stay));
     }
 
-    // A new note from the menu, a hot key or the deck opens in the deck on the screen under
-    // the pointer; the text size keys step the size within its range and reach the decks.
     void aNewNoteOpensInTheDeckUnderThePointer()
     {
         Program program;
@@ -429,9 +373,6 @@ private Q_SLOTS:
         program.services->closeDecks();
     }
 
-    // URLs from other programs and later starts run in order, each by itself: text becomes a
-    // note without a deck opening over the person's work, a URL that does not qualify is
-    // skipped with its reason, and commands whose window is not built yet say so in the log.
     void urlsHandedInRunInOrderAndSkipWhatDoesNotQualify()
     {
         Program program;
@@ -475,15 +416,12 @@ private Q_SLOTS:
         program.services->closeDecks();
     }
 
-    // Text handed in while the library cannot be written would be gone: the sender is told
-    // the text was not kept, and can keep it.
     void aUrlTextTheLibraryCannotKeepIsRefused()
     {
         Program program;
         program.services->openNotes();
         QVERIFY(program.services->noteStore().flushAll());
         program.services.reset();
-        // Rows whose key is gone cannot be read, so nothing may be written over them.
         QVERIFY(QFile::remove(program.dir.filePath(u"data/note.key"_s)));
         program.start();
         program.services->openNotes();
@@ -495,7 +433,6 @@ private Q_SLOTS:
                              u"text was not kept"_s});
     }
 
-    // A later timer that fires is the sign that an earlier one had its chance.
     void qtTimersFireOnceAndCancelHolds()
     {
         QtScheduler scheduler;

@@ -40,7 +40,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Counts what the program asks of the desktop's hot keys; every grab succeeds.
 class RecordingHotKeys final : public HotKeyBackend {
 public:
     int grab(quint32, quint32, quint32) override
@@ -53,13 +52,10 @@ public:
     int releases = 0;
 };
 
-// The program's services over fakes for the desktop in a temporary folder, and the settings
-// model over them with its hooks counted.
 struct Rig {
     QTemporaryDir dir;
     RecordingHotKeys* keys = nullptr;
     FakeDisplays* displays = nullptr;
-    MemoryLoginItem* loginItem = nullptr;
     std::unique_ptr<AppServices> services;
     int refreshes = 0;
     QList<AppLanguage> relaunches;
@@ -69,12 +65,9 @@ struct Rig {
         QDir().mkpath(dir.filePath(u"data"_s));
         AppServices::Backends backends;
         backends.scheduler = std::make_unique<ManualScheduler>();
-        auto defaults = std::make_unique<MemoryDefaults>();
-        defaults->values = settings;
-        backends.defaults = std::move(defaults);
-        auto login = std::make_unique<MemoryLoginItem>();
-        loginItem = login.get();
-        backends.loginItem = std::move(login);
+        backends.defaults = std::make_unique<MemoryDefaults>();
+        static_cast<MemoryDefaults*>(backends.defaults.get())->values = settings;
+        backends.loginItem = std::make_unique<MemoryLoginItem>();
         backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
         backends.desktop = std::make_unique<RecordingDesktop>();
         backends.files = std::make_unique<FaultyFiles>();
@@ -84,14 +77,12 @@ struct Rig {
         QList<DisplayInfo> list;
         for (int i = 1; i <= displayCount; ++i)
             list << FakeDisplays::make(quint32(i), QRectF(1920 * (i - 1), 0, 1920, 1080), i == 1);
-        auto shown = std::make_unique<FakeDisplays>(list);
-        displays = shown.get();
-        backends.displays = std::move(shown);
+        displays = static_cast<FakeDisplays*>(
+            (backends.displays = std::make_unique<FakeDisplays>(list)).get());
         backends.windowHints = std::make_unique<RecordingWindowHints>();
         backends.compositor = std::make_unique<FixedCompositor>(true);
-        auto hotKeys = std::make_unique<RecordingHotKeys>();
-        keys = hotKeys.get();
-        backends.hotKeys = std::move(hotKeys);
+        keys = static_cast<RecordingHotKeys*>(
+            (backends.hotKeys = std::make_unique<RecordingHotKeys>()).get());
         services = std::make_unique<AppServices>(std::move(backends),
                                                  Paths{dir.filePath(u"data"_s)}, dir.path());
         services->hotKeys()->registerActions({}, {}, {}, {});
@@ -119,7 +110,6 @@ QStringList documentsIn(const QString& folder)
 Q_DECLARE_METATYPE(Change)
 Q_DECLARE_METATYPE(Shortcut)
 
-// The settings model, the key recorder and the window over them.
 class TestSettingsWindow : public QObject {
     Q_OBJECT
 
@@ -127,8 +117,7 @@ private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void cleanup() { L10n::install(AppLanguage::English); }
 
-    // A model made while sync is on and every value is set must not redraw, grab or start
-    // anything: it is made at launch, before the launch steps that do.
+    // Made at launch, the model must not redraw, grab or start anything.
     void initialisingActsOnNothing()
     {
         QTemporaryDir root;
@@ -226,12 +215,10 @@ private Q_SLOTS:
         QCOMPARE(shown, values);
         auto* picker = window.findChild<QComboBox*>(u"displayTarget"_s);
         QCOMPARE(!picker->isHidden(), displays > 1);
-        // Unplugged while the window is open: the picker goes.
         rig.displays->set({FakeDisplays::make(1, QRectF(0, 0, 1920, 1080), true)});
         QVERIFY(picker->isHidden());
     }
 
-    // The clash is a warning on both rows; the value is stored all the same.
     void aClashShowsOnBothRows()
     {
         Rig rig;
@@ -249,14 +236,11 @@ private Q_SLOTS:
         model.setShortcut(u"find", Settings::scPin());
         QCOMPARE(Settings::scFind(), Settings::scPin());
         QCOMPARE(warned(), (QStringList{u"find"_s, u"pin"_s}));
-        // Two unset shortcuts are no clash.
         model.setShortcut(u"find", Shortcut::none());
         model.setShortcut(u"pin", Shortcut::none());
         QCOMPARE(warned(), QStringList());
     }
 
-    // Another folder is a first sync into it: every note is written there, documents already
-    // there become notes, and nothing is deleted in either folder.
     void anotherSyncFolderIsAFirstSyncThatDeletesNothing()
     {
         QTemporaryDir first, second;
@@ -276,8 +260,7 @@ private Q_SLOTS:
         QCOMPARE(Settings::cloudSyncRoot(), second.path());
         QCOMPARE(documentsIn(first.filePath(u"Pondrift"_s)), firstDocuments);
         const QStringList secondDocuments = documentsIn(second.filePath(u"Pondrift"_s));
-        QVERIFY2(secondDocuments.contains(u"From the laptop.md"_s),
-                 qPrintable(secondDocuments.join(u", ")));
+        QVERIFY(secondDocuments.contains(u"From the laptop.md"_s));
         QCOMPARE(secondDocuments.size(), firstDocuments.size() + 1);
         QCOMPARE(notes.active().size(), firstDocuments.size() + 1);
         QCOMPARE(model.syncFolderPath(), second.filePath(u"Pondrift"_s));
@@ -414,9 +397,6 @@ private Q_SLOTS:
         QVERIFY2(window.isOpen(), "opened again, it stays the one window");
     }
 
-    // Tab walks each page as it reads: down the rows, and left to right within one. A control
-    // the keyboard reaches out of turn (a field added later, a button reparented) sends a
-    // person who cannot see the page somewhere else than where they are reading.
     void theKeyboardWalksEachPageInReadingOrder()
     {
         Rig rig;
@@ -435,7 +415,6 @@ private Q_SLOTS:
                 QWidget* now = QApplication::focusWidget();
                 if (!now || now == tabs->tabBar() || !tabs->currentWidget()->isAncestorOf(now))
                     break;
-                // On the page's body, which scrolls under the window as the focus moves down.
                 QWidget* body = qobject_cast<QScrollArea*>(tabs->currentWidget())->widget();
                 const QPoint at = now->mapTo(body, QPoint(0, now->height() / 2));
                 walked << QString::fromLatin1(now->metaObject()->className()) + u' '

@@ -24,7 +24,6 @@ namespace {
 constexpr int patienceMs = 30'000;
 const QString helper = QStringLiteral(PONDRIFT_HELPER_DIR "/instance");
 
-// A later start, as a child process: the helper hands its items to the instance in folder.
 struct Start {
     QProcess process;
 
@@ -33,7 +32,6 @@ struct Start {
         process.setProcessChannelMode(QProcess::SeparateChannels);
         process.start(helper, QStringList{folder} + arguments);
     }
-    // Waits with the event loop running, so that an instance in the test process answers.
     bool finished()
     {
         if (process.state() == QProcess::NotRunning)
@@ -53,7 +51,6 @@ QByteArray framed(const QByteArray& payload, qint64 declared = -1)
 
 } // namespace
 
-// The one-instance guard over real sockets, with later starts as real processes.
 class TestSingleInstance : public QObject {
     Q_OBJECT
 
@@ -63,7 +60,6 @@ class TestSingleInstance : public QObject {
 
     QString folder() const { return dir.filePath(u"run"_s); }
 
-    // The instance in this process, taking requests into received.
     std::unique_ptr<QtSingleInstance> runningInstance(QList<QStringList>& received)
     {
         auto instance = std::make_unique<QtSingleInstance>(folder());
@@ -91,8 +87,6 @@ private Q_SLOTS:
     }
     void cleanup() { capture.reset(); }
 
-    // What the running instance answers reaches the later start, which ends with the matching
-    // status; items it refuses are skipped, the others still arrive.
     void aLaterStartHandsItsRequestOver_data()
     {
         QTest::addColumn<QStringList>("items");
@@ -122,8 +116,6 @@ private Q_SLOTS:
         QCOMPARE(received, QList<QStringList>{items});
     }
 
-    // The instance is still launching when the request comes: the start waits for the answer
-    // instead of being turned away, and the request is not lost.
     void aRequestBeforeTheReceiverWaitsForIt()
     {
         QtSingleInstance instance(folder());
@@ -142,8 +134,6 @@ private Q_SLOTS:
         QCOMPARE(received, QList<QStringList>{{u"early"_s}});
     }
 
-    // An instance that crashed leaves its socket file with no one listening: the next start
-    // must take over rather than hand its request into the void or refuse to run.
     void aSocketLeftByACrashIsTakenOver()
     {
         Start crashed(folder(), {});
@@ -163,7 +153,6 @@ private Q_SLOTS:
         QCOMPARE(received, QList<QStringList>{{u"after the crash"_s}});
     }
 
-    // Two starts at the same instant: exactly one runs and the other hands its request to it.
     void twoStartsAtOnceEndWithOneInstance()
     {
         constexpr int rounds = 8;
@@ -211,7 +200,6 @@ private Q_SLOTS:
         }
     }
 
-    // A request too large is refused by the start itself, before it bothers the instance.
     void aTooLargeRequestFailsTheStartAndReachesNothing()
     {
         QList<QStringList> received;
@@ -233,8 +221,6 @@ private Q_SLOTS:
         QCOMPARE(received.first().first().size(), SingleInstance::maxRequestBytes - 1);
     }
 
-    // Whatever arrives on the socket, the instance answers or drops that one connection, logs
-    // why, and serves the next start as before.
     void aBadRequestIsRefusedAndTheInstanceKeepsServing_data()
     {
         QTest::addColumn<QByteArray>("bytes");
@@ -284,7 +270,6 @@ private Q_SLOTS:
         QCOMPARE(received, QList<QStringList>{{u"still here?"_s}});
     }
 
-    // The socket lives in a folder of the user's own, made private if the start makes it.
     void theFolderAndSocketAreTheUsersAlone()
     {
         QList<QStringList> received;

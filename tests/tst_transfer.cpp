@@ -18,13 +18,11 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// Gives the answers a person would, and keeps what they were told.
 class AnsweringPrompts final : public TransferPrompts {
 public:
     QString folder;
     QString saveFile;
     QStringList openFiles;
-    // The person cancels once this many files are done; never when negative.
     int cancelAfter = -1;
 
     QStringList alerts; // "title: text"
@@ -46,7 +44,6 @@ private:
     int done = 0;
 };
 
-// A library, a folder to export into and the transfer between them.
 struct Rig {
     TestLibrary lib;
     QTemporaryDir out;
@@ -74,8 +71,6 @@ struct Rig {
     }
 };
 
-// The fields a note keeps through an archive, which holds whole seconds; the id and the place
-// in the deck are the importing library's.
 Note kept(Note note)
 {
     note.id.clear();
@@ -146,7 +141,6 @@ private Q_SLOTS:
             QCOMPARE(TestFiles::read(rig.outPath(name)), "theirs");
     }
 
-    // Export, then import elsewhere or into the same library: the same notes and pictures.
     void archiveRoundTrip_data()
     {
         QTest::addColumn<bool>("withPicture");
@@ -182,7 +176,6 @@ private Q_SLOTS:
         const QList<Note> stored = to.lib.stored();
         QCOMPARE(stored.size(), before + 2);
         for (const Note& original : notes) {
-            // Into the same library, the copy comes in beside the original, under a new id.
             const auto same = std::find_if(stored.cbegin(), stored.cend(), [&](const Note& n) {
                 return n.title == original.title && (n.id != original.id) == sameLibrary;
             });
@@ -199,7 +192,6 @@ private Q_SLOTS:
         }
     }
 
-    // Whatever goes wrong is told, and nothing stored before is lost or half written.
     void importProblems_data()
     {
         QTest::addColumn<QString>("name");
@@ -282,7 +274,6 @@ private Q_SLOTS:
         QCOMPARE(rig.lib.stored(), stored);
     }
 
-    // Stopping between files keeps what was done: whole files, and notes already read.
     void cancelHalfway_data()
     {
         QTest::addColumn<TransferFormat>("format");
@@ -321,8 +312,6 @@ private Q_SLOTS:
         QCOMPARE(rig.prompts.alerts, told);
     }
 
-    // Delete A, import an archive holding A while the deletion can still be undone, then
-    // undo: the imported A is what the next launch finds.
     void importEndsAWaitingUndo()
     {
         Rig rig;
