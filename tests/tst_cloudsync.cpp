@@ -509,19 +509,15 @@ private Q_SLOTS:
     // never newer than now; note, database and index agree on it.
     void pulledNoteTakesTheLaterOfItsDeclaredAndFileDates_data()
     {
-        QTest::addColumn<bool>("known");           // the note was synced here before
         QTest::addColumn<double>("declaredAhead"); // of the file's date, in whole seconds
-        QTest::newRow("a hand edit: the file's date is later") << true << -100.0;
-        QTest::newRow("a clock ahead elsewhere: cut to now") << true << 60.0;
-        QTest::newRow("a note never seen here, dated behind its file") << false << -100.0;
-        QTest::newRow("a note never seen here, dated ahead of now") << false << 60.0;
+        QTest::newRow("a hand edit: the file's date is later") << -100.0;
+        QTest::newRow("a clock ahead elsewhere: cut to now") << 60.0;
     }
     void pulledNoteTakesTheLaterOfItsDeclaredAndFileDates()
     {
-        QFETCH(bool, known);
         QFETCH(double, declaredAhead);
-        const QString id = known ? synced(u"original"_s, u"Plans"_s).id : u"FROM-ELSEWHERE"_s;
-        const QString name = known ? u"Plans.md"_s : u"Elsewhere.md"_s;
+        const QString id = synced(u"original"_s, u"Plans"_s).id;
+        const QString name = u"Plans.md"_s;
         clock.advance(2.25);
         const double declared = std::floor(clock.now().seconds) + declaredAhead;
         dropNote(name, aNote().id(id).title(u"Plans"_s).body(u"edited there"_s).modified(declared));
