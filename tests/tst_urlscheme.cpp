@@ -84,6 +84,7 @@ private Q_SLOTS:
         row("another scheme", u"https://new?text=a"_s, Refusal::NotPondrift);
         row("a scheme that only starts the same", u"pondrifts://new?text=a"_s,
             Refusal::NotPondrift);
+        row("the scheme in another case", u"Pondrift://new?text=a"_s, Refusal::NotPondrift);
         row("the empty string", QString(), Refusal::NotPondrift);
         row("no authority", u"pondrift:new?text=a"_s, Refusal::NoHost);
         row("an empty host", u"pondrift:///new?text=a"_s, Refusal::NoHost);
@@ -93,10 +94,12 @@ private Q_SLOTS:
         row("a command with something after it", u"pondrift://news?text=a"_s,
             Refusal::UnknownCommand);
         row("a '%' at the end", u"pondrift://new?text=50%"_s, Refusal::BadEscape);
+        row("a '%' with one digit", u"pondrift://new?text=%4"_s, Refusal::BadEscape);
         row("a '%' with no hex after it", u"pondrift://new?text=%zz"_s, Refusal::BadEscape);
         row("a broken escape in an item that is not the text", u"pondrift://new?x=%G1&text=a"_s,
             Refusal::BadEscape);
         row("a byte that is never UTF-8", u"pondrift://new?text=ok%FF"_s, Refusal::NotUtf8);
+        row("a sequence cut short", u"pondrift://new?text=%E4%BD"_s, Refusal::NotUtf8);
         row("an overlong form", u"pondrift://new?text=%C0%AF"_s, Refusal::NotUtf8);
         row("a surrogate encoded in UTF-8", u"pondrift://new?text=%ED%A0%80"_s, Refusal::NotUtf8);
         row("text one byte over the limit",
