@@ -80,6 +80,7 @@ private Q_SLOTS:
         own("an edge under 4 points", u"edgeWidth"_s, 3.9, 14.0);
         own("an edge of exactly 4 points is kept", u"edgeWidth"_s, 4, 4.0);
         own("a deck position above the top", u"deckYRatio"_s, 1.7, 1.0);
+        own("a deck position below the bottom", u"deckYRatio"_s, -2, 0.0);
         const auto language = [&](const char* name, const QString& stored, AppLanguage reads) {
             own(name, u"appLanguage"_s, stored, QVariant::fromValue(reads));
         };
