@@ -72,14 +72,6 @@ struct Rig {
     }
 };
 
-int libraryWindows()
-{
-    int count = 0;
-    for (QWidget* w : QApplication::topLevelWidgets())
-        count += qobject_cast<LibraryWindow*>(w) != nullptr;
-    return count;
-}
-
 } // namespace
 
 class TestLibraryWindow : public QObject {
@@ -95,7 +87,9 @@ private Q_SLOTS:
         Rig r;
         r.library.show(LibraryMode::all);
         r.library.show(LibraryMode::archive);
-        QCOMPARE(libraryWindows(), 1);
+        QCOMPARE(std::ranges::count_if(QApplication::topLevelWidgets(),
+                                       [](QWidget* w) { return qobject_cast<LibraryWindow*>(w); }),
+                 1);
         QVERIFY(r.window().isVisible());
         QCOMPARE(r.window().windowTitle(), u"Pondrift"_s);
         QVERIFY(r.window().minimumSize() == QSize(720, 420));

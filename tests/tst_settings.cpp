@@ -18,15 +18,13 @@ class TestSettings : public QObject {
     MemoryLoginItem loginItem;
 
 private Q_SLOTS:
-    // A fresh store for each test and each row, which also drops the memory caches: a cache
-    // left from the store before would show in the rows of reads that follow each other.
+    // A fresh store for each row also drops the memory caches.
     void init()
     {
         store = std::make_unique<MemoryDefaults>();
         Settings::install(*store, loginItem);
     }
 
-    // The sizes, scale and edge defaults show up in the rows below; these are the rest.
     void freshProfileReadsTheDefaultsAndWritesNothing()
     {
         QCOMPARE(Settings::deckYRatio(), 0.5);
@@ -62,7 +60,6 @@ private Q_SLOTS:
         row("handwriting switched off reads as the system font", {{old, false}}, font, QString());
         row("the switch as the settings file writes it", {{old, u"false"_s}}, font, QString());
         row("a number is no switch", {{old, 0}}, font, handwriting);
-        row("handwriting switched on stays", {{old, true}}, font, handwriting);
         row("a stored font name wins over the old switch", {{old, false}, {font, u"Georgia"_s}},
             font, u"Georgia"_s);
         const QString size = u"noteSizeIndex"_s;
@@ -82,7 +79,6 @@ private Q_SLOTS:
         own("a deck scale as text from the settings file", u"deckScale"_s, u"1.25"_s, 1.25);
         own("an edge under 4 points", u"edgeWidth"_s, 3.9, 14.0);
         own("an edge of exactly 4 points is kept", u"edgeWidth"_s, 4, 4.0);
-        own("a wide edge is kept", u"edgeWidth"_s, 60, 60.0);
         own("a deck position above the top", u"deckYRatio"_s, 1.7, 1.0);
         own("a deck position below the bottom", u"deckYRatio"_s, -2, 0.0);
         const auto language = [&](const char* name, const QString& stored, AppLanguage reads) {
