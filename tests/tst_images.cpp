@@ -21,17 +21,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-QByteArray pngBytes(int width = 4, int height = 3)
-{
-    QImage image(width, height, QImage::Format_ARGB32);
-    image.fill(Qt::red);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
-
 QByteArray encoded(const QImage& image, const char* format)
 {
     QByteArray bytes;
@@ -39,6 +28,13 @@ QByteArray encoded(const QImage& image, const char* format)
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, format);
     return bytes;
+}
+
+QByteArray pngBytes(int width = 4, int height = 3)
+{
+    QImage image(width, height, QImage::Format_ARGB32);
+    image.fill(Qt::red);
+    return encoded(image, "PNG");
 }
 
 // A JPEG as a phone writes it when held sideways: the pixels as the sensor saw them, and an
@@ -205,22 +201,22 @@ private Q_SLOTS:
         QTest::newRow("a double extension is refused") << u"tar.gz"_s << QString();
         QTest::newRow("a path in the extension is refused") << u"/../x"_s << QString();
         QTest::newRow("an empty extension is refused") << QString() << QString();
+        QTest::newRow("empty data is refused") << u"empty"_s << QString();
     }
     void extensions()
     {
         QFETCH(QString, ext);
         QFETCH(QString, storedAs);
-        const std::optional<QString> id = store->save(u"bytes"_s.toUtf8(), ext);
+        const std::optional<QString> id =
+            store->save(ext == u"empty"_s ? QByteArray() : "bytes", ext);
         QCOMPARE(id.has_value(), !storedAs.isEmpty());
         if (!id) {
             QVERIFY(store->allIDs().isEmpty());
             return;
         }
         QVERIFY(QFile::exists(folder + u'/' + *id + u'.' + storedAs));
-        QCOMPARE(store->data(*id), u"bytes"_s.toUtf8());
+        QCOMPARE(store->data(*id), "bytes");
     }
-
-    void emptyDataIsRefused() { QVERIFY(!store->save(QByteArray(), u"png"_s)); }
 
     void hostileIDsReachNothing_data()
     {
@@ -234,24 +230,21 @@ private Q_SLOTS:
         QFETCH(QString, id);
         // Files that a path trick would reach, beside and below the folder.
         QDir().mkpath(folder + u"/sub"_s);
-        const QString outside = root.filePath(u"Support/secret.png"_s);
-        const QString below = folder + u"/sub/secret.png"_s;
-        TestFiles::write(outside, pngBytes());
-        TestFiles::write(below, pngBytes());
-        TestFiles::write(folder + u"/se_cret.png"_s, pngBytes());
-        TestFiles::write(folder + u"/.png"_s, pngBytes());
-
+        const QStringList reachable{root.filePath(u"Support/secret.png"_s),
+                                    folder + u"/sub/secret.png"_s, folder + u"/se_cret.png"_s,
+                                    folder + u"/.png"_s};
+        for (const QString& path : reachable)
+            TestFiles::write(path, pngBytes());
         QVERIFY(!store->filePath(id));
         QVERIFY(!store->data(id));
         QVERIFY(!store->image(id));
         store->deleteImages({id});
-        QVERIFY(QFile::exists(outside));
-        QVERIFY(QFile::exists(below));
-        QVERIFY(QFile::exists(folder + u"/se_cret.png"_s));
+        for (const QString& path : reachable)
+            QVERIFY(QFile::exists(path));
         QVERIFY(store->allIDs().isEmpty());
     }
 
-    // Names other programs left, and one id under two extensions: png wins, once.
+    // Names other programs left, and one id under two extensions: png wins.
     void foreignNamesAreSkippedAndPngWins()
     {
         QDir().mkpath(folder);
@@ -262,6 +255,7 @@ private Q_SLOTS:
         TestFiles::write(folder + u"/X.jpg"_s, "jpg");
         TestFiles::write(folder + u"/X.png"_s, "png");
         QCOMPARE(store->data(u"X"_s), QByteArray("png"));
+        QVERIFY2(!store->image(u"X"_s), "undecodable bytes give no image");
         QVERIFY2(!store->data(u"a"_s), "a name with two dots belongs to no id");
         QFile::remove(folder + u"/X.png"_s);
         QCOMPARE(store->data(u"X"_s), QByteArray("jpg"));
@@ -373,14 +367,6 @@ private Q_SLOTS:
         QCOMPARE(QCryptographicHash::hash(file.readAll(), QCryptographicHash::Sha1), before);
     }
 
-    void undecodableFileGivesNoImage()
-    {
-        QDir().mkpath(folder);
-        TestFiles::write(folder + u"/BAD.png"_s, "not a picture");
-        QVERIFY(!store->image(u"BAD"_s));
-        QCOMPARE(store->data(u"BAD"_s), QByteArray("not a picture"));
-    }
-
     void folderIsMadeOnFirstSaveAndFailsQuietly()
     {
         QVERIFY(!QDir(folder).exists());
@@ -399,18 +385,12 @@ private Q_SLOTS:
     void aFullDiskLosesNoImageStoredBeforeIt()
     {
         const QString first = *store->save(pngBytes(1, 1), u"png"_s);
-        const QString second = *store->save(pngBytes(2, 2), u"png"_s);
         files.failAfter(0);
-        QVERIFY2(!store->save(pngBytes(3, 3), u"png"_s), "the third write meets a full disk");
-        QStringList kept{first, second};
-        kept.sort();
-        QCOMPARE(store->allIDs(), kept);
+        QVERIFY2(!store->save(pngBytes(3, 3), u"png"_s), "the second write meets a full disk");
+        QCOMPARE(store->allIDs(), QStringList{first});
         QCOMPARE(store->image(first)->size(), QSize(1, 1));
-        QCOMPARE(store->image(second)->size(), QSize(2, 2));
-        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 2);
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
-
-    // Pasting and dropping.
 
     void pasteboardPrefersFiles_data()
     {
