@@ -21,8 +21,7 @@ namespace {
 const QList<DisplayInfo> twoScreens{FakeDisplays::make(7, {0, 0, 1440, 900}, true),
                                     FakeDisplays::make(42, {1440, 0, 2560, 1440})};
 
-// The decks of a desktop with fake screens, a fake pointer and fake windows over a real
-// library. Windows are remembered by display; a window is gone with its deck.
+// Fake screens, pointer and windows (remembered by display) over a real library.
 struct Desk {
     MemoryDefaults defaults;
     MemoryLoginItem loginItem;
@@ -53,9 +52,6 @@ struct Desk {
                 },
         });
     }
-    ~Desk() { manager.reset(); }
-
-    // The newest window made for the display.
     FakeDeckWindow* window(quint32 id) const { return made.value(id); }
     QList<quint32> deckIDs() const
     {
@@ -69,7 +65,6 @@ struct Desk {
 
 } // namespace
 
-// Which displays get a deck, which deck acts, and how the decks follow the screens.
 class TestDeckManager : public QObject {
     Q_OBJECT
 
@@ -128,8 +123,7 @@ private Q_SLOTS:
         QCOMPARE(DeckTargets::displayAt(twoScreens, point), expected);
     }
 
-    // A chosen monitor unplugged: its deck moves to the main display, the setting stays,
-    // and the deck goes back when the monitor returns, with no restart.
+    // The setting stays, and the deck goes back when the monitor returns.
     void anUnpluggedChosenDisplayLendsItsDeckToTheMainOne()
     {
         Desk desk(u"id:42"_s);
@@ -145,8 +139,6 @@ private Q_SLOTS:
         QVERIFY(twoScreens.last().frame.contains(desk.window(42)->frame()));
     }
 
-    // Under "main" with every screen gone (a closed lid, no monitor), the deck waits with
-    // its window hidden instead of standing on no screen, and comes back laid out.
     void aDeckWithoutItsDisplayHidesUntilItReturns()
     {
         Desk desk(u"main"_s);
@@ -163,8 +155,6 @@ private Q_SLOTS:
         QVERIFY(twoScreens.first().frame.contains(window->frame()));
     }
 
-    // Switching from every display to the main one drops the other deck and leaves the
-    // main deck as it was, open note and all.
     void fromAllToMainTheMainDeckKeepsItsState()
     {
         Desk desk;
@@ -180,8 +170,6 @@ private Q_SLOTS:
         QCOMPARE(main->state(), DeckState::expanded(note.id));
     }
 
-    // A monitor plugged in reports itself, its geometry and its work area one by one; the
-    // decks follow once, on the last.
     void aBurstOfDisplayChangesRebuildsOnce()
     {
         Desk desk;
@@ -201,8 +189,7 @@ private Q_SLOTS:
         QCOMPARE(desk.made.size(), 2);
     }
 
-    // The deck that activates sends the others to rest and is itself left alone, also when
-    // it is the only one: opening a note on one screen closes the note open on the other.
+    // Also when it is the only one, which must not send itself to rest.
     void anActivatedDeckStandsTheOthersDown_data()
     {
         QTest::addColumn<QString>("target");

@@ -24,7 +24,6 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
-// A window that keeps what it is told, and the floating note's windows made so far.
 struct FakeWindow final : FloatingWindow {
     QRectF at;
     bool shown = false;
@@ -41,7 +40,6 @@ struct FakeWindow final : FloatingWindow {
     bool isShown() const override { return shown; }
     bool isAbove() const override { return above; }
     void setAbove(bool on) override { above = on; }
-    // Kept for the test to look at; the floating note has let go of it.
     void dismiss(std::optional<QRectF> target) override
     {
         dismissed = true;
@@ -79,7 +77,6 @@ struct Floating {
     QString id = notes.create(u"Groceries"_s, QString()).id;
 
     Floating() { pointer.setLocation({10, 10}); }
-    // The window still afloat is the floating note's to delete.
     ~Floating()
     {
         for (auto& w : windows) {
@@ -88,7 +85,6 @@ struct Floating {
         }
     }
     FakeWindow& window() { return *windows.back(); }
-    // Pulled out and dropped at (800, 500), held 20 by 30 from the note's corner.
     FakeWindow& dropped()
     {
         floating.present(id, {700, 400}, {20, 30});
@@ -280,7 +276,6 @@ private Q_SLOTS:
         p.drag(header, QPoint(40, 10), {QPoint(140, 60), QPoint(240, 110)});
         QCOMPARE(w->pos(), start + QPoint(200, 100));
         QCOMPARE(Settings::floatingNotePlace()->origin, w->frame().topLeft());
-
         // The bottom right corner, beyond the least size on one axis and short of it on the
         // other; the size is kept only when the pull ends.
         const QPoint corner = w->paperRect().bottomRight().toPoint() - QPoint(1, 1);
@@ -288,7 +283,6 @@ private Q_SLOTS:
         p.drag(w, corner, steps, [&] { QCOMPARE(Settings::floatingNoteSize(), QSizeF(400, 300)); });
         QCOMPARE(w->frame().size(), QSizeF(460, 220));
         QCOMPARE(Settings::floatingNoteSize(), QSizeF(460, 220));
-
         // Far past the least size from the top left: the opposite corner stays put.
         const QPointF bottomRight = w->mapToGlobal(w->paperRect().bottomRight());
         const QPoint topLeft = w->paperRect().topLeft().toPoint() + QPoint(1, 1);
@@ -330,7 +324,6 @@ private:
                 return window.data();
             }};
         QString id = notes.create(u"Milk"_s, QString()).id;
-
         Panel()
         {
             floating.present(id, {500, 500}, {10, 10});
