@@ -58,7 +58,7 @@ constexpr quint32 sourceApplication = 1;
 // Messages a pager or taskbar sends for the user, which window managers always honour.
 constexpr quint32 sourcePager = 2;
 // Milliseconds between the looks at a released panel that may still hold the keyboard.
-constexpr int handBackChecks[] = {150, 350, 700, 1500};
+constexpr int handBackChecks[] = {150, 350, 700, 1500, 3000, 6000};
 
 template <typename T>
 struct FreeReply {
@@ -308,7 +308,7 @@ void X11WindowHints::releaseKeyboard(QWindow* window)
 
 // A window that takes no keyboard must not keep it. Should the panel still hold it a moment
 // later (a window manager still busy with the panel's own activation, which on a loaded
-// machine can take a second or more), the keyboard is handed over again, at the server's
+// machine can take seconds), the keyboard is handed over again, at the server's
 // current time; looked at a few times, further apart each time, unless the panel has asked
 // for the keyboard again meanwhile.
 void X11WindowHints::handBackLater(QWindow* window, quint32 previous, int attempt)
