@@ -85,9 +85,9 @@ public:
         ++reads;
         return folder.read(name);
     }
-    std::optional<Date> modificationDate(const QString& name) override
+    std::optional<FileStamp> fileStamp(const QString& name) override
     {
-        return folder.modificationDate(name);
+        return folder.fileStamp(name);
     }
     bool write(const QString& text, const QString& name) override
     {

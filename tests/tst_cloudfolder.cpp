@@ -150,7 +150,7 @@ private Q_SLOTS:
         QCOMPARE(folder.documentNames(), (QStringList{u"E.MD"_s, u"a.md"_s, u"b.md"_s}));
         // The date keeps the file system's fractions.
         const QDateTime exact = QFileInfo(dir + u"/a.md"_s).lastModified();
-        QCOMPARE(static_cast<qint64>(folder.modificationDate(u"a.md"_s)->seconds * 1000),
+        QCOMPARE(static_cast<qint64>(folder.fileStamp(u"a.md"_s)->modified.seconds * 1000),
                  exact.toMSecsSinceEpoch());
     }
 

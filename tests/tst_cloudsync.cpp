@@ -17,6 +17,8 @@
 
 #include <algorithm>
 #include <cmath>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 using namespace Qt::Literals::StringLiterals;
 using Answer = MassDeletePrompt::Answer;
@@ -521,14 +523,14 @@ private Q_SLOTS:
         clock.advance(2.25);
         const double declared = std::floor(clock.now().seconds) + declaredAhead;
         dropNote(name, aNote().id(id).title(u"Plans"_s).body(u"edited there"_s).modified(declared));
-        const Date written = *m->folder.modificationDate(name);
+        const FileStamp written = *m->folder.fileStamp(name);
         QVERIFY(m->engine->syncNow());
         QCOMPARE(plan(), u"pull(%1)"_s.arg(name));
-        const Date expected = declaredAhead > 0 ? clock.now() : written;
+        const Date expected = declaredAhead > 0 ? clock.now() : written.modified;
         QCOMPARE(m->notes->note(id)->body, u"edited there"_s);
         QCOMPARE(m->notes->note(id)->modified, expected);
         QCOMPARE(m->engine->index().entry(id)->syncedModified, expected);
-        QCOMPARE(m->engine->index().entry(id)->fileModified, written);
+        QCOMPARE(m->engine->index().entry(id)->file, written);
         quietPass();
         m->restart();
         QCOMPARE(m->notes->note(id)->modified, expected);
@@ -574,6 +576,39 @@ private Q_SLOTS:
         QCOMPARE(plan(), QString());
         QCOMPARE(m->folder.reads, reads);
         QCOMPARE(TestFiles::snapshot(m->folder.path()), written);
+    }
+
+    // A client may put another machine's version in place under the very date recorded here:
+    // it gives a file the sender's date, and a folder that keeps dates in whole seconds or
+    // steps of two makes two dates one. The file's length, or the time the file system itself
+    // last changed it, still shows the replacement.
+    void replacementUnderTheRecordedDateIsPulled_data()
+    {
+        QTest::addColumn<QString>("body");
+        QTest::newRow("of another length") << u"edited elsewhere"_s;
+        QTest::newRow("of the same length") << u"EDITED"_s;
+    }
+    void replacementUnderTheRecordedDateIsPulled()
+    {
+        QFETCH(QString, body);
+        const Note a = synced(u"edited"_s, u"Plans"_s);
+        const QString path = m->file(u"Plans.md"_s);
+        const FileStamp recorded = m->engine->index().entry(a.id)->file;
+        const qsizetype length = TestFiles::read(path).size();
+        clock.advance(3);
+        dropNote(u"Plans.md"_s, editedThere(*m->notes->note(a.id), u"Plans"_s, body));
+        const double s = recorded.modified.seconds;
+        const timespec at{static_cast<time_t>(std::floor(s)),
+                          static_cast<long>(std::round((s - std::floor(s)) * 1e9))};
+        const timespec times[2]{at, at};
+        QCOMPARE(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
+        QCOMPARE(m->folder.fileStamp(u"Plans.md"_s)->modified, recorded.modified);
+        QCOMPARE(TestFiles::read(path).size() == length, body.size() == a.body.size());
+
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), u"pull(Plans.md)"_s);
+        QCOMPARE(m->notes->note(a.id)->body, body);
+        quietPass();
     }
 
     // Edits in a burst give one pass a second after the last; the pass's own changes give

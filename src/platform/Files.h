@@ -37,6 +37,8 @@ public:
         Kind kind = Kind::Other;
         Date modified;
         qint64 size = 0;
+        // The last change of the file or of its status, set by the file system itself.
+        Date changed;
         // A symbolic link: kind, date and size are those of what it leads to (Other for a
         // link that leads nowhere). Other programs' links are theirs to change.
         bool link = false;

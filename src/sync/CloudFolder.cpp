@@ -14,6 +14,8 @@ using namespace Qt::Literals::StringLiterals;
 
 namespace {
 
+FileStamp stampOf(const Files::Entry& entry) { return {entry.modified, entry.size, entry.changed}; }
+
 // Why the sync must leave what is at the path alone, if it must: another program's link,
 // pipe or folder under a document's name. A write would put a file in place of the link (or
 // change a file outside the folder through it), a removal would take the link away.
@@ -108,7 +110,7 @@ FolderScan CloudFolder::scan()
         if (!resolved->downloaded || entry.link || entry.kind != Files::Kind::File)
             result.unresolved.insert(resolved->name);
         else
-            result.documents.insert(resolved->name, entry.modified);
+            result.documents.insert(resolved->name, stampOf(entry));
     }
     // A placeholder and its downloaded file can briefly stand side by side: the file counts.
     for (auto it = result.documents.cbegin(); it != result.documents.cend(); ++it)
@@ -162,10 +164,10 @@ std::optional<QString> CloudFolder::read(const QString& name)
     return text;
 }
 
-std::optional<Date> CloudFolder::modificationDate(const QString& name)
+std::optional<FileStamp> CloudFolder::fileStamp(const QString& name)
 {
     if (const auto entry = files.stat(filePath(name)))
-        return entry->modified;
+        return stampOf(*entry);
     return std::nullopt;
 }
 

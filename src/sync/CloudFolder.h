@@ -37,7 +37,7 @@ public:
     Identity identity() override;
     std::optional<QString> mark() override;
     std::optional<QString> read(const QString& name) override;
-    std::optional<Date> modificationDate(const QString& name) override;
+    std::optional<FileStamp> fileStamp(const QString& name) override;
     bool write(const QString& text, const QString& name) override;
     bool remove(const QString& name) override;
     bool writeConflict(const QString& text, const QString& name) override;

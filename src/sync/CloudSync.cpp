@@ -308,18 +308,18 @@ bool CloudSync::tieIndexToFolder()
 
 QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
 {
-    const QHash<QString, Date>& documents = pass->scan.documents;
+    const QHash<QString, FileStamp>& documents = pass->scan.documents;
     QList<SyncPlan::RemoteFile> remote;
     remote.reserve(documents.size());
     for (auto it = documents.cbegin(); it != documents.cend(); ++it) {
         const QString& name = it.key();
-        const Date date = it.value();
+        const FileStamp& stamp = it.value();
         if (const auto id = syncIndex.idForFileName(name)) {
             const auto* entry = syncIndex.entry(*id);
-            if (entry->fileModified == date && entry->contentHash) {
+            if (entry->file == stamp && entry->contentHash) {
                 // Unchanged since the last sync: not read.
                 remote.append(
-                    {name, *id, entry->syncedModified, date, std::nullopt, entry->contentHash});
+                    {name, *id, entry->syncedModified, stamp, std::nullopt, entry->contentHash});
                 continue;
             }
         }
@@ -335,11 +335,11 @@ QList<SyncPlan::RemoteFile> CloudSync::remoteFiles()
             parsed.note = editOfKnownNote(parsed, *knownAs, store.note(*knownAs));
         pass->scanned.insert(name, parsed.note);
         if (parsed.hasIdentity || knownAs) {
-            remote.append({name, parsed.note.id, parsed.note.modified, date,
+            remote.append({name, parsed.note.id, parsed.note.modified, stamp,
                            SyncPlan::textKey(parsed.note.body),
                            SyncPlan::contentHash(parsed.note)});
         } else {
-            remote.append({name, std::nullopt, Date::distantPast(), date,
+            remote.append({name, std::nullopt, Date::distantPast(), stamp,
                            SyncPlan::textKey(parsed.note.body), std::nullopt});
         }
     }
@@ -544,7 +544,7 @@ void CloudSync::settleTwin(const QString& fileName)
     if (!keepIndexed) {
         // The note's document is the other name now, as last synced: the next pass compares
         // it with the note like any document that changed, and pulls, pushes or keeps a copy.
-        syncIndex.record(id, keeper, known.syncedModified, known.fileModified, known.contentHash);
+        syncIndex.record(id, keeper, known.syncedModified, known.file, known.contentHash);
         pass->indexChanged = true;
     }
     if (folder.remove(loser))
@@ -648,7 +648,7 @@ void CloudSync::carryOut(const Action& action)
 bool CloudSync::changedSinceScan(const QString& name)
 {
     const auto seen = pass->scan.documents.constFind(name);
-    const std::optional<Date> now = folder.modificationDate(name);
+    const std::optional<FileStamp> now = folder.fileStamp(name);
     if (seen == pass->scan.documents.cend())
         return now.has_value();
     return now != *seen;
@@ -703,7 +703,7 @@ bool CloudSync::push(const QString& noteID, const std::optional<QString>& existi
             release(*old);
     }
     syncIndex.record(noteID, target, note->modified,
-                     folder.modificationDate(target).value_or(scheduler.now()), localHash(*note));
+                     folder.fileStamp(target).value_or(scheduler.now()), localHash(*note));
     return true;
 }
 
@@ -712,11 +712,11 @@ void CloudSync::pull(const QString& fileName)
     const auto found = pass->scanned.constFind(fileName);
     if (found == pass->scanned.cend())
         return;
-    const auto date = folder.modificationDate(fileName);
-    if (!date)
+    const auto stamp = folder.fileStamp(fileName);
+    if (!stamp)
         return;
     Note note = found.value();
-    note.modified = std::max(*date, note.modified);
+    note.modified = std::max(stamp->modified, note.modified);
     note = madeSafe(
         note, store.note(note.id), [this] { return headOrder(store.active()); }, scheduler.now());
     // An entry for a note the store did not keep would read, after a restart, as a note
@@ -726,22 +726,22 @@ void CloudSync::pull(const QString& fileName)
     // The note as kept stands for the document: values made safe are not a local change to
     // write back, and the file is read again only when it changes.
     const std::optional<Note> kept = store.note(note.id);
-    syncIndex.record(note.id, fileName, note.modified, *date, localHash(kept ? *kept : note));
+    syncIndex.record(note.id, fileName, note.modified, *stamp, localHash(kept ? *kept : note));
 }
 
 void CloudSync::reindex(const QString& noteID, const QString& fileName)
 {
     const auto note = store.note(noteID);
-    const auto date = folder.modificationDate(fileName);
-    if (note && date)
-        syncIndex.record(noteID, fileName, note->modified, *date, localHash(*note));
+    const auto stamp = folder.fileStamp(fileName);
+    if (note && stamp)
+        syncIndex.record(noteID, fileName, note->modified, *stamp, localHash(*note));
 }
 
 void CloudSync::adopt(const QString& fileName)
 {
     const auto found = pass->scanned.constFind(fileName);
-    const auto date = folder.modificationDate(fileName);
-    if (found == pass->scanned.cend() || !date)
+    const auto stamp = folder.fileStamp(fileName);
+    if (found == pass->scanned.cend() || !stamp)
         return;
     Note note = found.value();
     // Every machine that adopts this file, and this one again after a failed write or a
@@ -761,15 +761,14 @@ void CloudSync::adopt(const QString& fileName)
             pass->adopted.insert(fileName);
             if (!syncIndex.entry(same->id))
                 syncIndex.record(same->id, fileName, same->modified,
-                                 folder.modificationDate(fileName).value_or(*date),
-                                 localHash(*same));
+                                 folder.fileStamp(fileName).value_or(*stamp), localHash(*same));
             return;
         }
         id = adoptionID(note, canonicalText(fileName));
     }
     note.id = asID(id);
-    note.created = *date;
-    note.modified = *date;
+    note.created = stamp->modified;
+    note.modified = stamp->modified;
     // First on the deck, as a new note would stand.
     note.order = headOrder(store.active());
     note.color = id.data1 % static_cast<quint32>(NoteColor::all().size());
@@ -782,8 +781,8 @@ void CloudSync::adopt(const QString& fileName)
     if (!folder.write(NoteDocument::render(note, foreignHeaderOf(folder, fileName)), fileName))
         return;
     pass->adopted.insert(fileName);
-    syncIndex.record(note.id, fileName, note.modified,
-                     folder.modificationDate(fileName).value_or(*date), localHash(note));
+    syncIndex.record(note.id, fileName, note.modified, folder.fileStamp(fileName).value_or(*stamp),
+                     localHash(note));
 }
 
 void CloudSync::deleteLocal(const QString& noteID)

@@ -9,6 +9,7 @@
 #include <QJsonObject>
 
 #include <cmath>
+#include <type_traits>
 
 using namespace Qt::Literals::StringLiterals;
 
@@ -49,15 +50,24 @@ std::optional<CloudSyncIndex> CloudSyncIndex::decode(const QByteArray& data)
         if (!name.isString() || !synced.isString() || !fileDate.isString())
             return std::nullopt;
         const auto syncedDate = IsoStamp::parse(synced.toString());
-        auto fileModified = IsoStamp::parse(fileDate.toString());
+        const auto fileModified = IsoStamp::parse(fileDate.toString());
         if (!syncedDate || !fileModified)
             return std::nullopt;
-        // Entries saved before the exact date and the hash were kept load without them.
-        if (const QJsonValue exact = e.value(u"fileStamp"_s); !exact.isUndefined()) {
-            if (!exact.isDouble() || !std::isfinite(exact.toDouble()))
-                return std::nullopt;
-            fileModified = Date{exact.toDouble()};
-        }
+        // Entries saved before the exact date, the length, the change time and the hash were
+        // kept load without them; such a file is read once more, which records them.
+        FileStamp file{*fileModified};
+        const auto number = [&](const QString& key, auto& into) {
+            const QJsonValue value = e.value(key);
+            if (value.isUndefined())
+                return true;
+            if (!value.isDouble() || !std::isfinite(value.toDouble()))
+                return false;
+            into = static_cast<std::remove_reference_t<decltype(into)>>(value.toDouble());
+            return true;
+        };
+        if (!number(u"fileStamp"_s, file.modified.seconds) || !number(u"fileSize"_s, file.size)
+            || !number(u"fileChanged"_s, file.changed.seconds))
+            return std::nullopt;
         std::optional<QByteArray> hash;
         if (const QJsonValue content = e.value(u"contentHash"_s); !content.isUndefined()) {
             if (!content.isString())
@@ -66,7 +76,7 @@ std::optional<CloudSyncIndex> CloudSyncIndex::decode(const QByteArray& data)
             if (hash->size() != 32 || hash->toHex() != content.toString().toLatin1())
                 return std::nullopt;
         }
-        index.record(it.key(), name.toString(), *syncedDate, *fileModified, std::move(hash));
+        index.record(it.key(), name.toString(), *syncedDate, file, std::move(hash));
     }
     return index;
 }
@@ -76,9 +86,11 @@ QByteArray CloudSyncIndex::encode() const
     QJsonObject entries;
     for (auto it = table.cbegin(); it != table.cend(); ++it) {
         QJsonObject entry{
-            {u"fileModified"_s, IsoStamp::format(it->fileModified)},
+            {u"fileChanged"_s, it->file.changed.seconds},
+            {u"fileModified"_s, IsoStamp::format(it->file.modified)},
             {u"fileName"_s, it->fileName},
-            {u"fileStamp"_s, it->fileModified.seconds},
+            {u"fileSize"_s, static_cast<double>(it->file.size)},
+            {u"fileStamp"_s, it->file.modified.seconds},
             {u"syncedModified"_s, IsoStamp::format(it->syncedModified)},
         };
         if (it->contentHash)
@@ -119,11 +131,11 @@ std::optional<QString> CloudSyncIndex::idForFileName(const QString& name) const
 }
 
 void CloudSyncIndex::record(const QString& noteID, const QString& fileName, Date noteModified,
-                            Date fileModified, std::optional<QByteArray> contentHash)
+                            FileStamp file, std::optional<QByteArray> contentHash)
 {
     forget(noteID);
     ++changes;
-    table.insert(noteID, Entry{fileName, noteModified, fileModified, std::move(contentHash)});
+    table.insert(noteID, Entry{fileName, noteModified, file, std::move(contentHash)});
     byFileName.insert(fileName, noteID);
 }
 

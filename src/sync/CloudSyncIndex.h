@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Date.h"
+#include "sync/FileStamp.h"
 
 #include <QHash>
 #include <QMultiHash>
@@ -22,7 +23,7 @@ public:
     struct Entry {
         QString fileName;
         Date syncedModified; // the note's modified when last synced
-        Date fileModified;   // the file's modification date when last synced
+        FileStamp file;      // the file as it stood when last synced
         // The content of the document as last written or read (SyncPlan::contentHash); absent
         // in entries saved before hashes were kept, whose content must be compared afresh.
         std::optional<QByteArray> contentHash;
@@ -68,8 +69,8 @@ public:
     // unspecified.
     std::optional<QString> idForFileName(const QString& name) const;
     // Replaces the whole entry for the id, file name included.
-    void record(const QString& noteID, const QString& fileName, Date noteModified,
-                Date fileModified, std::optional<QByteArray> contentHash = std::nullopt);
+    void record(const QString& noteID, const QString& fileName, Date noteModified, FileStamp file,
+                std::optional<QByteArray> contentHash = std::nullopt);
     void forget(const QString& noteID);
     void forgetAll();
 

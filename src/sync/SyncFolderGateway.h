@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/Date.h"
+#include "sync/FileStamp.h"
 
 #include <QHash>
 #include <QSet>
@@ -10,8 +10,8 @@
 
 // One look at the synced folder.
 struct FolderScan {
-    // Documents present and readable as files, by name, with their modification dates.
-    QHash<QString, Date> documents;
+    // Documents present and readable as files, by name, with their stamps.
+    QHash<QString, FileStamp> documents;
     // Documents that exist but cannot be looked at yet (placeholders of undownloaded files,
     // a directory wearing a document's name, a file whose date cannot be had).
     QSet<QString> unresolved;
@@ -69,7 +69,8 @@ public:
     virtual std::optional<QString> mark() = 0;
     // Absent when the file cannot be read or is not UTF-8.
     virtual std::optional<QString> read(const QString& name) = 0;
-    virtual std::optional<Date> modificationDate(const QString& name) = 0;
+    // Absent when the file is not there or cannot be looked at.
+    virtual std::optional<FileStamp> fileStamp(const QString& name) = 0;
     // Replaces the file whole, or leaves it as it was.
     virtual bool write(const QString& text, const QString& name) = 0;
     virtual bool remove(const QString& name) = 0;

@@ -431,7 +431,7 @@ QList<Action> actions(const QList<Note>& notes, const QList<RemoteFile>& remote,
                 perNote.append(Action::conflict(note.id, r.fileName, localWins));
             continue;
         }
-        const bool stampMoved = r.fileModified != entry->fileModified;
+        const bool stampMoved = r.file != entry->file;
         bool localChanged = false;
         bool remoteChanged = false;
         if (entry->contentHash) {

@@ -34,18 +34,18 @@ struct RemoteFile {
     // What the document declares (or the index's synced date for an unchanged file); the far
     // past for a document without identity.
     Date declaredModified;
-    Date fileModified;
+    FileStamp file;
     // textKey of the text the document holds, for a document read in this pass; absent for
     // one not read. Tells a copy of a note's text from a note of its own.
     std::optional<QByteArray> textKey;
-    // contentHash of the document as read in this pass; for a file not read because its date
+    // contentHash of the document as read in this pass; for a file not read because its stamp
     // is the one the index holds, the index's hash. Absent when neither is known.
     std::optional<QByteArray> contentHash = std::nullopt;
 
-    // The later of the two dates; fileModified when they are equal.
+    // The later of the two dates; the file's when they are equal.
     Date effectiveModified() const
     {
-        return declaredModified > fileModified ? declaredModified : fileModified;
+        return declaredModified > file.modified ? declaredModified : file.modified;
     }
 
     friend bool operator==(const RemoteFile&, const RemoteFile&) = default;

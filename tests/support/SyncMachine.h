@@ -61,11 +61,11 @@ public:
     Identity identity() override { return folder.identity(); }
     std::optional<QString> mark() override { return folder.mark(); }
     std::optional<QString> read(const QString& name) override;
-    std::optional<Date> modificationDate(const QString& name) override
+    std::optional<FileStamp> fileStamp(const QString& name) override
     {
         if (beforeTouch)
             beforeTouch(name);
-        return folder.modificationDate(name);
+        return folder.fileStamp(name);
     }
     bool write(const QString& text, const QString& name) override;
     bool remove(const QString& name) override { return folder.remove(name); }

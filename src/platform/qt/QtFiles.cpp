@@ -28,6 +28,8 @@ Files::Entry entryOf(const QString& name, const struct stat& st)
     // file compares equal to what was recorded of it.
     entry.modified = Date{static_cast<double>(st.st_mtim.tv_sec)
                           + static_cast<double>(st.st_mtim.tv_nsec) / 1e9};
+    entry.changed = Date{static_cast<double>(st.st_ctim.tv_sec)
+                         + static_cast<double>(st.st_ctim.tv_nsec) / 1e9};
     entry.size = st.st_size;
     entry.link = S_ISLNK(st.st_mode);
     return entry;
