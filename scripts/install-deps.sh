@@ -10,7 +10,7 @@ packages=(
   libsqlite3-dev libssl-dev libhunspell-dev hunspell-en-us
   libxcb1-dev libxcb-xkb-dev libxcb-xfixes0-dev libxcb-shape0-dev libxkbcommon-dev libxkbcommon-x11-dev libfontconfig-dev
   libbenchmark-dev
-  xvfb xauth x11-xkb-utils openbox xfwm4 dbus-daemon picom xdotool weston xwayland
+  xvfb xauth x11-xkb-utils openbox xfwm4 dbus-daemon picom xdotool weston xwayland syncthing
   desktop-file-utils libglib2.0-bin at-spi2-core python3-pyatspi
   appstream lintian dpkg-dev
   fonts-dejavu-core fonts-wqy-microhei

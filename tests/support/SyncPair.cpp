@@ -246,7 +246,7 @@ struct Touch {
 
 } // namespace
 
-QString PairLife::live(quint32 seed, int steps)
+QString PairLife::live(quint32 seed, int steps, const MakeCarrier& carrier)
 {
     QRandomGenerator random(seed);
     ManualScheduler world(Date{1'773'480'413.0});
@@ -263,7 +263,12 @@ QString PairLife::live(quint32 seed, int steps)
     SyncMachine* sides[] = {&a, &b};
     for (SyncMachine* side : sides)
         side->prompt.immediate = MassDeletePrompt::Answer::DeleteHere;
-    SyncClient client(rootA.path(), rootB.path(), world, random, log);
+    const std::unique_ptr<FolderCarrier> carried =
+        carrier ? carrier(rootA.path(), rootB.path(), world, random, log)
+                : std::make_unique<SyncClient>(rootA.path(), rootB.path(), world, random, log);
+    if (!carried)
+        return u"seed %1: the sync client did not start:\n%2"_s.arg(seed).arg(log.join(u'\n'));
+    FolderCarrier& client = *carried;
     log << u"seed %1: A's clock %2 s, B's %3 s off"_s.arg(seed)
                .arg(clockA.now().seconds - world.now().seconds)
                .arg(clockB.now().seconds - world.now().seconds);
@@ -546,9 +551,9 @@ QString PairLife::live(quint32 seed, int steps)
         log.mid(tail > 0 ? std::max<qsizetype>(0, log.size() - tail) : 0).join(u'\n'));
 }
 
-void PairLife::verify(quint32 seed)
+void PairLife::verify(quint32 seed, int steps, const MakeCarrier& carrier)
 {
-    const QString problems = live(seed);
+    const QString problems = live(seed, steps, carrier);
     if (!problems.isEmpty())
         qWarning().noquote() << problems;
     QVERIFY2(problems.isEmpty(), qPrintable(problems.section(u'\n', 0, 1)));

@@ -16,6 +16,7 @@
 
 #include <ctime>
 #include <functional>
+#include <memory>
 #include <optional>
 
 // A machine's own clock over the shared virtual time: off by a fixed skew and drifting a
@@ -52,6 +53,26 @@ private:
     double start;
 };
 
+// What carries files between two machines' sync roots: the simulated client below, or a
+// real one (support/SyncthingPair.h).
+class FolderCarrier {
+public:
+    virtual ~FolderCarrier() = default;
+    // Notices what changed on either side since the last agreement.
+    virtual void look() = 0;
+    // Delivers each due change with the given chance, in random order.
+    virtual void deliver(double chance) = 0;
+    // Delivers a change made on the other side to `side` (0 or 1) now, if one is noticed
+    // for that file and the file on `side` is as both last agreed: what a client does while
+    // a pass is between its scan and its writes. False when nothing was delivered.
+    virtual bool deliverNow(int side, const QString& relativePath) = 0;
+    // Looks and delivers everything until both sides agree: how many files it carried, or -1
+    // if the sides never came to agree.
+    virtual int settle() = 0;
+    // Files both sides have not agreed on yet.
+    virtual qsizetype waiting() const = 0;
+};
+
 // A file sync client between two folders (Syncthing's way of working). It remembers the
 // content both sides last agreed on per file; a side whose file differs from that has changed
 // it. A change is noticed when the client looks, and delivered after a delay, in random order,
@@ -59,24 +80,16 @@ private:
 // what the sender deleted, and when both sides changed a file it keeps the newer one in place
 // and the older one as "name.sync-conflict-<stamp>-<device>.ext" on the side that had it; a
 // deletion against a change loses. Names beginning with ".syncthing." are its own.
-class SyncClient {
+class SyncClient final : public FolderCarrier {
 public:
     SyncClient(QString rootA, QString rootB, ManualScheduler& world, QRandomGenerator& random,
                QStringList& log);
 
-    // Notices what changed on either side since the last agreement.
-    void look();
-    // Delivers each due change with the given chance, in random order.
-    void deliver(double chance);
-    // Delivers a change made on the other side to `side` (0 or 1) now, if one is noticed
-    // for that file and the file on `side` is as both last agreed: what a client does while
-    // a pass is between its scan and its writes.
-    bool deliverNow(int side, const QString& relativePath);
-    // Looks and delivers everything until both sides agree: how many files it carried, or -1
-    // if the sides never came to agree.
-    int settle();
-    // Files both sides have not agreed on yet.
-    qsizetype waiting() const { return due[0].size() + due[1].size(); }
+    void look() override;
+    void deliver(double chance) override;
+    bool deliverNow(int side, const QString& relativePath) override;
+    int settle() override;
+    qsizetype waiting() const override { return due[0].size() + due[1].size(); }
 
 private:
     struct State {
@@ -99,12 +112,16 @@ private:
     QMap<QString, double> due[2];
 };
 
-// One seeded life of two machines joined by the client, ending in quiet rounds and the
+// One seeded life of two machines joined by a client, ending in quiet rounds and the
 // oracle. Returns what went wrong (empty when nothing did), with the seed and the tail of
-// the life's log so that it can be replayed.
+// the life's log so that it can be replayed. Without a carrier the simulated client joins
+// them.
 namespace PairLife {
-QString live(quint32 seed, int steps = 150);
+using MakeCarrier = std::function<std::unique_ptr<FolderCarrier>(
+    const QString& rootA, const QString& rootB, ManualScheduler& world, QRandomGenerator& random,
+    QStringList& log)>;
+QString live(quint32 seed, int steps = 150, const MakeCarrier& carrier = {});
 // Lives the seed's life and fails the running test with its first problem, the whole list in
 // the test's log (a failure message is cut short).
-void verify(quint32 seed);
+void verify(quint32 seed, int steps = 150, const MakeCarrier& carrier = {});
 } // namespace PairLife
