@@ -6,21 +6,14 @@
 #include "deck/DeckManager.h"
 #include "l10n/L10n.h"
 #include "platform/Log.h"
-#include "platform/fallback/FixedCompositor.h"
-#include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QtScheduler.h"
 #include "settings/Settings.h"
+#include "support/FakeBackends.h"
 #include "support/FakeDeckWindow.h"
-#include "support/FakeDisplays.h"
 #include "support/FakePointer.h"
 #include "support/FaultyFiles.h"
 #include "support/ManualScheduler.h"
 #include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
-#include "support/RecordingDesktop.h"
-#include "support/RecordingWindowHints.h"
-#include "support/SyncMachine.h"
-#include "support/TableFonts.h"
 #include "support/TestFiles.h"
 #include "sync/CloudSync.h"
 
@@ -55,34 +48,21 @@ struct Program {
     void start(const QHash<QString, QVariant>& settings = {})
     {
         services.reset();
-        AppServices::Backends backends;
-        backends.scheduler = std::make_unique<ManualScheduler>();
-        clock = static_cast<ManualScheduler*>(backends.scheduler.get());
-        backends.defaults = std::make_unique<MemoryDefaults>();
-        defaults = static_cast<MemoryDefaults*>(backends.defaults.get());
-        defaults->values = settings;
-        backends.loginItem = std::make_unique<MemoryLoginItem>();
-        backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
-        backends.desktop = std::make_unique<RecordingDesktop>();
-        backends.files = std::make_unique<FaultyFiles>();
-        files = static_cast<FaultyFiles*>(backends.files.get());
-        backends.fonts = std::make_unique<TableFonts>();
-        backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
-        backends.pointer = std::make_unique<FakePointer>();
-        pointer = static_cast<FakePointer*>(backends.pointer.get());
-        backends.displays = std::make_unique<FakeDisplays>(
-            QList{FakeDisplays::make(1, QRectF(0, 0, 1920, 1080), true),
-                  FakeDisplays::make(2, QRectF(1920, 0, 1920, 1080))});
+        FakeBackends fakes(2, settings);
+        clock = fakes.clock;
+        defaults = fakes.defaults;
+        files = fakes.files;
+        pointer = fakes.pointer;
         deckWindows.clear();
-        backends.makeDeckWindow = [this](const AppServices::DeckWindowParts& parts) {
+        fakes.backends.makeDeckWindow = [this](const AppServices::DeckWindowParts& parts) {
             auto window = std::make_unique<FakeDeckWindow>();
             deckWindows.insert(parts.displayID, window.get());
             return window;
         };
-        backends.windowHints = std::make_unique<RecordingWindowHints>();
-        backends.compositor = std::make_unique<FixedCompositor>(true);
-        backends.storageAlert = [this](const LocalizedError& e) { alerts << e.description(); };
-        services = std::make_unique<AppServices>(std::move(backends),
+        fakes.backends.storageAlert = [this](const LocalizedError& e) {
+            alerts << e.description();
+        };
+        services = std::make_unique<AppServices>(std::move(fakes.backends),
                                                  Paths{dir.filePath(u"data"_s)}, dir.path());
     }
 };

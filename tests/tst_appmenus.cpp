@@ -4,19 +4,9 @@
 #include "app/SettingsSurface.h"
 #include "app/ui/TrayIcon.h"
 #include "deck/ui/DeckMenus.h"
-#include "platform/fallback/FixedCompositor.h"
-#include "platform/fallback/UsKeyboardLayout.h"
 #include "settings/Settings.h"
+#include "support/FakeBackends.h"
 #include "support/FakeDisplays.h"
-#include "support/FakePointer.h"
-#include "support/FaultyFiles.h"
-#include "support/ManualScheduler.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
-#include "support/RecordingDesktop.h"
-#include "support/RecordingWindowHints.h"
-#include "support/SyncMachine.h"
-#include "support/TableFonts.h"
 
 #include <QMenu>
 #include <QStandardPaths>
@@ -36,26 +26,13 @@ struct Commands {
 
     Commands()
     {
-        AppServices::Backends backends;
-        backends.scheduler = std::make_unique<ManualScheduler>();
-        backends.defaults = std::make_unique<MemoryDefaults>();
-        backends.loginItem = std::make_unique<MemoryLoginItem>();
-        backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
-        backends.desktop = std::make_unique<RecordingDesktop>();
-        backends.files = std::make_unique<FaultyFiles>();
-        backends.fonts = std::make_unique<TableFonts>();
-        backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
-        backends.pointer = std::make_unique<FakePointer>();
-        backends.displays = std::make_unique<FakeDisplays>(
-            QList{FakeDisplays::make(1, QRectF(0, 0, 1920, 1080), true)});
-        backends.windowHints = std::make_unique<RecordingWindowHints>();
-        backends.compositor = std::make_unique<FixedCompositor>(true);
-        backends.makeSettingsWindow = [](SettingsModel&, KeyboardLayout&) {
+        FakeBackends fakes;
+        fakes.backends.makeSettingsWindow = [](SettingsModel&, KeyboardLayout&) {
             return std::unique_ptr<SettingsSurface>();
         };
-        backends.showAbout = [this] { ++aboutShown; };
+        fakes.backends.showAbout = [this] { ++aboutShown; };
         services =
-            std::make_unique<AppServices>(std::move(backends), Paths{dir.path()}, dir.path());
+            std::make_unique<AppServices>(std::move(fakes.backends), Paths{dir.path()}, dir.path());
         actions = std::make_unique<AppActions>(*services, [] {});
     }
 };

@@ -8,21 +8,14 @@
 #include "l10n/L10n.h"
 #include "platform/FolderChooser.h"
 #include "platform/Log.h"
-#include "platform/fallback/FixedCompositor.h"
-#include "platform/fallback/UsKeyboardLayout.h"
 #include "platform/qt/QtFiles.h"
 #include "settings/Settings.h"
+#include "support/FakeBackends.h"
 #include "support/FakeDeckWindow.h"
-#include "support/FakeDisplays.h"
 #include "support/FakePointer.h"
 #include "support/FaultyFiles.h"
 #include "support/ManualScheduler.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
 #include "support/RecordingDesktop.h"
-#include "support/RecordingWindowHints.h"
-#include "support/SyncMachine.h"
-#include "support/TableFonts.h"
 #include "support/TestFiles.h"
 
 #include <QDir>
@@ -61,32 +54,18 @@ struct Program {
     Program()
     {
         QDir().mkpath(dir.filePath(u"data"_s));
-        AppServices::Backends backends;
-        backends.scheduler = std::make_unique<ManualScheduler>();
-        clock = static_cast<ManualScheduler*>(backends.scheduler.get());
-        backends.defaults = std::make_unique<MemoryDefaults>();
-        backends.loginItem = std::make_unique<MemoryLoginItem>();
-        backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
-        backends.desktop = std::make_unique<RecordingDesktop>();
-        desktop = static_cast<RecordingDesktop*>(backends.desktop.get());
-        backends.files = std::make_unique<FaultyFiles>();
-        files = static_cast<FaultyFiles*>(backends.files.get());
-        backends.fonts = std::make_unique<TableFonts>();
-        backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
-        backends.pointer = std::make_unique<FakePointer>();
-        pointer = static_cast<FakePointer*>(backends.pointer.get());
-        backends.displays = std::make_unique<FakeDisplays>(
-            QList{FakeDisplays::make(1, QRectF(0, 0, 1920, 1080), true),
-                  FakeDisplays::make(2, QRectF(1920, 0, 1920, 1080))});
-        backends.makeDeckWindow = [](const AppServices::DeckWindowParts&) {
+        FakeBackends fakes(2);
+        clock = fakes.clock;
+        desktop = fakes.desktop;
+        files = fakes.files;
+        pointer = fakes.pointer;
+        fakes.backends.makeDeckWindow = [](const AppServices::DeckWindowParts&) {
             return std::make_unique<FakeDeckWindow>();
         };
-        backends.windowHints = std::make_unique<RecordingWindowHints>();
-        backends.compositor = std::make_unique<FixedCompositor>(true);
-        backends.makeSettingsWindow = [this](SettingsModel&, KeyboardLayout&) {
+        fakes.backends.makeSettingsWindow = [this](SettingsModel&, KeyboardLayout&) {
             return std::make_unique<FakeSettingsWindow>(&settingsShown);
         };
-        services = std::make_unique<AppServices>(std::move(backends),
+        services = std::make_unique<AppServices>(std::move(fakes.backends),
                                                  Paths{dir.filePath(u"data"_s)}, dir.path());
     }
 

@@ -5,19 +5,9 @@
 #include "app/ui/SettingsWindow.h"
 #include "app/ui/ShortcutField.h"
 #include "l10n/L10n.h"
-#include "platform/fallback/FixedCompositor.h"
-#include "platform/fallback/UsKeyboardLayout.h"
 #include "settings/Settings.h"
+#include "support/FakeBackends.h"
 #include "support/FakeDisplays.h"
-#include "support/FakePointer.h"
-#include "support/FaultyFiles.h"
-#include "support/ManualScheduler.h"
-#include "support/MemoryDefaults.h"
-#include "support/MemoryLoginItem.h"
-#include "support/RecordingDesktop.h"
-#include "support/RecordingWindowHints.h"
-#include "support/SyncMachine.h"
-#include "support/TableFonts.h"
 #include "support/TestFiles.h"
 #include "sync/CloudSync.h"
 
@@ -63,27 +53,11 @@ struct Rig {
     explicit Rig(const QHash<QString, QVariant>& settings = {}, int displayCount = 1)
     {
         QDir().mkpath(dir.filePath(u"data"_s));
-        AppServices::Backends backends;
-        backends.scheduler = std::make_unique<ManualScheduler>();
-        backends.defaults = std::make_unique<MemoryDefaults>();
-        static_cast<MemoryDefaults*>(backends.defaults.get())->values = settings;
-        backends.loginItem = std::make_unique<MemoryLoginItem>();
-        backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
-        backends.desktop = std::make_unique<RecordingDesktop>();
-        backends.files = std::make_unique<FaultyFiles>();
-        backends.fonts = std::make_unique<TableFonts>();
-        backends.massDeletePrompt = std::make_unique<ScriptedPrompt>();
-        backends.pointer = std::make_unique<FakePointer>();
-        QList<DisplayInfo> list;
-        for (int i = 1; i <= displayCount; ++i)
-            list << FakeDisplays::make(quint32(i), QRectF(1920 * (i - 1), 0, 1920, 1080), i == 1);
-        displays = static_cast<FakeDisplays*>(
-            (backends.displays = std::make_unique<FakeDisplays>(list)).get());
-        backends.windowHints = std::make_unique<RecordingWindowHints>();
-        backends.compositor = std::make_unique<FixedCompositor>(true);
+        FakeBackends fakes(displayCount, settings);
+        displays = fakes.displays;
         keys = static_cast<RecordingHotKeys*>(
-            (backends.hotKeys = std::make_unique<RecordingHotKeys>()).get());
-        services = std::make_unique<AppServices>(std::move(backends),
+            (fakes.backends.hotKeys = std::make_unique<RecordingHotKeys>()).get());
+        services = std::make_unique<AppServices>(std::move(fakes.backends),
                                                  Paths{dir.filePath(u"data"_s)}, dir.path());
         services->hotKeys()->registerActions({}, {}, {}, {});
     }
