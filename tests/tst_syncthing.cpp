@@ -1,4 +1,3 @@
-#include "exchange/NoteDocument.h"
 #include "platform/Log.h"
 #include "support/SyncMachine.h"
 #include "support/SyncPair.h"
@@ -13,17 +12,6 @@
 using namespace Qt::Literals::StringLiterals;
 
 namespace {
-
-// What two machines must agree on, by id: all that a document carries but the dates.
-QMap<QString, QString> contents(const NoteStoring& store)
-{
-    QMap<QString, QString> map;
-    for (Note note : store.notes()) {
-        note.created = note.modified = Date{};
-        map.insert(note.id, NoteDocument::render(note));
-    }
-    return map;
-}
 
 QStringList conflictCopiesUnder(const QString& root)
 {

@@ -16,10 +16,6 @@
 
 using namespace Qt::Literals::StringLiterals;
 
-namespace {
-
-// What two machines must agree on, by id: all that a document carries but the dates, which
-// differ by design (a pull moves modified to the file's date; documents keep whole seconds).
 QMap<QString, QString> contents(const NoteStoring& store)
 {
     QMap<QString, QString> map;
@@ -29,8 +25,6 @@ QMap<QString, QString> contents(const NoteStoring& store)
     }
     return map;
 }
-
-} // namespace
 
 ClockedFolder::ClockedFolder(const QString& root, Scheduler& clock)
     : rootPath(root)

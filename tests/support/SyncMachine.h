@@ -13,6 +13,7 @@
 #include "sync/LocalTrash.h"
 #include "sync/MassDeletePrompt.h"
 
+#include <QMap>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -90,6 +91,10 @@ private:
     Scheduler& clock;
     double lastStamp = 0;
 };
+
+// What two machines must agree on, by id: all that a document carries but the dates, which
+// differ by design (a pull moves modified to the file's date; documents keep whole seconds).
+QMap<QString, QString> contents(const NoteStoring& store);
 
 // One machine of the sync's world: its own data folder with a real database, note store and
 // engine, on a sync root that other machines may share, in virtual time they share too. A

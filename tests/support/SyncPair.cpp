@@ -214,17 +214,6 @@ QStringList markersIn(const QString& text)
     return found;
 }
 
-// What two machines must agree on, by id: all that a document carries but the dates.
-QMap<QString, QString> contents(const NoteStoring& store)
-{
-    QMap<QString, QString> map;
-    for (Note note : store.notes()) {
-        note.created = note.modified = Date{};
-        map.insert(note.id, NoteDocument::render(note));
-    }
-    return map;
-}
-
 // Every file's text under a folder, one after another.
 QString textsUnder(const QString& folder)
 {
