@@ -3,7 +3,6 @@
 #include "deck/DeckGeom.h"
 #include "deck/DeckKeys.h"
 #include "deck/DeckModel.h"
-#include "deck/DetachTarget.h"
 #include "platform/KeyCodes.h"
 #include "settings/Settings.h"
 #include "support/FakeDeckWindow.h"
