@@ -54,22 +54,21 @@ private Q_SLOTS:
 
     void welcomeNoteAndOrphanedImagesAtLaunch()
     {
-        Library library;
-        const QString kept = library.image();
-        const QString orphan = library.image();
-        NoteStore& first = library.open(true);
+        const QString kept = lib->image();
+        const QString orphan = lib->image();
+        NoteStore& first = lib->open(true);
         QCOMPARE(first.notes().size(), 1);
         QCOMPARE(first.notes().first().body, L10n::text(u"welcome.note_body"_s));
-        QVERIFY2(!library.imageExists(kept) && !library.imageExists(orphan),
+        QVERIFY2(!lib->imageExists(kept) && !lib->imageExists(orphan),
                  "an empty library refers to no image");
 
-        const QString used = library.image();
-        const QString unused = library.image();
+        const QString used = lib->image();
+        const QString unused = lib->image();
         first.create(u"see "_s + token(used));
-        library.open(true);
-        QCOMPARE(library.notes->notes().size(), 2);
-        QVERIFY(library.imageExists(used));
-        QVERIFY(!library.imageExists(unused));
+        lib->open(true);
+        QCOMPARE(lib->notes->notes().size(), 2);
+        QVERIFY(lib->imageExists(used));
+        QVERIFY(!lib->imageExists(unused));
     }
 
     void textEditsWaitForThePause()
