@@ -60,27 +60,15 @@ private Q_SLOTS:
         Ink::install(fonts);
     }
 
-    // Each scaled length is rounded by itself, halves away from zero, before it is summed.
-    void scaledLengthsRoundOneByOne_data()
-    {
-        QTest::addColumn<double>("scale");
-        QTest::addColumn<double>("actions");
-        QTest::addColumn<double>("pillOfThree");
-        QTest::newRow("at 1.125 the buttons take 82 and the pads round 7.875 to 8")
-            << 1.125 << 82.0 << 2 * 8 + 3 * 16 + 2 * 6.0;
-        QTest::newRow("at 1.5 the pads round 10.5 up to 11")
-            << 1.5 << 18 + 42 + 12 + 36.0 << 2 * 11 + 3 * 21 + 2 * 8.0;
-    }
+    // Each scaled length is rounded by itself before it is summed: at 1.125 the buttons take
+    // 82 and the pads round 7.875 to 8.
     void scaledLengthsRoundOneByOne()
     {
-        QFETCH(double, scale);
-        QFETCH(double, actions);
-        QFETCH(double, pillOfThree);
-        Settings::setDeckScale(scale);
+        Settings::setDeckScale(1.125);
         const DeckLayout with = DeckGeom::layout(1000, 1, false, DeckStyle::Compact, 0, true);
         const DeckLayout without = DeckGeom::layout(1000, 1, false, DeckStyle::Compact, 0, false);
-        QCOMPARE(with.stackHeight() - without.stackHeight(), actions);
-        QCOMPARE(DeckGeom::pillHeight(3), pillOfThree);
+        QCOMPARE(with.stackHeight() - without.stackHeight(), 82.0);
+        QCOMPARE(DeckGeom::pillHeight(3), 2 * 8 + 3 * 16 + 2 * 6.0);
     }
 
     void layoutFigures_data()
@@ -164,19 +152,15 @@ private Q_SLOTS:
 
     void pillHeights_data()
     {
-        QTest::addColumn<double>("scale");
         QTest::addColumn<int>("notes");
         QTest::addColumn<double>("height");
-        QTest::newRow("no notes draw one dash, as one note does") << 1.0 << 0 << 28.0;
-        QTest::newRow("fourteen notes, fourteen dashes") << 1.0 << 14 << 14 + 14 * 14 + 13 * 5.0;
-        QTest::newRow("five hundred notes, no more than fifteen")
-            << 1.0 << 500 << 14 + 15 * 14 + 14 * 5.0;
+        QTest::newRow("no notes draw one dash, as one note does") << 0 << 28.0;
+        QTest::newRow("fourteen notes, fourteen dashes") << 14 << 14 + 14 * 14 + 13 * 5.0;
+        QTest::newRow("five hundred notes, no more than fifteen") << 500 << 14 + 15 * 14 + 14 * 5.0;
     }
     void pillHeights()
     {
-        QFETCH(double, scale);
         QFETCH(int, notes);
-        Settings::setDeckScale(scale);
         QTEST(DeckGeom::pillHeight(notes), "height");
     }
 
@@ -195,7 +179,8 @@ private Q_SLOTS:
         QTest::newRow("rest's y is rounded, halves away from zero")
             << Prefs{1, false, 0.25, 14, 1} << bottomDock << rest << 5
             << QRectF(1906, 290, 14, 104);
-        // 12 × 1.5 + 2 = 20 is wider than the edge's 14.
+        // 12 × 1.5 + 2 = 20 is wider than the edge's 14; the pads round 10.5 up to 11, halves
+        // away from zero.
         QTest::newRow("rest at 1.5 hangs on the screen's edge past a side dock")
             << Prefs{1.5, false, 0.5, 14, 1} << sideDock << rest << 3 << QRectF(3340, 387, 20, 101);
         QTest::newRow("rest at 1.8 never narrower than the plus gap and 2, even at edge 8")
