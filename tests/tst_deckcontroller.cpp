@@ -168,31 +168,21 @@ private Q_SLOTS:
 
     void theIdleWatchFoldsAFanLeftAlone_data()
     {
-        QTest::addColumn<bool>("afterANote");
         QTest::addColumn<double>("fannedUntil");
         QTest::addColumn<QPointF>("thenPointerAt");
         QTest::addColumn<double>("foldedAfter");
         const double idle = DeckController::idlePeriod;
-        QTest::newRow("opened by the pointer, leave event lost: down within one tick")
-            << false << 0.0 << away << idle;
-        QTest::newRow("left by closing a note: down within one tick")
-            << true << 0.0 << away << idle;
+        QTest::newRow("leave event lost: down within one tick") << 0.0 << away << idle;
         QTest::newRow("a still pointer at the edge: down after four seconds")
-            << false << Settings::fanIdleTimeout - 0.2 << atEdge + QPointF(2, -2) << 0.5;
+            << Settings::fanIdleTimeout - 0.2 << atEdge + QPointF(2, -2) << 0.5;
     }
     void theIdleWatchFoldsAFanLeftAlone()
     {
-        QFETCH(bool, afterANote);
         QFETCH(double, fannedUntil);
         QFETCH(QPointF, thenPointerAt);
         QFETCH(double, foldedAfter);
         Deck d;
         d.fanOut();
-        if (afterANote) {
-            d.open(d.a);
-            d.deck->collapse();
-            d.clock().advance(DeckController::shrinkDelay);
-        }
         d.clock().advance(fannedUntil);
         QCOMPARE(d.deck->state(), DeckState::fan());
         d.pointer.setLocation(thenPointerAt);
