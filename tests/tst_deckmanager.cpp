@@ -88,7 +88,6 @@ private Q_SLOTS:
             << twoScreens << u"id:4294967338"_s << QList<quint32>{7, 42};
         QTest::newRow("the largest 32-bit id is a number")
             << twoScreens << u"id:4294967295"_s << QList<quint32>{7};
-        QTest::newRow("unknown text is all") << twoScreens << u"left"_s << QList<quint32>{7, 42};
         QTest::newRow("no mark: the first is main")
             << QList<DisplayInfo>{FakeDisplays::make(5, {0, 0, 800, 600}),
                                   FakeDisplays::make(6, {800, 0, 800, 600})}
@@ -104,23 +103,6 @@ private Q_SLOTS:
         QFETCH(QString, target);
         QFETCH(QList<quint32>, expected);
         QCOMPARE(DeckTargets::displayIDs(displays, target, 3), expected);
-    }
-
-    void theDisplayUnderThePointer_data()
-    {
-        QTest::addColumn<QPointF>("point");
-        QTest::addColumn<std::optional<quint32>>("expected");
-        QTest::newRow("on the laptop") << QPointF(100, 100) << std::optional<quint32>(7);
-        QTest::newRow("on the monitor, above the laptop's top")
-            << QPointF(2000, 1200) << std::optional<quint32>(42);
-        QTest::newRow("in the gap above the laptop")
-            << QPointF(100, 1200) << std::optional<quint32>();
-    }
-    void theDisplayUnderThePointer()
-    {
-        QFETCH(QPointF, point);
-        QFETCH(std::optional<quint32>, expected);
-        QCOMPARE(DeckTargets::displayAt(twoScreens, point), expected);
     }
 
     // The setting stays, and the deck goes back when the monitor returns.

@@ -1,14 +1,12 @@
 #include "deck/DeckActions.h"
 #include "deck/ui/DeckMenus.h"
 #include "l10n/L10n.h"
-#include "notes/Ink.h"
 #include "settings/Settings.h"
 #include "support/InstalledSettings.h"
 #include "support/RecordingDeckActions.h"
 #include "support/TestLibrary.h"
 
 #include <QMenu>
-#include <QStandardPaths>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;

@@ -1,15 +1,10 @@
-#include "deck/DeckActions.h"
 #include "deck/DeckController.h"
-#include "deck/DeckGeom.h"
 #include "deck/ui/DeckView.h"
-#include "notes/Ink.h"
-#include "settings/Settings.h"
 #include "support/DeckRig.h"
 #include "support/InstalledSettings.h"
 
 #include <QApplication>
 #include <QMouseEvent>
-#include <QStandardPaths>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -116,23 +111,6 @@ private Q_SLOTS:
         QStringList expected = f.ids;
         expected.move(0, shift);
         QCOMPARE(f.order(), expected);
-    }
-
-    // Opening on hover waits for the pointer to rest; a click before then has opened the
-    // note, and the waiting open must not ask for the keyboard a second time.
-    void aClickBeatsTheHoverOpen()
-    {
-        Settings::setOpenOnHover(true);
-        FannedView f;
-        f.deck.model().syncPreferences();
-        QVERIFY(f.settled());
-        const QPointF on = f.rectOf(f.ids[0]).topLeft() + QPointF(20, 20);
-        f.send(QEvent::MouseMove, on, Qt::NoButton);
-        f.drag(on, {on});
-        QCOMPARE(f.deck.state().expandedID(), f.ids[0]);
-        const int requests = f.window.keyRequests;
-        f.lib.clock.advance(Settings::openOnHoverDelay + 0.1);
-        QCOMPARE(f.window.keyRequests, requests);
     }
 };
 

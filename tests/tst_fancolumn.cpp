@@ -106,8 +106,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<Curve>("first");
         QTest::addColumn<Curve>("second");
-        QTest::newRow("a spring sent back mid-flight")
-            << Curve::spring(0.3, 0.8) << Curve::spring(0.26, 0.86);
         QTest::newRow("a timed curve taken over by a spring")
             << Curve::easeInOut(0.3) << Curve::spring(0.22, 0.85);
         QTest::newRow("a spring taken over by a timed curve")

@@ -1,5 +1,4 @@
 #include "editor/ui/NoteTextView.h"
-#include "notes/Ink.h"
 #include "platform/fallback/FixedCompositor.h"
 #include "settings/Settings.h"
 #include "support/FakeDisplays.h"
@@ -17,7 +16,6 @@
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPointer>
-#include <QStandardPaths>
 #include <QTest>
 
 using namespace Qt::Literals::StringLiterals;
@@ -140,7 +138,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("situation");
         QTest::addColumn<double>("after");
         QTest::addColumn<bool>("tucked");
-        QTest::newRow("left alone, past the idle time") << u"alone"_s << 62.0 << true;
         QTest::newRow("left alone, within it") << u"alone"_s << 58.0 << false;
         QTest::newRow("pinned") << u"pinned"_s << 600.0 << false;
         QTest::newRow("holding the keyboard") << u"key"_s << 600.0 << false;

@@ -113,8 +113,6 @@ private Q_SLOTS:
             << u"Menlo-Regular"_s << u"BradleyHandITCTT-Bold"_s << u"System"_s;
         QTest::newRow("a face's shown name is not its font's name")
             << u"Menlo-Regular"_s << u"Menlo"_s << u"System"_s;
-        QTest::newRow("the empty setting selects System")
-            << u"Noteworthy-Light"_s << QString() << u"System"_s;
     }
 
     void theChosenFaceFollowsTheSetting()
@@ -129,83 +127,59 @@ private Q_SLOTS:
         QTEST(Ink::face().name, "face");
     }
 
-    void bodyFonts_data()
-    {
-        QTest::addColumn<QString>("face");
-        QTest::addColumn<QStringList>("installed");
-        // Empty: the system font.
-        QTest::addColumn<QString>("family");
-        QTest::addColumn<double>("size");
-
-        QTest::newRow("a found face takes its bump")
-            << u"Noteworthy"_s << QStringList{u"Noteworthy-Light"_s} << u"DejaVu Serif"_s << 15.5;
-        QTest::newRow("Menlo's bump of -1 makes its text a point smaller")
-            << u"Menlo"_s << QStringList{u"Menlo-Regular"_s} << u"DejaVu Sans Mono"_s << 13.0;
-        QTest::newRow("a missing face falls back to the system font without the bump")
-            << u"Menlo"_s << QStringList{u"Noteworthy-Light"_s} << QString() << 14.0;
-        QTest::newRow("the system face is the system font")
-            << u"System"_s << QStringList{u"Noteworthy-Light"_s} << QString() << 14.0;
-    }
-
-    void bodyFonts()
-    {
-        QFETCH(QString, face);
-        QFETCH(QStringList, installed);
-        QFETCH(QString, family);
-        QFETCH(double, size);
-        installFonts(installed);
-        const QFont font = Ink::body(faceNamed(face), 14);
-        QCOMPARE(font.pointSizeF(), size * 0.75);
-        if (family.isEmpty()) {
-            QCOMPARE(font.family(), systemFamily());
-        } else {
-            QCOMPARE(QFontInfo(font).family(), family);
-            QCOMPARE(QFontInfo(font).styleName(), u"Book"_s);
-        }
-    }
-
-    void tabFonts_data()
+    // A face's body and tab fonts, each in its own font when installed, else the system's.
+    void aFacesFonts_data()
     {
         QTest::addColumn<QString>("face");
         QTest::addColumn<QStringList>("installed");
         QTest::addColumn<double>("scale");
-        // Empty: the semibold system font.
-        QTest::addColumn<QString>("family");
-        QTest::addColumn<double>("size");
+        // Empty: the system font, semibold for tabs.
+        QTest::addColumn<QString>("bodyFamily");
+        QTest::addColumn<double>("bodySize");
+        QTest::addColumn<QString>("tabFamily");
+        QTest::addColumn<double>("tabSize");
 
-        QTest::newRow("a face whose tab font is installed labels tabs in its bold, bumped")
+        QTest::newRow("a face with both fonts installed takes its bump in each")
             << u"Noteworthy"_s << QStringList{u"Noteworthy-Light"_s, u"Noteworthy-Bold"_s} << 1.0
-            << u"DejaVu Serif"_s << 9.5 + 1.5;
-        QTest::newRow("Menlo's tab font at a larger deck is a point under the tab size")
+            << u"DejaVu Serif"_s << 15.5 << u"DejaVu Serif"_s << 9.5 + 1.5;
+        QTest::newRow("Menlo's bump of -1 at a larger deck makes both a point smaller")
             << u"Menlo"_s << QStringList{u"Menlo-Regular"_s, u"Menlo-Bold"_s} << 1.4
-            << u"DejaVu Sans Mono"_s << 9.5 * 1.4 - 1;
+            << u"DejaVu Sans Mono"_s << 13.0 << u"DejaVu Sans Mono"_s << 9.5 * 1.4 - 1;
         QTest::newRow("a face whose tab font is missing labels tabs half a point under")
-            << u"Noteworthy"_s << QStringList{u"Noteworthy-Light"_s} << 1.0 << QString()
-            << 9.5 - 0.5;
-        QTest::newRow("the system face labels tabs in the semibold system font")
-            << u"System"_s << QStringList{u"Noteworthy-Bold"_s} << 1.2 << QString()
-            << 9.5 * 1.2 - 0.5;
+            << u"Noteworthy"_s << QStringList{u"Noteworthy-Light"_s} << 1.0 << u"DejaVu Serif"_s
+            << 15.5 << QString() << 9.5 - 0.5;
+        QTest::newRow("a missing face falls back to the system font without the bump")
+            << u"Menlo"_s << QStringList{u"Noteworthy-Light"_s} << 1.2 << QString() << 14.0
+            << QString() << 9.5 * 1.2 - 0.5;
     }
 
-    void tabFonts()
+    void aFacesFonts()
     {
         QFETCH(QString, face);
         QFETCH(QStringList, installed);
         QFETCH(double, scale);
-        QFETCH(QString, family);
-        QFETCH(double, size);
+        QFETCH(QString, bodyFamily);
+        QFETCH(double, bodySize);
+        QFETCH(QString, tabFamily);
+        QFETCH(double, tabSize);
         installFonts(installed);
-        const QFont font = Ink::tabFont(faceNamed(face), scale);
-        QCOMPARE(font.pointSizeF(), size * 0.75);
+        const QFont body = Ink::body(faceNamed(face), 14);
+        const QFont tab = Ink::tabFont(faceNamed(face), scale);
+        QCOMPARE(body.pointSizeF(), bodySize * 0.75);
+        QCOMPARE(tab.pointSizeF(), tabSize * 0.75);
         // Letter spacing is kept in 64ths of a pixel.
-        QVERIFY(std::abs(font.letterSpacing() - 0.1 * scale) <= 1.0 / 64);
-        QCOMPARE(font.letterSpacingType(), QFont::AbsoluteSpacing);
-        if (family.isEmpty()) {
-            QCOMPARE(font.family(), systemFamily());
-            QCOMPARE(font.weight(), QFont::DemiBold);
-        } else {
-            QCOMPARE(QFontInfo(font).family(), family);
-            QCOMPARE(QFontInfo(font).styleName(), u"Bold"_s);
+        QVERIFY(std::abs(tab.letterSpacing() - 0.1 * scale) <= 1.0 / 64);
+        QCOMPARE(tab.letterSpacingType(), QFont::AbsoluteSpacing);
+        if (tabFamily.isEmpty())
+            QCOMPARE(tab.weight(), QFont::DemiBold);
+        for (const auto& [font, family, style] :
+             {std::tuple{body, bodyFamily, u"Book"_s}, std::tuple{tab, tabFamily, u"Bold"_s}}) {
+            if (family.isEmpty()) {
+                QCOMPARE(font.family(), systemFamily());
+            } else {
+                QCOMPARE(QFontInfo(font).family(), family);
+                QCOMPARE(QFontInfo(font).styleName(), style);
+            }
         }
     }
 
