@@ -415,6 +415,7 @@ private Q_SLOTS:
         placeCaret(*view, 4 + token.size() + 1);
         QTest::keyClick(view.get(), Qt::Key_Backspace);
         QCOMPARE(view->selectedRange(), (TextRange{4, token.size()}));
+        QVERIFY(!hidden(*view, 4) && view->imageOverlays()->widgets().isEmpty());
         if (input == u"tab") {
             QTest::keyClick(view.get(), Qt::Key_Tab);
         } else if (input == u"alt") {
@@ -562,19 +563,12 @@ private Q_SLOTS:
         const QString token = ImageTokens::token(id);
         const QString text = u"top\n"_s + token + u"\nbottom"_s;
         auto view = makeView(text);
-        placeCaret(*view, 4 + token.size() + 1); // start of "bottom"
-        QTest::keyClick(view.get(), Qt::Key_Backspace);
-        QCOMPARE(view->selectedRange(), (TextRange{4, token.size()}));
-        QVERIFY(!hidden(*view, 4) && view->imageOverlays()->widgets().isEmpty());
-        QTest::keyClicks(view.get(), u"y"_s);
-        QCOMPARE(view->text(), u"top\n"_s + token + u"\nybottom"_s);
-        QVERIFY(hidden(*view, 4) && view->imageOverlays()->widgets().size() == 1);
         placeCaret(*view, 4);
         QTest::keyClick(view.get(), Qt::Key_Delete);
         QTest::keyClick(view.get(), Qt::Key_Delete);
-        QCOMPARE(view->text(), u"top\n\nybottom"_s);
+        QCOMPARE(view->text(), u"top\n\nbottom"_s);
         QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
+        placeCaret(*view, 0); // off its line, which hides the picture again
         placeCaret(*view, 4 + token.size());
         QTest::keyClick(view.get(), Qt::Key_Left);
         QCOMPARE(view->textCursor().position(), 4);
