@@ -53,37 +53,6 @@ QByteArray turnedByExif(const QByteArray& jpeg)
     return jpeg.left(2) + segment + exif + jpeg.mid(2);
 }
 
-// An uncompressed 24-bit BMP of one colour, written row by row: Qt cannot decode BMP scaled,
-// so it needs the whole picture in memory first.
-bool writeBmp(const QString& path, QSize size)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    const qint64 stride = (size.width() * 3 + 3) / 4 * 4;
-    QByteArray header(54, 0);
-    const auto put = [&](int at, quint32 value, int bytes) {
-        for (int i = 0; i < bytes; ++i)
-            header[at + i] = char((value >> (8 * i)) & 0xFF);
-    };
-    header[0] = 'B';
-    header[1] = 'M';
-    put(2, quint32(54 + stride * size.height()), 4);
-    put(10, 54, 4);
-    put(14, 40, 4);
-    put(18, quint32(size.width()), 4);
-    put(22, quint32(size.height()), 4);
-    put(26, 1, 2);
-    put(28, 24, 2);
-    file.write(header);
-    QByteArray row(stride, 0);
-    for (int x = 0; x < size.width(); ++x)
-        row[3 * x] = char(200); // blue, in BGR order
-    for (int y = 0; y < size.height(); ++y)
-        file.write(row);
-    return file.error() == QFileDevice::NoError;
-}
-
 // The token syntax as a regular expression: the hand-written matcher must agree with it.
 const QRegularExpression tokenExpression(
     uR"(!\[image(?:\|([0-9]+(?:\.[0-9]+)?))?\]\(pondrift-img://([A-Za-z0-9-]+)\))"_s);
@@ -324,23 +293,19 @@ private Q_SLOTS:
         QFETCH(QSize, shown);
         QFETCH(QSize, painted);
         QFETCH(QSize, decoded);
-        QString id = u"PHOTO"_s;
-        if (kind == u"bmp"_s) {
-            QDir().mkpath(folder);
-            QVERIFY(writeBmp(folder + u"/PHOTO.bmp"_s, pixels));
-        } else {
-            // A red corner top left as the file holds it, to tell which way up it shows.
-            QImage picture(pixels, QImage::Format_RGB32);
-            picture.fill(QColor(30, 60, 200));
-            QPainter(&picture).fillRect(0, 0, pixels.width() / 4, pixels.height() / 4, Qt::red);
-            QByteArray bytes =
-                encoded(picture, kind == u"png"_s || kind == u"broken"_s ? "PNG" : "JPEG");
-            if (kind == u"sideways"_s)
-                bytes = turnedByExif(bytes);
-            if (kind == u"broken"_s) // the pixel data's first bytes overwritten
-                bytes.replace(bytes.indexOf("IDAT") + 4, 16, QByteArray(16, '\x5A'));
-            id = *store->save(bytes, kind == u"broken"_s ? u"png"_s : kind);
-        }
+        // A red corner top left as the file holds it, to tell which way up it shows.
+        QImage picture(pixels, QImage::Format_RGB32);
+        picture.fill(QColor(30, 60, 200));
+        QPainter(&picture).fillRect(0, 0, pixels.width() / 4, pixels.height() / 4, Qt::red);
+        const QString format = kind == u"broken"_s     ? u"png"_s
+                               : kind == u"sideways"_s ? u"jpg"_s
+                                                       : kind;
+        QByteArray bytes = encoded(picture, format.toLatin1().constData());
+        if (kind == u"sideways"_s)
+            bytes = turnedByExif(bytes);
+        if (kind == u"broken"_s) // the pixel data's first bytes overwritten
+            bytes.replace(bytes.indexOf("IDAT") + 4, 16, QByteArray(16, '\x5A'));
+        const QString id = *store->save(bytes, format);
         const QString path = *store->filePath(id);
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
