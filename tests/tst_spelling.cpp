@@ -211,7 +211,7 @@ private Q_SLOTS:
         QCOMPARE(note->view->spelling()->marked(), QList<TextRange>{TextRange(11, 3)});
     }
 
-    void editingOneLineRechecksOnlyThatLine()
+    void anEditRechecksItsLinesAndAFenceAboveTakesThemOut()
     {
         WordListSpellChecker checker({u"one"_s, u"two"_s, u"three"_s, u"four"_s});
         auto note = open(u"one one\ntwo two\nthree three\nfour four"_s, checker);
@@ -223,24 +223,18 @@ private Q_SLOTS:
         note->clock.advance(NoteSpellCheck::settleSeconds);
         QCOMPARE(checker.asked, (QStringList{u"twxo"_s, u"two"_s}));
         QCOMPARE(note->underlined(), u"twxo"_s);
-    }
 
-    void everyLineOfAPasteIsCheckedAndAFenceAboveTakesThemOut()
-    {
-        WordListSpellChecker checker({u"intro"_s});
-        auto note = open(u"intro"_s, checker);
-        note->clock.advance(0);
-        note->edit(5, 5, u"\nwrongg\nmoar"_s);
+        note->edit(7, 7, u"\nwrongg\nmoar"_s); // a paste of two lines
         note->clock.advance(NoteSpellCheck::settleSeconds);
-        QCOMPARE(note->underlined(), u"wrongg | moar"_s);
+        QCOMPARE(note->underlined(), u"wrongg | moar | twxo"_s);
 
-        note->edit(6, 6, u"```\n"_s);
+        note->edit(8, 8, u"```\n"_s);
         note->clock.advance(NoteSpellCheck::settleSeconds);
         QCOMPARE(note->underlined(), QString());
 
-        note->edit(6, 7, QString()); // "``": no fence any more
+        note->edit(8, 9, QString()); // "``": no fence any more
         note->clock.advance(NoteSpellCheck::settleSeconds);
-        QCOMPARE(note->underlined(), u"wrongg | moar"_s);
+        QCOMPARE(note->underlined(), u"wrongg | moar | twxo"_s);
     }
 
     void aLongNoteIsCheckedInTurnsFromWhatIsInView()
