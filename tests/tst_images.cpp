@@ -10,7 +10,6 @@
 #include <QImage>
 #include <QMimeData>
 #include <QPainter>
-#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -102,62 +101,41 @@ private Q_SLOTS:
         QCOMPARE(read.first().id, u"A"_s);
     }
 
+    // The scanner is written by hand for speed; the expression is the definition. Each text
+    // mixes tokens with near misses, and the scanner must find just what the expression finds.
     void scanning_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("ids");
-        QTest::addColumn<double>("firstWidth"); // -1 when the first token has none
-        QTest::addColumn<qsizetype>("firstLocation");
-        QTest::newRow("many decimals are read") << u"![image|12.345](pondrift-img://A-1)"_s
-                                                << QStringList{u"A-1"_s} << 12.345 << qsizetype{0};
-        QTest::newRow("a negative width is no token")
-            << u"![image|-5](pondrift-img://A)"_s << QStringList{} << -1.0 << qsizetype{-1};
-        QTest::newRow("a path cannot be smuggled in")
-            << u"![image](pondrift-img://../x) ![image](pondrift-img://a/b)"_s << QStringList{}
-            << -1.0 << qsizetype{-1};
-        QTest::newRow("ranges count UTF-16 units after astral characters, repeats kept")
-            << u"😀 ![image](pondrift-img://B)x![image|7](pondrift-img://B)"_s
-            << QStringList{u"B"_s, u"B"_s} << -1.0 << qsizetype{3};
+        QTest::addColumn<int>("count"); // what the expression finds, lest a row prove nothing
+        const QString a = u"](pondrift-img://A)"_s;
+        // clang-format off
+        QTest::newRow("widths with and without decimals") << u"![image|12.345](pondrift-img://A-1)![image|7"_s + a << 2;
+        QTest::newRow("a width needs digits on both sides of its point, and no sign") << u"![image|"_s + a + u"![image|1."_s + a + u"![image|.5"_s + a + u"![image|-5"_s + a << 0;
+        QTest::newRow("an id needs a character, and a bracket to close it") << u"![image](pondrift-img://) ![image](pondrift-img://A_) ![image](pondrift-img://A"_s << 0;
+        QTest::newRow("a path cannot be smuggled in") << u"![image](pondrift-img://../x) ![image](pondrift-img://a/b)"_s << 0;
+        QTest::newRow("a token may start inside a near miss") << u"![image![image"_s + a + u"![image|5![image|5"_s + a << 2;
+        QTest::newRow("ranges count UTF-16 units after astral characters, repeats kept") << u"😀 ![image](pondrift-img://B)x![image|7](pondrift-img://B)"_s << 2;
+        // clang-format on
     }
     void scanning()
     {
         QFETCH(QString, text);
-        QFETCH(QStringList, ids);
-        QFETCH(double, firstWidth);
-        QFETCH(qsizetype, firstLocation);
-        QCOMPARE(ImageTokens::referencedIDs(text), ids);
-        const QList<ImageToken> found = ImageTokens::tokens(text);
-        if (found.isEmpty())
-            return;
-        QCOMPARE(found.first().width.value_or(-1.0), firstWidth);
-        QCOMPARE(found.first().range.location, firstLocation);
-    }
-
-    // The scanner is written by hand for speed; the expression is the definition.
-    void scannerAgreesWithTheExpression()
-    {
-        // Pieces of tokens and of near misses; a "\n" piece is a line break.
-        const QStringList pieces =
-            u"![image | 12 . 5 ](pondrift-img:// ]( A b- _ ) ! [ 😀 \n image pondrift-img://"_s
-                .split(u' ');
-        QRandomGenerator random(7);
-        for (int round = 0; round < 20000; ++round) {
-            QString text;
-            const int count = random.bounded(1, 14);
-            for (int i = 0; i < count; ++i)
-                text += pieces.at(random.bounded(pieces.size()));
-            QList<ImageToken> expected;
-            QRegularExpressionMatchIterator it = tokenExpression.globalMatch(text);
-            while (it.hasNext()) {
-                const QRegularExpressionMatch m = it.next();
-                ImageToken token{m.captured(2), std::nullopt,
-                                 TextRange{m.capturedStart(0), m.capturedLength(0)}};
-                if (m.capturedStart(1) >= 0)
-                    token.width = m.captured(1).toDouble();
-                expected.append(token);
-            }
-            QVERIFY2(ImageTokens::tokens(text) == expected, qPrintable(text));
+        QFETCH(int, count);
+        QList<ImageToken> expected;
+        QStringList ids;
+        QRegularExpressionMatchIterator it = tokenExpression.globalMatch(text);
+        while (it.hasNext()) {
+            const QRegularExpressionMatch m = it.next();
+            ImageToken token{m.captured(2), std::nullopt,
+                             TextRange{m.capturedStart(0), m.capturedLength(0)}};
+            if (m.capturedStart(1) >= 0)
+                token.width = m.captured(1).toDouble();
+            expected.append(token);
+            ids.append(token.id);
         }
+        QCOMPARE(expected.size(), count);
+        QVERIFY(ImageTokens::tokens(text) == expected);
+        QCOMPARE(ImageTokens::referencedIDs(text), ids);
     }
 
     void extensions_data()
