@@ -8,6 +8,7 @@
 #include "platform/xdg/HunspellSpellChecker.h"
 #include "support/ManualScheduler.h"
 #include "support/RecordingDesktop.h"
+#include "support/TestFiles.h"
 #include "support/WordListSpellChecker.h"
 
 #include <QFile>
@@ -33,13 +34,6 @@ QStringList textsOf(const QString& text, const QList<SpellChecker::Range>& range
     for (const SpellChecker::Range& r : ranges)
         words.append(text.sliced(r.start, r.length));
     return words;
-}
-
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
 }
 
 } // namespace
@@ -310,8 +304,8 @@ private Q_SLOTS:
         QFETCH(bool, available);
         QFETCH(QString, logged);
         QTemporaryDir folder;
-        writeFile(folder.filePath(u"xx_XX.aff"_s), aff);
-        writeFile(folder.filePath(u"xx_XX.dic"_s), dic);
+        QVERIFY(TestFiles::write(folder.filePath(u"xx_XX.aff"_s), aff)
+                && TestFiles::write(folder.filePath(u"xx_XX.dic"_s), dic));
         QStringList lines;
         const Log::Capture capture([&](const QString& line) { lines.append(line); });
 
