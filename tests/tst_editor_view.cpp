@@ -601,7 +601,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QList<int>>("keys");
         QTest::newRow("typing a letter") << QList<int>{Qt::Key_A};
-        QTest::newRow("Backspace") << QList<int>{Qt::Key_Backspace};
         QTest::newRow("Return above the photos moves them down") << QList<int>{Qt::Key_Return};
         QTest::newRow("caret moves past the photos' lines")
             << QList<int>{Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Up};
