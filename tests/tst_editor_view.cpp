@@ -100,22 +100,18 @@ class EditorViewTest : public QObject {
     RecordingDesktop desktop;
     EditorBridge bridge;
 
-    QString makeImage(int width, int height)
+    // A picture of one colour: a bitmap, capped as pasted ones are, or a photo's own bytes.
+    QString makeImage(QSize size, const char* photoFormat = nullptr)
     {
-        QImage image(width, height, QImage::Format_ARGB32);
+        QImage image(size, QImage::Format_ARGB32);
         image.fill(QColor(40, 120, 200));
-        return images.save(image).value_or(QString());
-    }
-
-    QString makePhoto(QSize size)
-    {
-        QImage image(size, QImage::Format_RGB32);
-        image.fill(QColor(40, 120, 200));
-        QByteArray jpeg;
-        QBuffer buffer(&jpeg);
+        if (!photoFormat)
+            return images.save(image).value_or(QString());
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
         buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "JPEG");
-        return images.save(jpeg, u"jpg"_s).value_or(QString());
+        image.save(&buffer, photoFormat);
+        return images.save(bytes, QString::fromLatin1(photoFormat)).value_or(QString());
     }
 
     // A view that never shows fails the test here, so that callers need no check of their own.
@@ -409,7 +405,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, input);
         QFETCH(QString, typed);
-        const QString token = ImageTokens::token(makeImage(120, 60));
+        const QString token = ImageTokens::token(makeImage({120, 60}));
         auto view = makeView(u"top\n"_s + token + u"\nbottom"_s);
         placeCaret(*view, 4 + token.size() + 1);
         QTest::keyClick(view.get(), Qt::Key_Backspace);
@@ -434,7 +430,7 @@ private Q_SLOTS:
     // In a right-to-left line Left goes forward: the caret still never stops inside a picture.
     void arrowsPassAPictureInARightToLeftNote()
     {
-        const QString token = ImageTokens::token(makeImage(80, 40));
+        const QString token = ImageTokens::token(makeImage({80, 40}));
         const QString text = u"שלום "_s + token + u" עולם"_s;
         const TextRange at{5, token.size()};
         auto view = makeView(text);
@@ -475,7 +471,7 @@ private Q_SLOTS:
         QFETCH(QList<int>, keys);
         QFETCH(bool, atEnd);
         QFETCH(QString, expected);
-        const QString token = ImageTokens::token(makeImage(80, 40));
+        const QString token = ImageTokens::token(makeImage({80, 40}));
         const QString text = u"ab "_s + token + u" cd"_s;
         const TextRange at{3, token.size()};
         auto view = makeView(text);
@@ -498,15 +494,15 @@ private Q_SLOTS:
 
     void picturesTakeTheirSizeAndTheirLinesRoom()
     {
-        const QString wide = makeImage(100, 50);
-        const QString tall = makeImage(100, 80);
+        const QString wide = makeImage({100, 50});
+        const QString tall = makeImage({100, 80});
         // clang-format off
         const QList<std::pair<QString, QSizeF>> pictures{ // a width of -1: the container's
             {ImageTokens::token(tall), {100, 80}},   // not enlarged
             {ImageTokens::token(tall, 50), {50, 40}},  // the same picture at another width
             {ImageTokens::token(wide, 10), {40, 20}},  // at least 40
             {ImageTokens::token(wide, 5000), {-1, 0.5}},
-            {ImageTokens::token(makeImage(1000, 500)), {320, 160}},
+            {ImageTokens::token(makeImage({1000, 500})), {320, 160}},
             {ImageTokens::token(u"MISSING-1"_s), {160, 96}}, // a placeholder
             {ImageTokens::token(u"MISSING-2"_s, 200), {200, 120}}};
         // clang-format on
@@ -558,7 +554,7 @@ private Q_SLOTS:
 
     void aPictureGoesOnlyWhenSeenAndResizesAsOneEdit()
     {
-        const QString id = makeImage(200, 100);
+        const QString id = makeImage({200, 100});
         const QString token = ImageTokens::token(id);
         const QString text = u"top\n"_s + token + u"\nbottom"_s;
         auto view = makeView(text);
@@ -610,7 +606,7 @@ private Q_SLOTS:
         QString text = u"# Trip"_s;
         for (int i = 0; i < 4; ++i)
             text += u"\nday "_s + QString::number(i) + u"\n"_s
-                    + ImageTokens::token(makePhoto({4000, 3000}), 100);
+                    + ImageTokens::token(makeImage({4000, 3000}, "jpg"), 100);
         QList<QSize> decodes;
         images.onDecode = [&](const QString&, QSize size) { decodes.append(size); };
         const auto reset = qScopeGuard([&] { images.onDecode = nullptr; });
