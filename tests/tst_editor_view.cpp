@@ -100,31 +100,30 @@ class EditorViewTest : public QObject {
     RecordingDesktop desktop;
     EditorBridge bridge;
 
-    QString makeImage(int width, int height)
+    // A picture of one colour: a bitmap, capped as pasted ones are, or a photo's own bytes.
+    QString makeImage(QSize size, const char* photoFormat = nullptr)
     {
-        QImage image(width, height, QImage::Format_ARGB32);
+        QImage image(size, QImage::Format_ARGB32);
         image.fill(QColor(40, 120, 200));
-        return images.save(image).value_or(QString());
-    }
-
-    QString makePhoto(QSize size)
-    {
-        QImage image(size, QImage::Format_RGB32);
-        image.fill(QColor(40, 120, 200));
-        QByteArray jpeg;
-        QBuffer buffer(&jpeg);
+        if (!photoFormat)
+            return images.save(image).value_or(QString());
+        QByteArray bytes;
+        QBuffer buffer(&bytes);
         buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "JPEG");
-        return images.save(jpeg, u"jpg"_s).value_or(QString());
+        image.save(&buffer, photoFormat);
+        return images.save(bytes, QString::fromLatin1(photoFormat)).value_or(QString());
     }
 
+    // A view that never shows fails the test here, so that callers need no check of their own.
     std::unique_ptr<NoteTextView> makeView(const QString& text, bool markdown = true)
     {
         auto view =
             std::make_unique<NoteTextView>(text, configuration(markdown), &bridge, desktop, images);
         view->resize(420, 500);
         view->show();
-        return QTest::qWaitForWindowExposed(view.get()) ? std::move(view) : nullptr;
+        QTest::qVerify(QTest::qWaitForWindowExposed(view.get()), "the view is shown", "", __FILE__,
+                       __LINE__);
+        return view;
     }
 
 private Q_SLOTS:
@@ -134,7 +133,6 @@ private Q_SLOTS:
     {
         const QString original = u"# Title\n**bold** and *it*\nplain"_s;
         auto view = makeView(original);
-        QVERIFY(view);
         for (qsizetype position : {0, 10, 30, 3})
             placeCaret(*view, position);
         QVERIFY(!view->document()->isUndoAvailable() && !view->document()->isModified());
@@ -181,7 +179,6 @@ private Q_SLOTS:
         QFETCH(QString, expected);
         QFETCH(int, expectedCaret);
         auto view = makeView(text);
-        QVERIFY(view);
         placeCaret(*view, caret);
         if (toggle)
             bridge.toggleTaskLine();
@@ -197,7 +194,6 @@ private Q_SLOTS:
     {
         auto view =
             makeView(u"note\n\u2610 a long task\n[site](https://example.org) [file](ftp://b)"_s);
-        QVERIFY(view);
         QSignalSpy edited(view.get(), &NoteTextView::edited);
         const QPoint box = pointOf(*view, 5) + QPoint(3, 0);
         QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, box);
@@ -229,7 +225,6 @@ private Q_SLOTS:
         QVERIFY(image.save(path) && TestFiles::write(dir.filePath(u"notes.txt"_s), "text"));
 
         auto view = makeView(u"hello world"_s);
-        QVERIFY(view);
         QMimeData mime;
         mime.setUrls({QUrl::fromLocalFile(path)});
         const QPoint at = pointOf(*view, 5);
@@ -261,7 +256,6 @@ private Q_SLOTS:
         QCOMPARE(alone.matchCount(), 0);
 
         auto view = makeView(u"aaaa One note"_s);
-        QVERIFY(view);
         QSignalSpy counted(&bridge, &EditorBridge::matchCountChanged);
         for (const QString& query : {u"aa"_s, u"AA"_s})
             bridge.recount(query);
@@ -280,38 +274,34 @@ private Q_SLOTS:
             bridge.findNext(query, forward);
             QCOMPARE(view->selectedRange(), found);
         }
-    }
 
-    void selectionLayersKeepEachOther()
-    {
-        auto view = makeView(u"one two three"_s);
-        QVERIFY(view);
-        const auto over = [&](int from, int to) {
-            QTextEdit::ExtraSelection selection;
-            selection.cursor = QTextCursor(view->document());
-            selection.cursor.setPosition(from);
-            selection.cursor.setPosition(to, QTextCursor::KeepAnchor);
-            selection.format.setFontUnderline(true);
-            return selection;
-        };
-        const auto spans = [&] {
-            QList<std::pair<int, int>> found;
+        // A match found flashes, fades, and leaves nothing behind but its selection. The flash
+        // is a layer of its own, drawn over the spelling's marks, which it leaves alone.
+        const auto marks = [&] {
+            QStringList texts;
             for (const QTextEdit::ExtraSelection& s : view->extraSelections())
-                found.append({s.cursor.selectionStart(), s.cursor.selectionEnd()});
-            return found;
+                texts.append(s.cursor.selectedText());
+            return texts;
         };
-        view->setSelectionLayer(u"spelling"_s, {over(0, 3), over(8, 13)});
-        view->setSelectionLayer(u"find"_s, {over(4, 7)});
-        QCOMPARE(spans(), (QList<std::pair<int, int>>{{4, 7}, {0, 3}, {8, 13}}));
-        view->setSelectionLayer(u"spelling"_s, {over(0, 3)});
-        QCOMPARE(spans(), (QList<std::pair<int, int>>{{4, 7}, {0, 3}}));
-        view->setSelectionLayer(u"find"_s, {});
-        QCOMPARE(spans(), (QList<std::pair<int, int>>{{0, 3}}));
-        QCOMPARE(view->selectionLayer(u"spelling"_s).size(), 1);
+        QTextEdit::ExtraSelection misspelled;
+        misspelled.cursor = QTextCursor(view->document());
+        misspelled.cursor.movePosition(QTextCursor::End, QTextCursor::KeepAnchor);
+        view->setSelectionLayer(u"spelling"_s, {misspelled});
+        bridge.findNext(u"one"_s, true);
+        const auto flash = [&] { return view->selectionLayer(u"find"_s); };
+        QCOMPARE(marks(), (QStringList{u"One"_s, view->text()}));
+        const QColor first = flash()[0].format.background().color();
+        QVERIFY(first.alpha() > 0);
+        QTRY_VERIFY(flash().isEmpty() || flash()[0].format.background().color() != first);
+        QTRY_COMPARE(marks(), QStringList{view->text()});
+        QVERIFY(flash().isEmpty());
+        for (const QAbstractAnimation* animation : view->findChildren<QAbstractAnimation*>())
+            QCOMPARE(animation->state(), QAbstractAnimation::Stopped);
+        QCOMPARE(view->selectedRange(), (TextRange{5, 3}));
     }
 
     // A pre-edit keeps the line's styling, its picture's room and overlay; nothing below moves.
-    // Looks are in the block's own positions: "2+2=heading" is two units from 2.
+    // Looks are in the block's own positions: "2+5=heading" is five units from 2.
     void composingKeepsTheLinesStyle_data()
     {
         QTest::addColumn<QString>("text");
@@ -320,7 +310,6 @@ private Q_SLOTS:
         const QString token = ImageTokens::token(u"COMPOSE"_s);
         const int t = int(token.size());
         // clang-format off
-        QTest::newRow("a heading composed mid-word") << u"# Title\nbody"_s << 4 << u"2+2=heading|4+5=heading,ime|9+3=heading"_s;
         QTest::newRow("a heading composed at its end") << u"# Title\nbody"_s << 7 << u"2+5=heading|7+5=heading,ime"_s;
         QTest::newRow("a picture's line composed behind the picture") << u"top\n"_s + token + u"\nend"_s << 4 + t << u"0+1=room|1+%1=hidden|%2+5=ime"_s.arg(t - 1).arg(t);
         QTest::newRow("a picture's line composed before the picture") << u"top\n"_s + token + u"\nend"_s << 4 << u"0+5=ime|5+1=room|6+%1=hidden"_s.arg(t - 1);
@@ -333,7 +322,6 @@ private Q_SLOTS:
         QFETCH(int, caret);
         QFETCH(QString, looks);
         auto view = makeView(text);
-        QVERIFY(view);
         placeCaret(*view, caret);
         const int block = view->textCursor().blockNumber();
         const double below = blockTop(*view, block + 1);
@@ -400,12 +388,12 @@ private Q_SLOTS:
     {
         QFETCH(QString, input);
         QFETCH(QString, typed);
-        const QString token = ImageTokens::token(makeImage(120, 60));
+        const QString token = ImageTokens::token(makeImage({120, 60}));
         auto view = makeView(u"top\n"_s + token + u"\nbottom"_s);
-        QVERIFY(view);
         placeCaret(*view, 4 + token.size() + 1);
         QTest::keyClick(view.get(), Qt::Key_Backspace);
         QCOMPARE(view->selectedRange(), (TextRange{4, token.size()}));
+        QVERIFY(!hidden(*view, 4) && view->imageOverlays()->widgets().isEmpty());
         if (input == u"tab") {
             QTest::keyClick(view.get(), Qt::Key_Tab);
         } else if (input == u"alt") {
@@ -422,67 +410,41 @@ private Q_SLOTS:
         QCOMPARE(view->imageOverlays()->widgets().size(), 1);
     }
 
-    void arrowsPassAPictureInARightToLeftNote_data()
-    {
-        QTest::addColumn<bool>("inLine");
-        QTest::newRow("a picture on a line of its own") << false;
-        QTest::newRow("a picture inside a line") << true;
-    }
-
-    void arrowsPassAPictureInARightToLeftNote()
-    {
-        QFETCH(bool, inLine);
-        const QString token = ImageTokens::token(makeImage(80, 40));
-        const QString text =
-            inLine ? u"שלום "_s + token + u" עולם"_s : u"שלום\n"_s + token + u"\nעולם"_s;
-        const TextRange at{5, token.size()};
-        auto view = makeView(text);
-        QVERIFY(view);
-        NoteTextView::Configuration rtl = configuration();
-        rtl.textDirection = NoteTextDirection::RightToLeft;
-        view->setConfiguration(rtl);
-        QVERIFY(hidden(*view, at.location));
-        for (const auto& [key, from, to] : {std::tuple{Qt::Key_Left, qsizetype(0), text.size()},
-                                            std::tuple{Qt::Key_Right, text.size(), qsizetype(0)}}) {
-            placeCaret(*view, from);
-            for (int press = 0; press < 2 * text.size() && view->textCursor().position() != to;
-                 ++press) {
-                QTest::keyClick(view.get(), key);
-                const qsizetype caret = view->textCursor().position();
-                QVERIFY2(caret <= at.location || caret >= at.end(),
-                         qPrintable(QString::number(caret)));
-            }
-            QCOMPARE(view->textCursor().position(), to);
-        }
-    }
-
-    void wordKeysTakeAPictureWhole_data()
+    void keysTakeAPictureWhole_data()
     {
         QTest::addColumn<QList<int>>("keys");
         QTest::addColumn<bool>("atEnd");       // the caret at the picture's end, else at its start
         QTest::addColumn<QString>("expected"); // "at start", "at end", "select" or "deleted"
+        QTest::addColumn<bool>("rightToLeft"); // bare keys in a right-to-left note, else with Ctrl
         // clang-format off
-        QTest::newRow("Ctrl+Right at a picture's start passes it") << QList<int>{Qt::Key_Right} << false << u"at end"_s;
-        QTest::newRow("Ctrl+Left at a picture's end passes it") << QList<int>{Qt::Key_Left} << true << u"at start"_s;
-        QTest::newRow("Ctrl+Backspace behind a picture shows it") << QList<int>{Qt::Key_Backspace} << true << u"select"_s;
-        QTest::newRow("Ctrl+Delete before a picture shows it") << QList<int>{Qt::Key_Delete} << false << u"select"_s;
-        QTest::newRow("a second Ctrl+Backspace removes the picture seen") << QList<int>{Qt::Key_Backspace, Qt::Key_Backspace} << true << u"deleted"_s;
+        QTest::newRow("Ctrl+Right at a picture's start passes it") << QList<int>{Qt::Key_Right} << false << u"at end"_s << false;
+        QTest::newRow("Ctrl+Left at a picture's end passes it") << QList<int>{Qt::Key_Left} << true << u"at start"_s << false;
+        QTest::newRow("Ctrl+Backspace behind a picture shows it") << QList<int>{Qt::Key_Backspace} << true << u"select"_s << false;
+        QTest::newRow("Ctrl+Delete before a picture shows it") << QList<int>{Qt::Key_Delete} << false << u"select"_s << false;
+        QTest::newRow("a second Ctrl+Backspace removes the picture seen") << QList<int>{Qt::Key_Backspace, Qt::Key_Backspace} << true << u"deleted"_s << false;
+        QTest::newRow("Left in a right-to-left line goes forward, past the picture") << QList<int>{Qt::Key_Left} << false << u"at end"_s << true;
+        QTest::newRow("Right in a right-to-left line goes back, past the picture") << QList<int>{Qt::Key_Right} << true << u"at start"_s << true;
         // clang-format on
     }
 
-    void wordKeysTakeAPictureWhole()
+    void keysTakeAPictureWhole()
     {
         QFETCH(QList<int>, keys);
         QFETCH(bool, atEnd);
         QFETCH(QString, expected);
-        const QString token = ImageTokens::token(makeImage(80, 40));
-        const QString text = u"ab "_s + token + u" cd"_s;
+        QFETCH(bool, rightToLeft);
+        const QString token = ImageTokens::token(makeImage({80, 40}));
+        const QString text = (rightToLeft ? u"של "_s : u"ab "_s) + token + u" cd"_s;
         const TextRange at{3, token.size()};
         auto view = makeView(text);
-        QVERIFY(view);
+        NoteTextView::Configuration direction = configuration();
+        direction.textDirection =
+            rightToLeft ? NoteTextDirection::RightToLeft : NoteTextDirection::LeftToRight;
+        view->setConfiguration(direction);
         placeCaret(*view, atEnd ? at.end() : at.location);
         for (int key : keys)
-            QTest::keyClick(view.get(), Qt::Key(key), Qt::ControlModifier);
+            QTest::keyClick(view.get(), Qt::Key(key),
+                            rightToLeft ? Qt::NoModifier : Qt::ControlModifier);
         if (expected == u"deleted"_s) {
             QCOMPARE(view->text(), text.left(at.location) + text.mid(at.end()));
             return;
@@ -497,39 +459,17 @@ private Q_SLOTS:
         QVERIFY(hidden(*view, at.location));
     }
 
-    void findFlashesTheMatch()
-    {
-        auto view = makeView(u"one two one"_s);
-        QVERIFY(view);
-        view->setSelectionLayer(u"spelling"_s, {});
-        bridge.findNext(u"two"_s, true);
-        QCOMPARE(view->selectedRange(), (TextRange{4, 3}));
-        const auto flash = [&] { return view->selectionLayer(u"find"_s); };
-        QCOMPARE(flash().size(), 1);
-        QCOMPARE(flash()[0].cursor.selectionStart(), 4);
-        QCOMPARE(flash()[0].cursor.selectionEnd(), 7);
-        QCOMPARE(view->extraSelections().size(), 1);
-        const QColor first = flash()[0].format.background().color();
-        QVERIFY(first.alpha() > 0);
-        QTRY_VERIFY(flash().isEmpty() || flash()[0].format.background().color() != first);
-        QTRY_VERIFY(flash().isEmpty());
-        QVERIFY(view->extraSelections().isEmpty());
-        for (const QAbstractAnimation* animation : view->findChildren<QAbstractAnimation*>())
-            QCOMPARE(animation->state(), QAbstractAnimation::Stopped);
-        QCOMPARE(view->selectedRange(), (TextRange{4, 3}));
-    }
-
     void picturesTakeTheirSizeAndTheirLinesRoom()
     {
-        const QString wide = makeImage(100, 50);
-        const QString tall = makeImage(100, 80);
+        const QString wide = makeImage({100, 50});
+        const QString tall = makeImage({100, 80});
         // clang-format off
         const QList<std::pair<QString, QSizeF>> pictures{ // a width of -1: the container's
             {ImageTokens::token(tall), {100, 80}},   // not enlarged
             {ImageTokens::token(tall, 50), {50, 40}},  // the same picture at another width
             {ImageTokens::token(wide, 10), {40, 20}},  // at least 40
             {ImageTokens::token(wide, 5000), {-1, 0.5}},
-            {ImageTokens::token(makeImage(1000, 500)), {320, 160}},
+            {ImageTokens::token(makeImage({1000, 500})), {320, 160}},
             {ImageTokens::token(u"MISSING-1"_s), {160, 96}}, // a placeholder
             {ImageTokens::token(u"MISSING-2"_s, 200), {200, 120}}};
         // clang-format on
@@ -537,7 +477,6 @@ private Q_SLOTS:
         for (const auto& picture : pictures)
             text += u"\n"_s + picture.first;
         auto view = makeView(text + u"\nend"_s);
-        QVERIFY(view);
         const QList<NoteImageOverlayWidget*> widgets = view->imageOverlays()->widgets();
         QCOMPARE(widgets.size(), pictures.size());
         const auto lineHeight = [&](int block) {
@@ -556,8 +495,6 @@ private Q_SLOTS:
             QCOMPARE(widgets[i]->hasFile(), !pictures[i].first.contains(u"MISSING"_s));
         }
         QCOMPARE(widgets[0]->grab().toImage().pixelColor(20, 20), QColor(40, 120, 200));
-        QVERIFY(qAbs(pointOf(*view, 6 + pictures[0].first.size()).x() - pointOf(*view, 6).x())
-                <= 1);
         QVERIFY(!view->document()->isUndoAvailable()); // the room is no edit
 
         // A file that arrives (by sync) and a narrower view each give a picture's line new room.
@@ -582,27 +519,16 @@ private Q_SLOTS:
 
     void aPictureGoesOnlyWhenSeenAndResizesAsOneEdit()
     {
-        const QString id = makeImage(200, 100);
+        const QString id = makeImage({200, 100});
         const QString token = ImageTokens::token(id);
         const QString text = u"top\n"_s + token + u"\nbottom"_s;
         auto view = makeView(text);
-        QVERIFY(view);
-        placeCaret(*view, 4 + token.size() + 1); // start of "bottom"
-        QTest::keyClick(view.get(), Qt::Key_Backspace);
-        QCOMPARE(view->selectedRange(), (TextRange{4, token.size()}));
-        QVERIFY(!hidden(*view, 4) && view->imageOverlays()->widgets().isEmpty());
-        QTest::keyClicks(view.get(), u"y"_s);
-        QCOMPARE(view->text(), u"top\n"_s + token + u"\nybottom"_s);
-        QVERIFY(hidden(*view, 4) && view->imageOverlays()->widgets().size() == 1);
         placeCaret(*view, 4);
         QTest::keyClick(view.get(), Qt::Key_Delete);
         QTest::keyClick(view.get(), Qt::Key_Delete);
-        QCOMPARE(view->text(), u"top\n\nybottom"_s);
+        QCOMPARE(view->text(), u"top\n\nbottom"_s);
         QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-        QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-        placeCaret(*view, 4 + token.size());
-        QTest::keyClick(view.get(), Qt::Key_Left);
-        QCOMPARE(view->textCursor().position(), 4);
+        placeCaret(*view, 0); // off its line, which hides the picture again
 
         NoteImageOverlayWidget* picture = view->imageOverlays()->widgets().value(0);
         QTest::mouseClick(picture, Qt::LeftButton, {}, QPoint(10, 10));
@@ -635,7 +561,6 @@ private Q_SLOTS:
     {
         QTest::addColumn<QList<int>>("keys");
         QTest::newRow("typing a letter") << QList<int>{Qt::Key_A};
-        QTest::newRow("Backspace") << QList<int>{Qt::Key_Backspace};
         QTest::newRow("Return above the photos moves them down") << QList<int>{Qt::Key_Return};
         QTest::newRow("caret moves past the photos' lines")
             << QList<int>{Qt::Key_Down, Qt::Key_Down, Qt::Key_Down, Qt::Key_Up};
@@ -646,12 +571,11 @@ private Q_SLOTS:
         QString text = u"# Trip"_s;
         for (int i = 0; i < 4; ++i)
             text += u"\nday "_s + QString::number(i) + u"\n"_s
-                    + ImageTokens::token(makePhoto({4000, 3000}), 100);
+                    + ImageTokens::token(makeImage({4000, 3000}, "jpg"), 100);
         QList<QSize> decodes;
         images.onDecode = [&](const QString&, QSize size) { decodes.append(size); };
         const auto reset = qScopeGuard([&] { images.onDecode = nullptr; });
         auto view = makeView(text);
-        QVERIFY(view);
         view->grab(); // the first display
         const QList<NoteImageOverlayWidget*> photos = view->imageOverlays()->widgets();
         QCOMPARE(photos.size(), 4);

@@ -76,7 +76,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("onRight");
         QTest::addColumn<double>("dx");
         QTest::addColumn<bool>("detaches");
-        QTest::newRow("right edge, 39 left") << true << -39.0 << false;
         QTest::newRow("right edge, 40 left") << true << -40.0 << false;
         QTest::newRow("right edge, 41 left") << true << -41.0 << true;
         QTest::newRow("right edge, 300 towards the edge") << true << 300.0 << false;
