@@ -528,7 +528,11 @@ private Q_SLOTS:
         QTest::keyClick(view.get(), Qt::Key_Delete);
         QCOMPARE(view->text(), u"top\n\nbottom"_s);
         QTest::keyClick(view.get(), Qt::Key_Z, Qt::ControlModifier);
-        placeCaret(*view, 0); // off its line, which hides the picture again
+        // Undone, the picture is back at once, also with the caret on its line.
+        QCOMPARE(view->text(), text);
+        QTRY_COMPARE(view->imageOverlays()->widgets().size(), 1);
+        QVERIFY(hidden(*view, 5));
+        placeCaret(*view, 0);
 
         NoteImageOverlayWidget* picture = view->imageOverlays()->widgets().value(0);
         QTest::mouseClick(picture, Qt::LeftButton, {}, QPoint(10, 10));
