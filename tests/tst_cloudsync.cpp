@@ -104,16 +104,21 @@ class TestCloudSync : public QObject {
         clock.advance(seconds);
         return m->engine->syncNow();
     }
+    // A pass now that carries out these actions, as plan() prints them.
+    void passDoes(const QString& actions)
+    {
+        QVERIFY(m->engine->syncNow());
+        QCOMPARE(plan(), actions);
+    }
     void quietPass()
     {
-        QVERIFY(passAfter(5));
-        QCOMPARE(plan(), QString());
+        clock.advance(5);
+        passDoes({});
     }
     void quietAfterRestart()
     {
         m->restart();
-        QVERIFY(m->engine->syncNow());
-        QCOMPARE(plan(), QString());
+        passDoes({});
     }
     // The wait for a rename's removal runs out, and passes after it settle the names.
     void settleNames()
@@ -225,8 +230,7 @@ private Q_SLOTS:
         m->notes->setArchived(later.id, true);
         QVERIFY(m->engine->syncNow());
         QCOMPARE(m->notes->note(other.id)->body, u"from the other machine"_s);
-        QCOMPARE(m->names().size(), 3);
-        QVERIFY(!m->names().contains(u"plans.md"_s));
+        QCOMPARE(m->names(), (QStringList{u"Ideas.md"_s, u"Plans-2.md"_s, u"Plans.md"_s}));
         quietPass();
         QCOMPARE(idIn(u"Plans.md"_s), other.id);
         QCOMPARE(m->notes->notes().size(), 3);
@@ -251,14 +255,12 @@ private Q_SLOTS:
         clock.advance(2);
         if (edited) {
             drop(u"Plans.md"_s, (doc(u"Plans.md"_s) + u"\nbring cake"_s).toUtf8());
-            QVERIFY(m->engine->syncNow());
-            QCOMPARE(plan(), u"pull(Plans.md)"_s);
+            passDoes(u"pull(Plans.md)"_s);
         }
         clock.advance(2);
         const QString title = QFileInfo(renamed).completeBaseName();
         dropNote(renamed, editedThere(before, title, edited ? u"call Ana at 6"_s : before.body));
-        QVERIFY(m->engine->syncNow());
-        QCOMPARE(plan(), QString());
+        passDoes({});
         QCOMPARE(m->names().size(), 2);
 
         settleNames();
@@ -486,8 +488,7 @@ private Q_SLOTS:
         for (const QString& title : {u"Plans"_s, u"plans"_s}) {
             clock.advance(1);
             m->notes->updateTitle(a.id, title);
-            QVERIFY(m->engine->syncNow());
-            QCOMPARE(plan(), u"push(%1, plans.md)"_s.arg(a.id));
+            passDoes(u"push(%1, plans.md)"_s.arg(a.id));
             QCOMPARE(m->names(), QStringList{u"plans.md"_s});
             QCOMPARE(NoteDocument::parse(doc(u"plans.md"_s), {}).note.title, title);
             QCOMPARE(m->engine->index().entry(a.id)->fileName, u"plans.md"_s);
@@ -512,8 +513,7 @@ private Q_SLOTS:
         const double declared = std::floor(clock.now().seconds) + declaredAhead;
         dropNote(name, aNote().id(id).title(u"Plans"_s).body(u"edited there"_s).modified(declared));
         const FileStamp written = *m->folder.fileStamp(name);
-        QVERIFY(m->engine->syncNow());
-        QCOMPARE(plan(), u"pull(%1)"_s.arg(name));
+        passDoes(u"pull(%1)"_s.arg(name));
         const Date expected = declaredAhead > 0 ? clock.now() : written.modified;
         QCOMPARE(m->notes->note(id)->body, u"edited there"_s);
         QCOMPARE(m->notes->note(id)->modified, expected);
@@ -550,16 +550,14 @@ private Q_SLOTS:
             m->restart();
             clock.advance(1.5);
         }
-        QVERIFY(m->engine->syncNow());
-        QCOMPARE(plan(), here ? u"push(%1, Quick.md)"_s.arg(a.id) : u"pull(Quick.md)"_s);
+        passDoes(here ? u"push(%1, Quick.md)"_s.arg(a.id) : u"pull(Quick.md)"_s);
         QCOMPARE(m->notes->note(a.id)->body, u"second"_s);
         QVERIFY(doc(u"Quick.md"_s).endsWith(u"second"_s));
         const auto written = TestFiles::snapshot(m->folder.path());
         clock.advance(1.5);
         m->restart();
         const int reads = m->folder.reads;
-        QVERIFY(m->engine->syncNow());
-        QCOMPARE(plan(), QString());
+        passDoes({});
         QCOMPARE(m->folder.reads, reads);
         QCOMPARE(TestFiles::snapshot(m->folder.path()), written);
     }
@@ -591,8 +589,7 @@ private Q_SLOTS:
         QCOMPARE(m->folder.fileStamp(u"Plans.md"_s)->modified, recorded.modified);
         QCOMPARE(TestFiles::read(path).size() == length, body.size() == a.body.size());
 
-        QVERIFY(m->engine->syncNow());
-        QCOMPARE(plan(), u"pull(Plans.md)"_s);
+        passDoes(u"pull(Plans.md)"_s);
         QCOMPARE(m->notes->note(a.id)->body, body);
         quietPass();
     }
@@ -639,7 +636,6 @@ private Q_SLOTS:
         QVERIFY(log.contains(
             u"Pondrift cloud: conflict on Plans.md \u2014 kept a copy in Conflicts"_s));
         quietPass();
-        QCOMPARE(m->names(u"Conflicts"_s).size(), 1);
     }
 
     // Both sides changed the header, the texts agree: each side's change survives on both.
@@ -1261,8 +1257,7 @@ private Q_SLOTS:
             u"tags:\n- travel\naliases: [Voyage, \"Reise\"]\ndate: 2024-05-01\ndraft: true"_s;
         const QString name = u"Trip.md"_s;
         drop(name, (u"---\n"_s + header + u"\n---\n\nPack the tent"_s).toUtf8());
-        QVERIFY(m->engine->syncNow());
-        QCOMPARE(plan(), u"adopt(Trip.md)"_s);
+        passDoes(u"adopt(Trip.md)"_s);
         QCOMPARE(m->notes->notes().size(), 1);
         const Note note = m->notes->notes().front();
         QCOMPARE(note.body, u"Pack the tent"_s);
