@@ -182,7 +182,6 @@ private Q_SLOTS:
     void declaredKeys()
     {
         const auto parsed = NoteDocument::parse(doc(u"color: 3\npinned: x\norder: ?"_s), {});
-        QVERIFY(!parsed.hasIdentity);
         QCOMPARE(parsed.declared, (QSet<QString>{u"color"_s, u"pinned"_s}));
         QVERIFY(NoteDocument::parse(u"plain"_s, {}).declared.isEmpty());
     }
