@@ -108,8 +108,6 @@ private Q_SLOTS:
             << one(2, u"v2"_s, u"v1"_s, 5, 6, agreed) << u"push(A, a.md)"_s;
         QTest::newRow("a pin alone is pushed")
             << one(5, u"v1"_s, u"v1"_s, 5, 6, agreed, true) << u"push(A, a.md)"_s;
-        QTest::newRow("only the file changed: pull")
-            << one(5, u"v1"_s, u"v2"_s, 5, 8, agreed) << u"pull(a.md)"_s;
         QTest::newRow("a file arriving with an older date is pulled")
             << one(5, u"v1"_s, u"v2"_s, 1, 2, agreed) << u"pull(a.md)"_s;
         QTest::newRow("a file whose date alone moved is only recorded")
@@ -137,8 +135,6 @@ private Q_SLOTS:
         QTest::newRow("only the note changed: push to the file it has")
             << plan({note(a, 9, u"v2"_s)}, {read(u"b.md"_s, a, u"v1"_s, 5, 6)}, {}, agreed)
             << u"push(A, b.md)"_s;
-        QTest::newRow("a document of a note deleted here is deleted")
-            << plan({}, {file(u"a.md"_s, a, 5, 6)}, {}, synced) << u"deleteRemote(a.md)"_s;
 
         // Several documents with one id: one copy is kept, the others become notes of their own;
         // the copy the index names stays, as does a name it spells in another form.
