@@ -127,6 +127,16 @@ class TestCloudSync : public QObject {
         for (int pass = 0; pass < 3; ++pass)
             QVERIFY(passAfter(5));
     }
+    // A note created a tenth into a whole second and synced at two tenths; returns that second.
+    double syncEarlyInASecond(Note& a)
+    {
+        const double second = std::floor(clock.now().seconds) + 1;
+        advanceTo(second + 0.1);
+        a = m->notes->create(u"first"_s, u"Quick"_s);
+        advanceTo(second + 0.2);
+        [&] { QVERIFY(m->engine->syncNow()); }();
+        return second;
+    }
 
 private Q_SLOTS:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
@@ -512,6 +522,44 @@ private Q_SLOTS:
         quietPass();
         m->restart();
         QCOMPARE(m->notes->note(id)->modified, expected);
+    }
+
+    // A change in the very second of the last sync is carried, whether a pass or a restart
+    // comes first; a restart afterwards pushes, pulls and reads nothing.
+    void changeInTheSecondOfTheLastSyncIsCarried_data()
+    {
+        QTest::addColumn<bool>("here"); // edited on this machine, else in the folder
+        QTest::addColumn<bool>("restartFirst");
+        QTest::newRow("an edit here is pushed") << true << false;
+        QTest::newRow("an edit in the folder is pulled after a restart") << false << true;
+    }
+    void changeInTheSecondOfTheLastSyncIsCarried()
+    {
+        QFETCH(bool, here);
+        QFETCH(bool, restartFirst);
+        Note a;
+        const double second = syncEarlyInASecond(a);
+        advanceTo(second + 0.6);
+        if (here)
+            m->notes->updateBody(a.id, u"second"_s);
+        else
+            dropNote(u"Quick.md"_s,
+                     aNote().id(a.id).title(u"Quick"_s).body(u"second"_s).modified(second));
+        advanceTo(second + 0.8);
+        if (restartFirst) {
+            m->restart();
+            clock.advance(1.5);
+        }
+        passDoes(here ? u"push(%1, Quick.md)"_s.arg(a.id) : u"pull(Quick.md)"_s);
+        QCOMPARE(m->notes->note(a.id)->body, u"second"_s);
+        QVERIFY(doc(u"Quick.md"_s).endsWith(u"second"_s));
+        const auto written = TestFiles::snapshot(m->folder.path());
+        clock.advance(1.5);
+        m->restart();
+        const int reads = m->folder.reads;
+        passDoes({});
+        QCOMPARE(m->folder.reads, reads);
+        QCOMPARE(TestFiles::snapshot(m->folder.path()), written);
     }
 
     // A client may put another machine's version in place under the very date recorded here:
@@ -1198,12 +1246,8 @@ private Q_SLOTS:
     // An index from before content hashes loads at the cost of one reading per document.
     void indexFromBeforeHashesLosesNothing()
     {
-        // Synced two tenths into a second: the whole seconds of the old index lose the fraction.
-        const double second = std::floor(clock.now().seconds) + 1;
-        advanceTo(second + 0.1);
-        const Note a = m->notes->create(u"first"_s, u"Quick"_s);
-        advanceTo(second + 0.2);
-        QVERIFY(m->engine->syncNow());
+        Note a;
+        syncEarlyInASecond(a);
         m->restart();
         const QString path = m->data.filePath(u"cloud-index.json"_s);
         QJsonObject top = QJsonDocument::fromJson(TestFiles::read(path)).object();
