@@ -58,7 +58,7 @@ constexpr quint32 sourceApplication = 1;
 // Messages a pager or taskbar sends for the user, which window managers always honour.
 constexpr quint32 sourcePager = 2;
 // Milliseconds between the looks at a released panel that may still hold the keyboard.
-constexpr int handBackChecks[] = {150, 350, 700, 1500, 3000, 6000};
+constexpr int handBackChecks[] = {150, 350, 700, 1500, 3000, 6000, 12000};
 
 template <typename T>
 struct FreeReply {
