@@ -1,5 +1,7 @@
 #include "platform/x11/X11WindowHints.h"
 
+#include <QAbstractNativeEventFilter>
+#include <QDeadlineTimer>
 #include <QGuiApplication>
 #include <QHash>
 #include <QList>
@@ -146,6 +148,68 @@ struct X11WindowHints::Connection {
         xcb_change_property(qt, XCB_PROP_MODE_REPLACE, window, atoms[property], XCB_ATOM_CARDINAL,
                             32, 1, &value);
     }
+
+    // Hands the keyboard from a panel that gave it back to the window the person worked in:
+    // asked as a pager asks, and set directly too for a window manager that still counts that
+    // window as active and so has nothing to do.
+    void handBack(xcb_window_t previous)
+    {
+        sendToRoot(previous, atoms[ActiveWindow], {sourcePager, 0, 0, 0, 0});
+        if (viewable(previous))
+            xcb_set_input_focus(qt, XCB_INPUT_FOCUS_PARENT, previous, XCB_CURRENT_TIME);
+        xcb_flush(qt);
+    }
+};
+
+// A panel that has given the keyboard back and is given it again without asking: a window
+// manager carrying out, late, the activation asked for when the panel opened (on a loaded
+// machine openbox has done so many seconds after the release). Watched for half a minute,
+// or until the panel asks for the keyboard again or goes.
+class X11WindowHints::FocusWatch final : public QObject, public QAbstractNativeEventFilter {
+public:
+    explicit FocusWatch(Connection& x)
+        : x(x)
+    {
+        QCoreApplication::instance()->installNativeEventFilter(this);
+    }
+
+    void watch(QWindow* window, xcb_window_t previous)
+    {
+        const auto id = static_cast<xcb_window_t>(window->winId());
+        if (!returning.contains(id))
+            connect(window, &QObject::destroyed, this, [this, id] { returning.remove(id); });
+        returning.insert(id, {previous, QDeadlineTimer(30'000)});
+    }
+    void forget(QWindow* window) { returning.remove(static_cast<xcb_window_t>(window->winId())); }
+
+    bool nativeEventFilter(const QByteArray& type, void* message, qintptr*) override
+    {
+        if (type != "xcb_generic_event_t")
+            return false;
+        const auto* event = static_cast<const xcb_generic_event_t*>(message);
+        if ((event->response_type & 0x7f) != XCB_FOCUS_IN)
+            return false;
+        const auto* focus = reinterpret_cast<const xcb_focus_in_event_t*>(event);
+        // A grab's start and end move no keyboard between windows.
+        if (focus->mode == XCB_NOTIFY_MODE_GRAB || focus->mode == XCB_NOTIFY_MODE_UNGRAB)
+            return false;
+        const auto it = returning.constFind(focus->event);
+        if (it == returning.cend())
+            return false;
+        if (it->until.hasExpired())
+            returning.remove(focus->event);
+        else
+            x.handBack(it->previous);
+        return false;
+    }
+
+private:
+    struct Returning {
+        xcb_window_t previous = XCB_NONE;
+        QDeadlineTimer until;
+    };
+    Connection& x;
+    QHash<xcb_window_t, Returning> returning; // by panel
 };
 
 std::unique_ptr<X11WindowHints> X11WindowHints::open()
@@ -174,6 +238,7 @@ std::unique_ptr<X11WindowHints> X11WindowHints::open()
 
 X11WindowHints::X11WindowHints(std::unique_ptr<Connection> connection)
     : x(std::move(connection))
+    , focusWatch(std::make_unique<FocusWatch>(*x))
 {
 }
 
@@ -267,6 +332,7 @@ void X11WindowHints::takeKeyboard(QWindow* window, quint32 time)
         x->before.insert(id, x->before.value(previous, previous));
     // Qt refuses to activate a window that does not accept focus, and its flag is what
     // tells the window manager (WM_HINTS input).
+    focusWatch->forget(window);
     window->setFlag(Qt::WindowDoesNotAcceptFocus, false);
     // Qt's request carries the time of the last event Qt itself saw, which may be older than
     // the action that opened the panel (a hot key's press is taken before Qt sees it); ours
@@ -291,6 +357,8 @@ void X11WindowHints::releaseKeyboard(QWindow* window)
     const xcb_window_t active = x->activeWindow();
     const bool holds = active == id || x->inputFocus() == id;
     window->setFlag(Qt::WindowDoesNotAcceptFocus, true);
+    if (previous != XCB_NONE)
+        focusWatch->watch(window, previous);
     // The keyboard goes back to where the person was working, unless they have already
     // taken it elsewhere (a click in another window is what closed the panel, say). Asked as
     // a pager asks, since it is the person's own action that ends the panel's turn.
@@ -319,12 +387,8 @@ void X11WindowHints::handBackLater(QWindow* window, quint32 previous, int attemp
     QTimer::singleShot(handBackChecks[attempt], window, [this, window, id, previous, attempt] {
         if (!window->flags().testFlag(Qt::WindowDoesNotAcceptFocus))
             return;
-        if (x->inputFocus() == id) {
-            x->sendToRoot(previous, (*x)[ActiveWindow], {sourcePager, 0, 0, 0, 0});
-            if (x->viewable(previous))
-                xcb_set_input_focus(x->qt, XCB_INPUT_FOCUS_PARENT, previous, XCB_CURRENT_TIME);
-            xcb_flush(x->qt);
-        }
+        if (x->inputFocus() == id)
+            x->handBack(previous);
         handBackLater(window, previous, attempt + 1);
     });
 }

@@ -32,10 +32,12 @@ public:
 
 private:
     struct Connection;
+    class FocusWatch;
     explicit X11WindowHints(std::unique_ptr<Connection> connection);
     void makeDock(QWindow* window);
     void addStates(QWindow* window, const QList<quint32>& wanted);
     quint32 serverTime();
     void handBackLater(QWindow* window, quint32 previous, int attempt);
     std::unique_ptr<Connection> x;
+    std::unique_ptr<FocusWatch> focusWatch;
 };
