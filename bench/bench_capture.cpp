@@ -8,6 +8,7 @@
 // Both measure warm: the first opening, which loads fonts and Qt's plugins, is left out.
 //
 // Run: bash scripts/bench.sh bench_capture (under xvfb-run when DISPLAY is unset)
+#include "BenchMain.h"
 #include "StandIns.h"
 #include "platform/fallback/FixedCompositor.h"
 #include "platform/fallback/NoWindowHints.h"
@@ -143,11 +144,4 @@ void CaptureOpenBase(benchmark::State& state)
 BENCHMARK(CaptureOpen)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 BENCHMARK(CaptureOpenBase)->Unit(benchmark::kMillisecond)->MinTime(2.0);
 
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return runBenchmarks<QApplication>(argc, argv); }

@@ -9,6 +9,7 @@
 //                      painted the same way with Qt's own row painting
 //
 // Run: bash scripts/bench.sh bench_library
+#include "BenchMain.h"
 #include "StandIns.h"
 #include "notes/NoteText.h"
 #include "surfaces/Library.h"
@@ -153,11 +154,4 @@ BENCHMARK(LibraryFilterBase)->Unit(benchmark::kMillisecond);
 BENCHMARK(LibraryScroll)->Unit(benchmark::kMillisecond);
 BENCHMARK(LibraryScrollBase)->Unit(benchmark::kMillisecond);
 
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return runBenchmarks<QApplication>(argc, argv); }

@@ -8,6 +8,7 @@
 // counted; it is the same wait whatever the note.
 //
 // Run: QT_QPA_PLATFORM=offscreen build/bench/bench_sheet
+#include "BenchMain.h"
 #include "StandIns.h"
 #include "deck/DeckActions.h"
 #include "deck/DeckController.h"
@@ -137,11 +138,4 @@ void SheetOpenBase(benchmark::State& state)
 BENCHMARK(SheetOpen)->Arg(10)->Arg(2000)->Unit(benchmark::kMillisecond);
 BENCHMARK(SheetOpenBase)->Arg(10)->Arg(2000)->Unit(benchmark::kMillisecond);
 
-int main(int argc, char** argv)
-{
-    QApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return runBenchmarks<QApplication>(argc, argv); }

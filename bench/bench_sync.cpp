@@ -4,6 +4,7 @@
 // every document is written atomically and flushed to disk).
 // The unchanged pass must read no file: the gateway below counts reads and the benchmark
 // fails if there is one.
+#include "BenchMain.h"
 #include "notes/NoteStoring.h"
 #include "platform/Scheduler.h"
 #include "platform/qt/QtFiles.h"
@@ -230,11 +231,4 @@ BENCHMARK(BM_FirstPassWritesEveryNote)->Unit(benchmark::kMillisecond)->Iteration
 
 } // namespace
 
-int main(int argc, char** argv)
-{
-    QCoreApplication app(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
-}
+int main(int argc, char** argv) { return runBenchmarks<QCoreApplication>(argc, argv); }

@@ -1,7 +1,6 @@
 #include "app/ui/ProductionBackends.h"
 
 #include "app/ui/AboutBox.h"
-#include "app/ui/DialogFolderChooser.h"
 #include "app/ui/SettingsWindow.h"
 #include "app/ui/TrayIcon.h"
 #include "app/ui/UnsavedQuitDialog.h"
@@ -21,6 +20,7 @@
 #include "platform/qt/QtPointer.h"
 #include "platform/qt/QtScheduler.h"
 #include "platform/qt/QtSingleInstance.h"
+#include "platform/qt/ui/QtFolderChooser.h"
 #include "platform/x11/X11Compositor.h"
 #include "platform/x11/X11DisplayLoss.h"
 #include "platform/x11/X11HotKeys.h"
@@ -81,7 +81,7 @@ AppServices::Backends makeProductionBackends()
         backends.keyboardLayout = std::make_unique<UsKeyboardLayout>();
     backends.desktop = std::make_unique<QtDesktop>();
     backends.files = std::make_unique<QtFiles>();
-    backends.folderChooser = std::make_unique<DialogFolderChooser>();
+    backends.folderChooser = std::make_unique<QtFolderChooser>();
     backends.fonts = std::make_unique<FontconfigFonts>();
     backends.massDeletePrompt = std::make_unique<MassDeleteDialog>();
     backends.transferPrompts = std::make_unique<QtTransferPrompts>(*backends.desktop);

@@ -1,6 +1,7 @@
 #include "surfaces/ui/QtTransferPrompts.h"
 
 #include "platform/Desktop.h"
+#include "platform/qt/ui/QtFolderChooser.h"
 
 #include <QDir>
 #include <QFileDialog>
@@ -26,13 +27,7 @@ QtTransferPrompts::~QtTransferPrompts() { delete progress; }
 std::optional<QString> QtTransferPrompts::chooseFolder(const QString& prompt,
                                                        const QString& message)
 {
-    QFileDialog dialog(nullptr, message, QDir::homePath());
-    dialog.setFileMode(QFileDialog::Directory);
-    dialog.setOption(QFileDialog::ShowDirsOnly);
-    dialog.setLabelText(QFileDialog::Accept, prompt);
-    if (dialog.exec() != QDialog::Accepted || dialog.selectedFiles().isEmpty())
-        return std::nullopt;
-    return dialog.selectedFiles().constFirst();
+    return QtFolderChooser().chooseFolder(QDir::homePath(), message, prompt);
 }
 
 std::optional<QString> QtTransferPrompts::chooseSaveFile(const QString& proposedName)

@@ -4,7 +4,7 @@
 
 // Qt's folder dialog; in a Flatpak, Qt hands it to the desktop's file chooser portal, whose
 // answer is what grants the sandbox the folder.
-class DialogFolderChooser final : public FolderChooser {
+class QtFolderChooser final : public FolderChooser {
 public:
     std::optional<QString> chooseFolder(const QString& startIn, const QString& prompt,
                                         const QString& accept) override;
