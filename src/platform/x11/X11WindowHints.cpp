@@ -184,7 +184,9 @@ public:
 
     bool nativeEventFilter(const QByteArray& type, void* message, qintptr*) override
     {
-        if (type != "xcb_generic_event_t")
+        // Every event of the program passes here, pointer motion included; almost always
+        // nothing is watched.
+        if (returning.isEmpty() || type != "xcb_generic_event_t")
             return false;
         const auto* event = static_cast<const xcb_generic_event_t*>(message);
         if ((event->response_type & 0x7f) != XCB_FOCUS_IN)
